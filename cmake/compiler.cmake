@@ -1,0 +1,34 @@
+# The one place where the compiler is set up.
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(SCSITOOL_CCACHE ccache)
+if(SCSITOOL_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${SCSITOOL_CCACHE})
+endif()
+
+option(SCSITOOL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Wformat=2 -Wundef -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-Wduplicated-cond -Wlogical-op)
+endif()
+if(SCSITOOL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+else()
+  # Every symbol that the library leaves open must be found in what it links with.
+  add_link_options(-Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
+endif()

@@ -1,0 +1,247 @@
+#include "host/linux_host.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <scsi/scsi.h>
+#include <scsi/scsi_ioctl.h>
+#include <scsi/sg.h>
+#include <sys/ioctl.h>
+#include <sys/sem.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "host/command_runner.h"
+#include "host/descriptor.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
+constexpr std::size_t kCommandHeader = 8;
+
+int negatedErrno(int result) {
+    return result < 0 ? -errno : result;
+}
+
+int openFlags(OpenMode mode) {
+    switch (mode) {
+        case OpenMode::kReadWriteNonBlocking:
+            return O_RDWR | O_NONBLOCK;
+        case OpenMode::kReadOnly:
+            return O_RDONLY;
+        case OpenMode::kReadOnlyNonBlocking:
+            return O_RDONLY | O_NONBLOCK;
+    }
+    return O_RDONLY;
+}
+
+int openRetrying(const char* path, int flags) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path, flags | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    return negatedErrno(descriptor);
+}
+
+template <class Argument>
+int control(int descriptor, unsigned long request, Argument argument) {
+    int result = 0;
+    do {
+        result = ::ioctl(descriptor, request, argument);
+    } while (result < 0 && errno == EINTR);
+    return negatedErrno(result);
+}
+
+}  // namespace
+
+Host& linuxHost() {
+    // Never destroyed: handles with static storage may still be closed while the process ends.
+    static LinuxHost* const only = new LinuxHost;
+    return *only;
+}
+
+int LinuxHost::openDevice(const std::string& path, OpenMode mode) {
+    return openRetrying(path.c_str(), openFlags(mode));
+}
+
+int LinuxHost::closeDevice(int descriptor) {
+    return negatedErrno(::close(descriptor));
+}
+
+int LinuxHost::sendCommand(int descriptor, CommandBuffer& buffer) {
+    std::uint32_t outputLength = 0;
+    std::memcpy(&outputLength, buffer.data() + sizeof outputLength, sizeof outputLength);
+    // The kernel writes the whole output length, whatever the device answered.
+    if (outputLength > buffer.size() - kCommandHeader) {
+        return -EINVAL;
+    }
+    return control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
+}
+
+int LinuxHost::addressWords(int descriptor, AddressWords& words) {
+    std::uint32_t raw[2] = {0, 0};
+    const int result = control(descriptor, SCSI_IOCTL_GET_IDLUN, raw);
+    if (result >= 0) {
+        words = {raw[0], raw[1]};
+    }
+    return result;
+}
+
+int LinuxHost::sgIo(int descriptor, SgIoRequest& request) {
+    sg_io_hdr_t header;
+    std::memset(&header, 0, sizeof header);
+    header.interface_id = 'S';
+    header.dxfer_direction = SG_DXFER_FROM_DEV;
+    header.cmd_len = static_cast<unsigned char>(request.cdb.size());
+    header.cmdp = request.cdb.data();
+    header.dxfer_len = static_cast<unsigned>(request.data.size());
+    header.dxferp = request.data.data();
+    header.mx_sb_len = static_cast<unsigned char>(request.sense.size());
+    header.sbp = request.sense.data();
+    header.timeout = request.timeout;
+    const int result = control(descriptor, SG_IO, &header);
+    request.status = header.status;
+    return result;
+}
+
+int LinuxHost::deviceSize(int descriptor, std::uint64_t& bytes) {
+    return control(descriptor, BLKGETSIZE64, &bytes);
+}
+
+int LinuxHost::readFile(const std::string& path, std::string& content) {
+    content.clear();
+    const Descriptor file(openRetrying(path.c_str(), O_RDONLY | O_NOCTTY));
+    if (!file.isOpen()) {
+        return file.get();
+    }
+    char buffer[16384];
+    for (;;) {
+        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got < 0 ? -errno : 0;
+        }
+        content.append(buffer, static_cast<std::size_t>(got));
+        if (content.size() > kLargestFile) {
+            return -EFBIG;
+        }
+    }
+}
+
+AppendResult LinuxHost::appendFile(const std::string& path, const std::string& text) {
+    AppendResult result;
+    const int descriptor = openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_NOCTTY);
+    if (descriptor < 0) {
+        result.openError = -descriptor;
+        return result;
+    }
+    ssize_t written = 0;
+    do {
+        written = ::write(descriptor, text.data(), text.size());
+    } while (written < 0 && errno == EINTR);
+    if (written < 0) {
+        result.writeError = errno;
+    } else if (static_cast<std::size_t>(written) < text.size()) {
+        result.writeError = EIO;
+    }
+    if (::close(descriptor) != 0 && result.writeError == 0) {
+        result.writeError = errno;
+    }
+    return result;
+}
+
+bool LinuxHost::pathExists(const std::string& path) {
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+bool LinuxHost::isDirectory(const std::string& path) {
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+DirectoryListing LinuxHost::listDirectory(const std::string& path) {
+    DirectoryListing listing;
+    DIR* const directory = ::opendir(path.c_str());
+    if (directory == nullptr) {
+        listing.openError = errno;
+        return listing;
+    }
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = ::readdir(directory);
+        if (entry == nullptr) {
+            listing.readError = errno;
+            break;
+        }
+        listing.names.emplace_back(entry->d_name);
+    }
+    ::closedir(directory);
+    return listing;
+}
+
+int LinuxHost::readLink(const std::string& path, std::string& target) {
+    char buffer[PATH_MAX];
+    const ssize_t length = ::readlink(path.c_str(), buffer, sizeof buffer);
+    if (length < 0) {
+        return -errno;
+    }
+    target.assign(buffer, static_cast<std::size_t>(length));
+    return 0;
+}
+
+CommandResult LinuxHost::runCommand(const std::string& command, int timeoutSeconds) {
+    return runProgram(splitCommand(command), timeoutSeconds);
+}
+
+int LinuxHost::runShell(const std::string& line) {
+    return std::system(line.c_str());
+}
+
+int LinuxHost::openSemaphore(int key, int count, int flags) {
+    return negatedErrno(::semget(key, count, flags));
+}
+
+int LinuxHost::operateSemaphore(int identifier, const std::vector<SemaphoreOperation>& operations) {
+    std::vector<sembuf> raw;
+    for (const SemaphoreOperation& operation : operations) {
+        const int flags = (operation.undo ? SEM_UNDO : 0) | (operation.noWait ? IPC_NOWAIT : 0);
+        raw.push_back({0, operation.operation, static_cast<short>(flags)});
+    }
+    int result = 0;
+    do {
+        result = ::semop(identifier, raw.data(), raw.size());
+    } while (result < 0 && errno == EINTR);
+    return negatedErrno(result);
+}
+
+std::string LinuxHost::kernelRelease() {
+    utsname names;
+    return ::uname(&names) == 0 ? names.release : "";
+}
+
+int LinuxHost::hostName(std::string& name) {
+    char buffer[HOST_NAME_MAX + 1];
+    if (::gethostname(buffer, sizeof buffer) != 0) {
+        return -errno;
+    }
+    name = buffer;
+    return 0;
+}
+
+void LinuxHost::sleepSeconds(unsigned seconds) {
+    timespec left = {static_cast<time_t>(seconds), 0};
+    while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+}  // namespace host

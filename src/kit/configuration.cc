@@ -1,0 +1,85 @@
+#include "kit/configuration.h"
+
+#include <charconv>
+
+#include "host/host.h"
+#include "kit/string_tool.h"
+
+namespace qzfi_pdk_4_4 {
+namespace {
+
+constexpr int kFailure = 6;
+constexpr char kBlanks[] = " \t\r\n";
+
+}  // namespace
+
+void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::string& directory,
+                                                 std::string& file) {
+    directory = "/etc/scsitool";
+    file = name + ".conf";
+}
+
+int CFiConfiguration::importConfig(const std::string& directory, const std::string& file) {
+    std::string content;
+    std::string path = directory;
+    path += '/';
+    path += file;
+    if (host::current().readFile(path, content) < 0) {
+        return kFailure;
+    }
+    m_sections.clear();
+    m_current = nullptr;
+    m_imported = true;
+    std::string sectionName;
+    for (const std::string& line : CFiStringTool::tokenize(content, "\n")) {
+        importLine(line.substr(0, line.find_first_of("#;")), sectionName);
+    }
+    return 0;
+}
+
+void CFiConfiguration::importLine(const std::string& line, std::string& sectionName) {
+    const std::string text = CFiStringTool::trim(line, kBlanks);
+    if (text.size() >= 2 && text.front() == '[' && text.back() == ']') {
+        sectionName = CFiStringTool::trim(text.substr(1, text.size() - 2), kBlanks);
+        m_sections[sectionName];
+        return;
+    }
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos) {
+        return;
+    }
+    m_sections[sectionName][CFiStringTool::trim(text.substr(0, equals), kBlanks)] =
+        CFiStringTool::trim(text.substr(equals + 1), kBlanks);
+}
+
+int CFiConfiguration::openSection(const std::string& name, int create) {
+    if (create != 0 && m_imported) {
+        m_sections[name];
+    }
+    const auto found = m_sections.find(name);
+    if (found == m_sections.end()) {
+        return kFailure;
+    }
+    m_current = &found->second;
+    return 0;
+}
+
+int CFiConfiguration::getIntegerValue(const std::string& key, unsigned int& value) const {
+    if (m_current == nullptr) {
+        return kFailure;
+    }
+    const auto found = m_current->find(key);
+    if (found == m_current->end()) {
+        return kFailure;
+    }
+    const std::string& text = found->second;
+    unsigned int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return kFailure;
+    }
+    value = number;
+    return 0;
+}
+
+}  // namespace qzfi_pdk_4_4

@@ -1,0 +1,28 @@
+#ifndef SCSITOOL_KIT_CONTEXT_SINGLETON_H
+#define SCSITOOL_KIT_CONTEXT_SINGLETON_H
+
+#include "host/export.h"
+#include "kit/smart_ptr.h"
+#include "kit/trace_log.h"
+
+namespace qzfi_pdk_4_4 {
+
+/// The name under which the plug-in's process-wide objects are kept.
+inline constexpr char FI_PGN_NAME[] = "devicefi";
+
+/// The process-wide object of type T for the plug-in NAME. Safe for any number of threads.
+template <class T, const char* NAME>
+class SCSITOOL_EXPORT CFiContextSingleton {
+  public:
+    /// The registered object. Without one: a new one when `create` is set, else a null pointer.
+    static CFiSmartPtr<T> instance(bool create);
+    /// Puts an object in place; a null pointer takes the present one away.
+    static void registerInstance(const CFiSmartPtr<T>& object);
+};
+
+// One copy of the object for the process: only the library instantiates the class.
+extern template class CFiContextSingleton<CFiTraceLog, FI_PGN_NAME>;
+
+}  // namespace qzfi_pdk_4_4
+
+#endif

@@ -1,0 +1,27 @@
+#include "kit/exec_pipe.h"
+
+#include <utility>
+
+#include "host/host.h"
+
+namespace qzfi_pdk_4_4 {
+
+CFiExecPipeBase::CFiExecPipeBase() = default;
+CFiExecPipeBase::~CFiExecPipeBase() = default;
+
+int CFiExecPipeBase::Exec(const std::string& command, std::vector<std::string>& output,
+                          const std::string& /*input*/, int timeLimit, const std::string& /*user*/,
+                          const std::string& /*group*/, const std::string& /*directory*/) {
+    host::CommandResult result = host::current().runCommand(command, timeLimit);
+    output = std::move(result.lines);
+    m_waitPidStatus = result.waitStatus;
+    if (result.timedOut) {
+        return kExecTimedOut;
+    }
+    return result.waitStatus == 0 ? kExecSuccess : kExecFailed;
+}
+
+CFiExecPipePosix::CFiExecPipePosix(int /*mode*/) {}
+CFiExecPipePosix::~CFiExecPipePosix() = default;
+
+}  // namespace qzfi_pdk_4_4

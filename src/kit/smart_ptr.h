@@ -1,0 +1,74 @@
+#ifndef SCSITOOL_KIT_SMART_PTR_H
+#define SCSITOOL_KIT_SMART_PTR_H
+
+#include <mutex>
+
+namespace qzfi_pdk_4_4 {
+
+/// Shared owner of one heap object. The reference count is guarded by a mutex, so that copies of
+/// one pointer may be made and dropped by several threads; one pointer object itself is used by
+/// one thread at a time.
+template <class T>
+class CFiSmartPtr {
+  public:
+    CFiSmartPtr() = default;
+    /// Takes ownership of `object` (deleted with the last owner); null gives a null pointer.
+    explicit CFiSmartPtr(T* object) : m_shared(object != nullptr ? new Shared(object) : nullptr) {}
+    CFiSmartPtr(const CFiSmartPtr& other) : m_shared(other.m_shared) { acquire(); }
+    ~CFiSmartPtr() { release(); }
+
+    /// Releases what was held. Assigning a pointer to itself changes nothing.
+    CFiSmartPtr& operator=(const CFiSmartPtr& other) {
+        if (this != &other) {
+            Shared* const kept = other.m_shared;
+            other.acquire();
+            release();
+            m_shared = kept;
+        }
+        return *this;
+    }
+
+    T* get() const { return m_shared != nullptr ? m_shared->object : nullptr; }
+    T* operator->() const { return get(); }
+    T& operator*() const { return *get(); }
+    bool isNull() const { return m_shared == nullptr; }
+    explicit operator bool() const { return m_shared != nullptr; }
+
+  private:
+    struct Shared {
+        explicit Shared(T* owned) : object(owned) {}
+        T* object;
+        std::mutex mutex;
+        unsigned long count = 1;
+    };
+
+    void acquire() const {
+        if (m_shared != nullptr) {
+            const std::lock_guard<std::mutex> lock(m_shared->mutex);
+            ++m_shared->count;
+        }
+    }
+
+    void release() {
+        Shared* const shared = m_shared;
+        m_shared = nullptr;
+        if (shared == nullptr) {
+            return;
+        }
+        unsigned long left = 0;
+        {
+            const std::lock_guard<std::mutex> lock(shared->mutex);
+            left = --shared->count;
+        }
+        if (left == 0) {
+            delete shared->object;
+            delete shared;
+        }
+    }
+
+    Shared* m_shared = nullptr;
+};
+
+}  // namespace qzfi_pdk_4_4
+
+#endif

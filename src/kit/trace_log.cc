@@ -1,0 +1,91 @@
+#include "kit/trace_log.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace qzfi_pdk_4_4 {
+namespace {
+
+// Below every level that is in use: nothing passes.
+constexpr int kSilent = -1;
+constexpr int kFunctionTraceLevel = 6;
+
+std::string formatted(const char* format, std::va_list arguments)
+    __attribute__((format(printf, 1, 0)));
+
+std::string formatted(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    if (length <= 0) {
+        return std::string();
+    }
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    text.pop_back();
+    return text;
+}
+
+}  // namespace
+
+CFiTraceSink::~CFiTraceSink() = default;
+
+CFiTraceLog::CFiTraceLog() : m_level(kSilent) {}
+CFiTraceLog::~CFiTraceLog() = default;
+
+void CFiTraceLog::setSink(std::shared_ptr<CFiTraceSink> sink, int level) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_level = sink != nullptr ? level : kSilent;
+    m_sink = std::move(sink);
+}
+
+void CFiTraceLog::trace(int level, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    traceArguments(level, format, arguments);
+    va_end(arguments);
+}
+
+void CFiTraceLog::traceArguments(int level, const char* format, std::va_list arguments) {
+    if (!isEnabled(level)) {
+        return;
+    }
+    const std::string message = formatted(format, arguments);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_sink != nullptr) {
+        m_sink->write(level, message);
+    }
+}
+
+CFiTraceable::CFiTraceable() = default;
+CFiTraceable::~CFiTraceable() = default;
+
+void CFiTraceable::registerTraceLog(const CFiSmartPtr<CFiTraceLog>& log) {
+    m_traceLog = log;
+}
+
+CFiTraceLogFunction::CFiTraceLogFunction(const CFiSmartPtr<CFiTraceLog>& log, const char* function,
+                                         const char* source, int line)
+    : m_log(log), m_function(function), m_source(source), m_line(line) {
+    traceTo(m_log, kFunctionTraceLevel, "Entering Function %s [%d, %s]", m_function, m_line,
+            m_source);
+}
+
+CFiTraceLogFunction::~CFiTraceLogFunction() {
+    traceTo(m_log, kFunctionTraceLevel, "Exiting Function %s [%d, %s]", m_function, m_line,
+            m_source);
+}
+
+void traceTo(const CFiSmartPtr<CFiTraceLog>& log, int level, const char* format, ...) {
+    CFiTraceLog* const target = log.get();
+    if (target == nullptr || !target->isEnabled(level)) {
+        return;
+    }
+    std::va_list arguments;
+    va_start(arguments, format);
+    target->traceArguments(level, format, arguments);
+    va_end(arguments);
+}
+
+}  // namespace qzfi_pdk_4_4
