@@ -1,0 +1,222 @@
+#include "scsi/scsitoolbase.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "kit/bounded_string.h"
+#include "scsi/page_view.h"
+#include "scsi/scsi_result.h"
+#include "tools/string_tool.h"
+
+using qzfi_pdk_4_4::traceTo;
+
+namespace {
+
+constexpr unsigned kStandardInquiry = 0;
+constexpr unsigned kShortestInquiry = 32;
+constexpr unsigned kVpdHeader = 4;
+
+// The pages that any generator reads, in the order in which they are fetched.
+constexpr std::array<unsigned, 7> kFetchedPages = {0x83, 0x80, 0xC0, 0xC8, 0x10, 0x11, 0xD0};
+
+// Calls a step of the collection; whatever it throws leaves as an int.
+template <class Step>
+unsigned throwingInt(Step step) {
+    try {
+        return step();
+    } catch (int) {
+        throw;
+    } catch (...) {
+        throw static_cast<int>(scsi::kFailure);
+    }
+}
+
+// Keeps a copy of the bytes, one byte longer than they are so that text in it always ends.
+void storePage(CScsiDeviceData& device, unsigned code, const PageBytes& data, unsigned length) {
+    auto* const copy = new unsigned char[std::size_t{length} + 1]();
+    PageBytes holder(new AdapterAutoPtrArray<unsigned char>(copy));
+    std::memcpy(copy, data->get(), length);
+    CScsiModePage& page = device.m_pages[code];
+    page.buffer = holder;
+    page.length = length;
+}
+
+bool hasBytes(const PageBytes& data, unsigned length) {
+    return data.get() != nullptr && data->get() != nullptr && length != 0;
+}
+
+// A field of the INQUIRY data as text: it ends at the first NUL and at the end of the data.
+bool readInquiryField(CScsiDeviceData& device, std::size_t offset, std::size_t count,
+                      std::string& field) {
+    const auto inquiry = device.m_pages.find(kStandardInquiry);
+    if (inquiry == device.m_pages.end()) {
+        return false;
+    }
+    field = scsi::PageView(inquiry->second).text(offset, count);
+    return true;
+}
+
+}  // namespace
+
+CScsiToolBase::CScsiToolBase() = default;
+CScsiToolBase::~CScsiToolBase() = default;
+
+bool CScsiToolBase::CheckForDiskDevice(unsigned char peripheral) {
+    return peripheral == 0;
+}
+
+unsigned CScsiToolBase::RemoveDevice(CScsiDeviceData* /*device*/) {
+    return scsi::kNotSupported;
+}
+
+unsigned CScsiToolBase::GetScsiDeviceCapacity(CScsiDeviceHandle& /*handle*/,
+                                              CScsiDeviceData& /*device*/) {
+    return scsi::kSuccess;
+}
+
+unsigned CScsiToolBase::UpdateDevice(CScsiDeviceData* device) {
+    CScsiDeviceHandle handle;
+    handle.registerTraceLog(m_traceLog);
+    if (device == nullptr) {
+        traceTo(m_traceLog, 2,
+                "WARNING: CScsiToolBase::UpdateDevice() invalid SCSI device handle.");
+        return scsi::kFailure;
+    }
+    try {
+        device->m_osName = "Linux";
+        if (UpdateStdInquiryString(handle, *device) != scsi::kSuccess) {
+            traceTo(m_traceLog, 2,
+                    "WARNING: CScsiToolBase::UpdateDevice() call to UpdateStdInquiryString for "
+                    "device %s",
+                    device->m_deviceName.c_str());
+            return scsi::kFailure;
+        }
+        collect(handle, *device);
+        return scsi::kSuccess;
+    } catch (int thrown) {
+        traceTo(m_traceLog, 2, "UpdateDevice: Exception Occurred");
+        return static_cast<unsigned>(thrown);
+    } catch (...) {
+        traceTo(m_traceLog, 2, "UpdateDevice: Exception Occurred");
+        return scsi::kFailure;
+    }
+}
+
+void CScsiToolBase::collect(CScsiDeviceHandle& handle, CScsiDeviceData& device) {
+    GetTargetLunPortInfo(handle, device);
+    UpdateSupportedModePageList(handle, device);
+    UpdateVendorId(device);
+    UpdateProductId(device);
+    UpdateFirmwareLevel(device);
+    if (GetScsiDeviceCapacity(handle, device) != scsi::kSuccess) {
+        device.m_sizeKb = 0;
+    }
+    for (const unsigned code : kFetchedPages) {
+        const std::vector<unsigned>& listed = device.m_supportedPages;
+        if (std::find(listed.begin(), listed.end(), code) == listed.end()) {
+            continue;
+        }
+        traceTo(m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d]...",
+                static_cast<int>(code));
+        UpdateModePageString(handle, code, device);
+        traceTo(m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d] done",
+                static_cast<int>(code));
+    }
+}
+
+unsigned CScsiToolBase::UpdateStdInquiryString(CScsiDeviceHandle& handle, CScsiDeviceData& device) {
+    try {
+        unsigned length = 0;
+        PageBytes data;
+        GetModePageInfo(handle, device, kStandardInquiry, length, 0, data);
+        if (hasBytes(data, length)) {
+            storePage(device, kStandardInquiry, data, length);
+        }
+        if (!hasBytes(data, length) || length < kShortestInquiry) {
+            traceTo(m_traceLog, 2,
+                    "WARNING: UpdateStdInquiryString invalid SCSI inq page size, device may have "
+                    "been removed.");
+            return scsi::kFailure;
+        }
+        if (!CheckForDiskDevice(data->get()[0])) {
+            traceTo(m_traceLog, 2,
+                    "WARNING: UpdateStdInquiryString SCSI check for disk device error, device may "
+                    "have been removed.");
+            return scsi::kFailure;
+        }
+        return scsi::kSuccess;
+    } catch (...) {
+        throw static_cast<int>(scsi::kFailure);
+    }
+}
+
+unsigned CScsiToolBase::UpdateSupportedModePageList(CScsiDeviceHandle& handle,
+                                                    CScsiDeviceData& device) {
+    try {
+        unsigned length = 0;
+        PageBytes data;
+        GetModePageInfo(handle, device, 0, length, 1, data);
+        if (!hasBytes(data, length) || length < kVpdHeader) {
+            return scsi::kSuccess;
+        }
+        const unsigned char* const page = data->get();
+        const unsigned count = page[3];
+        if (length >= count + kVpdHeader) {
+            device.m_supportedPages.insert(device.m_supportedPages.end(), page + kVpdHeader,
+                                           page + kVpdHeader + count);
+        }
+        return scsi::kSuccess;
+    } catch (int thrown) {
+        device.m_busType = 0;
+        traceTo(m_traceLog, 2, "UpdateSupportedModePageList: Unknown bus type");
+        return static_cast<unsigned>(thrown);
+    } catch (...) {
+        device.m_busType = 0;
+        traceTo(m_traceLog, 2, "UpdateSupportedModePageList: Unknown bus type");
+        return scsi::kFailure;
+    }
+}
+
+unsigned CScsiToolBase::UpdateModePageString(CScsiDeviceHandle& handle, unsigned int page,
+                                             CScsiDeviceData& device) {
+    return throwingInt([&] {
+        unsigned length = 0;
+        PageBytes data;
+        GetModePageInfo(handle, device, page, length, 0, data);
+        if (hasBytes(data, length)) {
+            storePage(device, page, data, length);
+        }
+        return scsi::kSuccess;
+    });
+}
+
+unsigned CScsiToolBase::UpdateVendorId(CScsiDeviceData& device) {
+    return throwingInt([&] {
+        std::string field;
+        if (readInquiryField(device, 8, 8, field)) {
+            device.m_vendorId = CStringTool::rtrim(field, ' ');
+        }
+        return scsi::kSuccess;
+    });
+}
+
+unsigned CScsiToolBase::UpdateProductId(CScsiDeviceData& device) {
+    return throwingInt([&] {
+        std::string field;
+        if (readInquiryField(device, 16, 16, field)) {
+            device.m_productId = CStringTool::rtrim(field, ' ');
+        }
+        return scsi::kSuccess;
+    });
+}
+
+unsigned CScsiToolBase::UpdateFirmwareLevel(CScsiDeviceData& device) {
+    return throwingInt([&] {
+        std::string field;
+        if (readInquiryField(device, 32, 4, field)) {
+            device.m_firmwareLevel = field;
+        }
+        return scsi::kSuccess;
+    });
+}

@@ -1,0 +1,126 @@
+#include "udid/udid_text.h"
+
+#include <algorithm>
+
+#include "tools/string_tool.h"
+
+namespace udid {
+namespace {
+
+std::string hexadecimal(const scsi::PageView& view, std::size_t offset, std::size_t count,
+                        const char* digits, char separator, std::size_t group) {
+    std::string text;
+    text.reserve(count * 3);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (separator != '\0' && i != 0 && i % group == 0) {
+            text += separator;
+        }
+        const unsigned char byte = view[offset + i];
+        text += digits[byte >> 4];
+        text += digits[byte & 0xF];
+    }
+    return text;
+}
+
+std::string underscored(const std::string& text) {
+    std::string result = CStringTool::rtrim(text, ' ');
+    std::replace(result.begin(), result.end(), ' ', '_');
+    return result;
+}
+
+bool holds(const std::string& value, Rule rule, const std::string& expected) {
+    switch (rule) {
+        case Rule::kEquals:
+            return value == expected;
+        case Rule::kBeginsWith:
+            return value.compare(0, expected.size(), expected) == 0;
+        case Rule::kContains:
+            return value.find(expected) != std::string::npos;
+    }
+    return false;
+}
+
+}  // namespace
+
+SourcePage takePage(CScsiDeviceData& record, unsigned code) {
+    unsigned char* buffer = nullptr;
+    unsigned length = 0;
+    record.GetScsiModePage(code, &buffer, length);
+    const SourcePage page{code, scsi::PageView(buffer, length)};
+    if (Evidence* const evidence = evidenceOf(record)) {
+        evidence->readPage(code, page.view);
+    }
+    return page;
+}
+
+bool matches(const CScsiDeviceData& record, const char* field, const std::string& value, Rule rule,
+             const std::string& expected) {
+    const bool matched = holds(value, rule, expected);
+    if (Evidence* const evidence = evidenceOf(record)) {
+        evidence->compared(field, value, rule, expected, matched);
+    }
+    return matched;
+}
+
+const std::string& trimVendor(CScsiDeviceData& record) {
+    record.m_vendorId = CStringTool::rtrim(record.m_vendorId, ' ');
+    return record.m_vendorId;
+}
+
+std::string formatted(const scsi::PageView& view, Format format, std::size_t offset,
+                      std::size_t count) {
+    constexpr char kLower[] = "0123456789abcdef";
+    constexpr char kUpper[] = "0123456789ABCDEF";
+    switch (format) {
+        case Format::kTrimmedText:
+            return CStringTool::trim(view.text(offset, count));
+        case Format::kBlanksAsUnderscores:
+            return underscored(view.text(offset, count));
+        case Format::kHexLower:
+            return hexadecimal(view, offset, count, kLower, '\0', 1);
+        case Format::kHexUpper:
+            return hexadecimal(view, offset, count, kUpper, '\0', 1);
+        case Format::kHexLowerColons:
+            return hexadecimal(view, offset, count, kLower, ':', 1);
+        case Format::kHexUpperDashes:
+            return hexadecimal(view, offset, count, kUpper, '-', 2);
+        default:
+            return view.text(offset, count);
+    }
+}
+
+void UdidText::literal(const std::string& text) {
+    m_text += text;
+    if (m_evidence != nullptr) {
+        Piece own;
+        own.text = text;
+        m_evidence->added(own);
+    }
+}
+
+void UdidText::bytes(const SourcePage& page, Format format, std::size_t offset, std::size_t count) {
+    piece({format, page.code, offset, count, formatted(page.view, format, offset, count)});
+}
+
+void UdidText::piece(const Piece& piece) {
+    m_text += piece.text;
+    if (m_evidence != nullptr) {
+        m_evidence->added(piece);
+    }
+}
+
+void UdidText::field(const std::string& name, const std::string& text) {
+    m_text += text;
+    if (m_evidence != nullptr) {
+        m_evidence->added(m_evidence->fieldPiece(name));
+    }
+}
+
+void UdidText::clear() {
+    m_text.clear();
+    if (m_evidence != nullptr) {
+        m_evidence->cleared();
+    }
+}
+
+}  // namespace udid

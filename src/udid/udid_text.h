@@ -1,0 +1,59 @@
+#ifndef SCSITOOL_UDID_UDID_TEXT_H
+#define SCSITOOL_UDID_UDID_TEXT_H
+
+#include <cstddef>
+#include <string>
+
+#include "scsi/device_scsi_data.h"
+#include "scsi/page_view.h"
+#include "udid/evidence.h"
+
+namespace udid {
+
+/// A page together with its code, as a generator reads it.
+struct SourcePage {
+    unsigned code = kNoPage;
+    scsi::PageView view;
+};
+
+/// Takes a page from the record's page map and reports that it was asked for.
+SourcePage takePage(CScsiDeviceData& record, unsigned code);
+
+/// Compares a text of the record with a generator's own and reports the outcome. `field` is what
+/// the text is called ("vendor", "product").
+bool matches(const CScsiDeviceData& record, const char* field, const std::string& value, Rule rule,
+             const std::string& expected);
+
+/// Right-trims the record's vendor and stores it back: later generators see the trimmed text.
+const std::string& trimVendor(CScsiDeviceData& record);
+
+/// The prefix or the body of a UDID while it is built, each piece reported with its source.
+class UdidText {
+  public:
+    explicit UdidText(const CScsiDeviceData& record) : m_evidence(evidenceOf(record)) {}
+
+    void literal(const std::string& text);
+    /// Bytes of a page, as text or as hexadecimal digits (every format up to kHexUpperDashes but
+    /// kLiteral). Bytes past the page's end are 0.
+    void bytes(const SourcePage& page, Format format, std::size_t offset, std::size_t count);
+    /// Text that was worked out elsewhere, with its source.
+    void piece(const Piece& piece);
+    /// An identification field that the generic extraction filled, under its name.
+    void field(const std::string& name, const std::string& text);
+    /// Empties the text.
+    void clear();
+
+    const std::string& str() const { return m_text; }
+
+  private:
+    Evidence* m_evidence;
+    std::string m_text;
+};
+
+/// Bytes of a page in a format, as `UdidText::bytes` adds them.
+std::string formatted(const scsi::PageView& view, Format format, std::size_t offset,
+                      std::size_t count);
+
+}  // namespace udid
+
+#endif
