@@ -1,0 +1,119 @@
+"""The distribution's initiator against an array of made-up pages: targets, sessions, and the UDIDs of the families."""
+from array_families import FAMILIES, clariion
+from iscsi_target import Target
+from lab import disks_of
+from lab.initiator import start_initiator
+from lab.job import Hardware
+
+TYPICAL_SECONDS = 20
+
+IQN = "iqn.2026-01.lab.example:families"
+ADDED_LUN = 40
+ADDED_UDID = "UDID##DGC##CLARIION##CKM00112233445##60:06:01:60:A1:B2:C3:D4:E5:F6:07:18:29:30:4A:40"
+HOSTILE_NAME = "iqn.2026-01.lab.example:x;touch /tmp/a`touch /tmp/b`$(touch /tmp/c)|touch /tmp/d"
+# The kernel keeps the addressing method of a number above 255: flat space is 0x4000.
+FLAT_SPACE = 0x4000
+
+target = Target(IQN, {lun: family.unit for lun, family in FAMILIES.items()})
+
+
+def hardware():
+    """A card on the array's network, one portal."""
+    return Hardware(targets=[target], portals=1)
+
+
+def run(guest, _, checks):
+    """The job."""
+    start_initiator(guest)
+    check_name_and_discovery(guest, checks)
+    check_login(guest, checks)
+    nodes = family_nodes(guest)
+    check_families(guest, checks, nodes)
+    check_explanations(guest, checks, nodes)
+    check_new_unit(guest, checks)
+    check_withdrawn_unit(guest, checks, nodes)
+    check_logout(guest, checks)
+    check_hostile_name(guest, checks)
+
+
+def family_nodes(guest):
+    """The disks by the number that the array gave them."""
+    return {lun & ~FLAT_SPACE: node
+            for lun, node in disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "iscsi_tcp")).items()}
+
+
+def device_map(guest):
+    """The UDIDs that `devices` prints, by name."""
+    return {entry["name"]: entry["udid"] for entry in guest.scsitool("devices")["devices"]}
+
+
+def check_name_and_discovery(guest, checks):
+    """The initiator's name, and the targets behind a portal."""
+    document = guest.scsitool("iscsi", "iqn")
+    checks.equal("iscsi iqn", [document["result"], document["iqn"]], [0, "iqn.1993-08.org.debian:01:guest"])
+    checks.equal("iscsi discover ends well", guest.scsitool("iscsi", "discover", "10.0.2.100")["result"], 0)
+    checks.equal("iscsi discover makes the target known to the initiator",
+                 guest.run("iscsiadm -m node").stdout.split(), ["10.0.2.100:3260,1", IQN])
+
+
+def check_login(guest, checks):
+    """Login brings a session and the disks."""
+    checks.equal("iscsi login ends well", guest.scsitool("iscsi", "login", IQN)["result"], 0)
+    checks.contains("iscsi login opens a session", guest.run("iscsiadm -m session").stdout, IQN)
+    disks_of.wait_for_disks(guest, len(FAMILIES))
+
+
+def check_families(guest, checks, nodes):
+    """Every family under the UDID that its bytes give."""
+    udids = device_map(guest)
+    for lun, family in FAMILIES.items():
+        checks.equal(family.what, udids.get(nodes[lun]), family.udid)
+    checks.equal("the map holds the array's volumes and nothing else", sorted(udids), sorted(nodes.values()))
+
+
+def check_explanations(guest, checks, nodes):
+    """`explain` ends in the same UDID."""
+    for lun in (0, 1, 3, 5, 300):
+        text = guest.run(["scsitool", "explain", nodes[lun]]).stdout
+        checks.contains(f"explain names the UDID of {FAMILIES[lun].what}", text, FAMILIES[lun].udid)
+
+
+def check_new_unit(guest, checks):
+    """A volume presented during a session is found by a rescan of the session."""
+    target.units[ADDED_LUN] = clariion("60060160a1b2c3d4e5f6071829304a40")
+    checks.true("a new volume is not seen by itself", ADDED_UDID not in device_map(guest).values())
+    checks.equal("iscsi rescan ends well", guest.scsitool("iscsi", "rescan")["result"], 0)
+    disks_of.wait_for_disks(guest, len(FAMILIES) + 1)
+    udids = device_map(guest)
+    checks.equal("iscsi rescan finds the new volume", udids.get(family_nodes(guest)[ADDED_LUN]), ADDED_UDID)
+
+
+def check_withdrawn_unit(guest, checks, nodes):
+    """A withdrawn volume stays behind as a disk that does not answer, and disturbs no other."""
+    del target.units[ADDED_LUN]
+    udids = device_map(guest)
+    checks.true("a withdrawn volume loses its UDID", ADDED_UDID not in udids.values(), udids)
+    checks.equal("a withdrawn volume disturbs no other", {node: udids.get(node) for node in nodes.values()},
+                 {nodes[lun]: family.udid for lun, family in FAMILIES.items()})
+
+
+def check_logout(guest, checks):
+    """Logout takes the session and the disks away."""
+    checks.equal("iscsi logout ends well", guest.scsitool("iscsi", "logout", IQN)["result"], 0)
+    guest.wait_for("the disks to go", "! ls /sys/block | grep -q '^sd'")
+    checks.true("iscsi logout closes the session", guest.run("iscsiadm -m session", status=None).status != 0)
+    guest.run(["scsitool", "devices"], status=None)
+    checks.equal("no volume is left after the logout", [name for name in device_map_or_empty(guest)], [])
+
+
+def device_map_or_empty(guest):
+    """As device_map, whatever exit status an empty map has."""
+    document = guest.run(["scsitool", "--json", "devices"], status=None).json
+    return {entry["name"]: entry["udid"] for entry in document["devices"]}
+
+
+def check_hostile_name(guest, checks):
+    """What stands in a target's name starts no program."""
+    checks.equal("a hostile target name is only a name the initiator does not know",
+                 guest.scsitool("iscsi", "login", HOSTILE_NAME)["result"], 0)
+    checks.equal("no program came of it", guest.run("ls /tmp").stdout, "")

@@ -1,0 +1,86 @@
+"""Debian packages, fetched with apt and unpacked without being installed."""
+import re
+import subprocess
+
+from lab.errors import LabError
+from lab.host_tools import find_tool, run_tool
+
+# The first of these that apt knows is the distribution's own kernel.
+KERNEL_META_PACKAGES = ["linux-image-amd64", "linux-image-generic"]
+# What no test needs: documentation, translations and the conversion tables of the C library.
+UNWANTED_PATHS = ["./usr/share/doc", "./usr/share/man", "./usr/share/locale", "./usr/share/info",
+                  "./usr/lib/x86_64-linux-gnu/perl*", "./usr/lib/x86_64-linux-gnu/gconv"]
+MERGED_FOLDERS = ["bin", "sbin", "lib", "lib64"]
+
+
+class PackageSource:
+    """apt with a cache folder of its own, so that it needs neither rights nor the machine's own cache."""
+
+    def __init__(self, folder):
+        self.archives = folder / "packages"
+        self._none = folder / "no-packages"
+        for path in (self.archives, self._none):
+            (path / "partial").mkdir(parents=True, exist_ok=True)
+        self._options = ["-qq", "-o", f"Dir::Cache={folder}", "-o", f"Dir::Cache::archives={self.archives}",
+                         "-o", "APT::Install-Recommends=false", "-o", "APT::Sandbox::User=root",
+                         "-o", "Debug::NoLocking=1"]
+
+    def _install(self, packages, *more):
+        # With an empty list of installed packages apt names everything that they depend on as well.
+        return run_tool(["apt-get", *self._options, "-o", "Dir::State::status=/dev/null", "-y",
+                         "--download-only", *more, "install", *packages])
+
+    def kernel_package(self):
+        """The name of the package that holds the distribution's current kernel."""
+        for meta in KERNEL_META_PACKAGES:
+            text = run_tool(["apt-cache", "depends", meta]) if self._known(meta) else ""
+            found = re.search(r"Depends: (linux-image-\d\S+)", text)
+            if found:
+                return found.group(1)
+        raise LabError(f"apt knows none of {', '.join(KERNEL_META_PACKAGES)}; try: apt-get update")
+
+    @staticmethod
+    def _known(package):
+        return bool(run_tool(["apt-cache", "search", "--names-only", f"^{package}$"]).strip())
+
+    def resolve(self, packages):
+        """The archive file names, versions included, of the packages and of all that they need."""
+        # Archives that are already there would be left out, so apt is shown a folder without any.
+        return _archive_names(self._install(packages, "-o", f"Dir::Cache::archives={self._none}",
+                                            "--print-uris"))
+
+    def resolve_one(self, package):
+        """The archive file name of one package alone."""
+        return _archive_names(run_tool(["apt-get", *self._options, "--print-uris", "download", package]))[0]
+
+    def fetch(self, packages):
+        """Downloads the packages and all that they need into the cache folder."""
+        self._install(packages)
+
+    def fetch_one(self, package):
+        """Downloads one package alone into the cache folder."""
+        if not (self.archives / self.resolve_one(package)).exists():
+            run_tool(["apt-get", *self._options, "download", package], cwd=self.archives)
+
+
+def _archive_names(uris):
+    # A line is: 'address' file-name size checksum
+    return sorted(line.split()[1] for line in uris.splitlines() if line.startswith("'"))
+
+
+def make_merged_root(folder):
+    """A folder with the four links that merge /bin, /sbin, /lib and /lib64 into /usr."""
+    for name in MERGED_FOLDERS:
+        (folder / "usr" / name).mkdir(parents=True)
+        (folder / name).symlink_to(f"usr/{name}")
+
+
+def unpack(archive, folder, only=()):
+    """Unpacks one package into a folder; `only` names paths that are wanted and nothing else."""
+    tar = [find_tool("tar"), "-x", "-C", str(folder), "--keep-directory-symlink", "--no-same-owner",
+           *(f"--exclude={path}" for path in UNWANTED_PATHS), *only]
+    with subprocess.Popen([find_tool("dpkg-deb"), "--fsys-tarfile", str(archive)],
+                          stdout=subprocess.PIPE) as source:
+        done = subprocess.run(tar, stdin=source.stdout, stderr=subprocess.PIPE, text=True, check=False)
+    if done.returncode != 0 or source.returncode != 0:
+        raise LabError(f"cannot unpack {archive.name}: {done.stderr.strip()}")

@@ -1,0 +1,167 @@
+"""The command line: picks jobs, runs them in machines of their own, reports and counts."""
+import argparse
+import concurrent.futures
+import functools
+import importlib
+import os
+import shutil
+import signal
+import sys
+import tempfile
+import threading
+import time
+import traceback
+from pathlib import Path
+
+from lab.checks import Checks
+from lab.command_overlay import write_command_overlay
+from lab.errors import LabError
+from lab.host_tools import require_tools
+from lab.image import cache_folder, prepare_image
+from lab.job import run_machine
+from lab.machine import Machine
+
+HERE = Path(__file__).resolve().parent.parent
+PROJECT = HERE.parent.parent
+MOST_MACHINES = 2
+
+
+class Report:
+    """Prints one job at a time, whatever the number of jobs that run, and counts."""
+
+    def __init__(self):
+        self._lock = threading.Lock()
+        self.passed = 0
+        self.failed = 0
+
+    def job_ended(self, name, seconds, checks):
+        """Prints a job's checks."""
+        with self._lock:
+            self.passed += checks.passed
+            self.failed += checks.failed
+            print(f"{name} ({seconds:.1f} s)", *checks.lines, sep="\n", flush=True)
+
+    def close(self):
+        """Prints the closing line and returns the exit status."""
+        if self.passed + self.failed == 0:
+            print("no check was made: that counts as a failure", flush=True)
+            self.failed = 1
+        print(f"{self.passed} passed, {self.failed} failed", flush=True)
+        return 1 if self.failed else 0
+
+
+def job_names():
+    """The names of all jobs, in the order in which they start: the longest first."""
+    modules = [load_job(path.stem) for path in (HERE / "jobs").glob("*.py") if path.stem != "__init__"]
+    modules.sort(key=lambda module: -module.TYPICAL_SECONDS)
+    return [module.__name__.rpartition(".")[2] for module in modules]
+
+
+def load_job(name):
+    """The module of a job."""
+    return importlib.import_module(f"jobs.{name}")
+
+
+def parse_arguments():
+    """The command line."""
+    parser = argparse.ArgumentParser(prog="tests/system/run", description="Runs scsitool on a real kernel.")
+    parser.add_argument("jobs", nargs="*", metavar="JOB", help="jobs to run; all of them by default")
+    parser.add_argument("--command", type=Path, help="the scsitool to test (default: the newest in build/)")
+    parser.add_argument("--library-dir", type=Path, help="where libscsitool.so.1 lies")
+    parser.add_argument("--console-dir", type=Path, help="keep every guest's console in this folder")
+    parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
+                        help="machines at a time (default: %(default)s)")
+    parser.add_argument("--list", action="store_true", help="list the jobs")
+    parser.add_argument("--build-only", action="store_true", help="build the guest and stop")
+    return parser.parse_args()
+
+
+def find_command(given):
+    """The command under test."""
+    if given:
+        if not os.access(given, os.X_OK) or given.is_dir():
+            raise LabError(f"{given} is no program")
+        return given
+    found = [path for path in PROJECT.glob("build/**/scsitool") if path.is_file() and os.access(path, os.X_OK)]
+    if not found:
+        raise LabError("no scsitool in build/: build it first, or name it with --command")
+    return max(found, key=lambda path: path.stat().st_mtime)
+
+
+class Laboratory:
+    """What all jobs of a run share."""
+
+    def __init__(self, image, ramdisk, console_dir, report):
+        self._image = image
+        self._ramdisk = ramdisk
+        self._console_dir = console_dir
+        self._report = report
+
+    def run_job(self, name):
+        """Runs one job; whatever ends it early is one failed check."""
+        checks = Checks()
+        begin = time.monotonic()
+        try:
+            job = load_job(name)
+            keep = functools.partial(self._keep_console, name)
+            with run_machine(self._image, self._ramdisk, job.hardware(), keep) as (guest, machine):
+                job.run(guest, machine, checks)
+        except LabError as error:
+            checks.fail("the job runs to its end", str(error))
+        except Exception:  # pylint: disable=broad-exception-caught
+            checks.fail("the job runs to its end", traceback.format_exc())
+        if not checks.passed + checks.failed:
+            checks.fail("the job makes a check", "it made none")
+        self._report.job_ended(name, time.monotonic() - begin, checks)
+
+    def _keep_console(self, name, machine):
+        if self._console_dir:
+            self._console_dir.mkdir(parents=True, exist_ok=True)
+            (self._console_dir / f"{name}.console").write_text(machine.console_text(), "utf-8")
+
+
+def run_jobs(arguments, names, report):
+    """Builds what is missing and runs the jobs."""
+    require_tools()
+    image = prepare_image(cache_folder(), lambda text: print(text, flush=True))
+    if arguments.build_only:
+        print(f"the guest is ready in {image.folder}")
+        return
+    with tempfile.TemporaryDirectory(prefix="scsitool-system-") as work:
+        ramdisk = Path(work) / "ramdisk"
+        overlay = Path(work) / "overlay"
+        write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
+        with open(ramdisk, "wb") as target:
+            for part in (image.base, overlay):
+                with open(part, "rb") as source:
+                    shutil.copyfileobj(source, target)
+        laboratory = Laboratory(image, ramdisk, arguments.console_dir, report)
+        with concurrent.futures.ThreadPoolExecutor(max(arguments.parallel, 1)) as pool:
+            try:
+                list(pool.map(laboratory.run_job, names))
+            except BaseException:
+                pool.shutdown(wait=False, cancel_futures=True)
+                Machine.end_all()
+                raise
+
+
+def main():
+    """Runs the command line; returns the exit status."""
+    # A terminated run unwinds like an interrupted one, so that machines and folders go away.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    arguments = parse_arguments()
+    known = job_names()
+    unknown = [name for name in arguments.jobs if name not in known]
+    if unknown:
+        print(f"no such job: {', '.join(unknown)}; there are {', '.join(known)}", file=sys.stderr)
+        return 2
+    if arguments.list:
+        print("\n".join(known))
+        return 0
+    report = Report()
+    try:
+        run_jobs(arguments, [name for name in known if name in (arguments.jobs or known)], report)
+    except LabError as error:
+        print(f"tests/system/run: {error}", file=sys.stderr)
+        report.failed += 1
+    return 0 if arguments.build_only and not report.failed else report.close()
