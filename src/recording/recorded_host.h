@@ -1,0 +1,93 @@
+#ifndef SCSITOOL_RECORDING_RECORDED_HOST_H
+#define SCSITOOL_RECORDING_RECORDED_HOST_H
+
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "host/host.h"
+#include "recording/journal.h"
+#include "recording/recorded_host_data.h"
+#include "recording/semaphores.h"
+
+namespace recording {
+
+/// A host that answers from a recording and never touches the machine. Effects go to a journal.
+///
+/// What is not in the recording:
+/// - a device, a file, a directory, a path that is not there is ENOENT, which is an answer;
+/// - a command ends with exit status 127 and no output;
+/// - an INQUIRY page is EIO, any other request that the device has no entry for is ENOTTY, and so
+///   is INQUIRY on a node with no pages at all (/dev/mapper/control is such a node).
+/// What the recording itself shows to be missing from it is journaled as unanswered: a command, a
+/// page that the device's page 0x00 lists, the standard INQUIRY of a device that has pages, the
+/// listing of a directory that something in the recording lies in.
+///
+/// Safe for any number of threads.
+class RecordedHost : public host::Host {
+  public:
+    /// The journal must outlive the host.
+    RecordedHost(RecordedHostData data, Journal& journal);
+
+    int openDevice(const std::string& path, host::OpenMode mode) override;
+    int closeDevice(int descriptor) override;
+    int sendCommand(int descriptor, host::CommandBuffer& buffer) override;
+    int addressWords(int descriptor, host::AddressWords& words) override;
+    int sgIo(int descriptor, host::SgIoRequest& request) override;
+    int deviceSize(int descriptor, std::uint64_t& bytes) override;
+    int readFile(const std::string& path, std::string& content) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    bool pathExists(const std::string& path) override;
+    bool isDirectory(const std::string& path) override;
+    host::DirectoryListing listDirectory(const std::string& path) override;
+    int readLink(const std::string& path, std::string& target) override;
+    host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
+    int runShell(const std::string& line) override;
+    int openSemaphore(int key, int count, int flags) override;
+    int operateSemaphore(int identifier,
+                         const std::vector<host::SemaphoreOperation>& operations) override;
+    std::string kernelRelease() override;
+    int hostName(std::string& name) override;
+    void sleepSeconds(unsigned seconds) override;
+
+    /// How many descriptors are open: what a test asserts to be 0 at the end.
+    std::size_t openDescriptors() const;
+
+  private:
+    struct Node {
+        std::string path;
+        RecordedDevice device;
+    };
+    struct Answers {
+        std::vector<RecordedCommand> inOrder;
+        std::size_t next = 0;
+    };
+
+    const Node* nodeOf(int descriptor) const;
+    const RecordedPage* findPage(const Node& node, bool evpd, std::uint8_t code, int& error);
+    bool hasPath(const std::string& path) const;
+    void noteDirectoriesAbove(const std::string& path);
+
+    Journal& m_journal;
+    std::map<std::string, RecordedFile> m_files;
+    std::map<std::string, std::vector<std::string>> m_directories;  // without the last "/"
+    std::unordered_map<std::string, Node> m_devices;
+    std::unordered_map<std::string, Answers> m_commands;
+    std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
+    const std::optional<std::string> m_hostName;
+    const std::string m_kernelRelease;
+    Semaphores m_semaphores;
+
+    mutable std::mutex m_mutex;  // guards what follows and the place in each command's answers
+    std::unordered_map<int, const Node*> m_descriptors;
+    int m_nextDescriptor;
+};
+
+}  // namespace recording
+
+#endif

@@ -1,0 +1,67 @@
+#ifndef SCSITOOL_RECORDING_RECORDED_HOST_DATA_H
+#define SCSITOOL_RECORDING_RECORDED_HOST_DATA_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace recording {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// A file's content, or the errno that every open of it ends in.
+struct RecordedFile {
+    RecordedFile() = default;
+    RecordedFile(std::string text) : content(std::move(text)) {}
+    RecordedFile(const char* text) : content(text) {}
+
+    std::string content;
+    int error = 0;
+};
+
+/// An INQUIRY response, or the errno that the request ended in when the device refused it.
+struct RecordedPage {
+    RecordedPage() = default;
+    RecordedPage(Bytes response) : bytes(std::move(response)) {}
+
+    Bytes bytes;
+    int error = 0;
+};
+
+/// A device node and what the device behind it answers.
+struct RecordedDevice {
+    int openError = 0;                            ///< errno of the open, 0 when it opens
+    std::optional<RecordedPage> standardInquiry;  ///< INQUIRY without EVPD
+    std::map<std::uint8_t, RecordedPage> pages;   ///< page code to the whole VPD page
+    std::map<Bytes, Bytes> sgIo;                  ///< command descriptor block to the data
+    std::optional<std::uint32_t> idLun;           ///< first word of SCSI_IOCTL_GET_IDLUN
+    std::optional<std::uint64_t> sizeBytes;
+};
+
+/// One answer to one command text. At most one of the three ends is set.
+struct RecordedCommand {
+    std::string command;
+    std::vector<std::string> output;
+    int exitStatus = 0;     ///< 0 to 255
+    int signal = 0;         ///< the signal that ended it, 0 for none
+    bool timedOut = false;  ///< the time limit ended it
+};
+
+/// Everything that is known of a recorded host: a plain value.
+struct RecordedHostData {
+    std::map<std::string, RecordedFile> files;
+    /// Path, with or without its last "/", to the names in it, in the operating system's order.
+    std::map<std::string, std::vector<std::string>> directories;
+    std::map<std::string, RecordedDevice> devices;
+    /// The same text again is the answer to its next run; the last answer stays for good.
+    std::vector<RecordedCommand> commands;
+    std::optional<std::string> hostName = "localhost";  ///< none: it cannot be read
+    std::string kernelRelease = "5.10.0";
+};
+
+}  // namespace recording
+
+#endif

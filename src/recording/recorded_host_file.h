@@ -1,0 +1,28 @@
+#ifndef SCSITOOL_RECORDING_RECORDED_HOST_FILE_H
+#define SCSITOOL_RECORDING_RECORDED_HOST_FILE_H
+
+#include <stdexcept>
+#include <string>
+
+#include "recording/recorded_host_data.h"
+
+namespace recording {
+
+/// Why a recorded host was refused: one line that names the file, the place in it (line and column
+/// or a JSON pointer), what was expected there and what was found.
+class RecordedHostError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A recorded host from its text; `name` stands for the file in messages. Nothing is guessed: a
+/// member that the format does not know is refused, as is a member given twice. Throws
+/// RecordedHostError.
+RecordedHostData parseRecordedHost(const std::string& text, const std::string& name);
+
+/// A recorded host from a file of this machine, of at most 64 MiB. Throws RecordedHostError.
+RecordedHostData loadRecordedHost(const std::string& path);
+
+}  // namespace recording
+
+#endif

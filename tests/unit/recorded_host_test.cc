@@ -1,0 +1,612 @@
+#include "recording/recorded_host.h"
+
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+using host::AddressWords;
+using host::CommandBuffer;
+using host::OpenMode;
+using host::SgIoRequest;
+using recording::Bytes;
+using recording::Journal;
+using recording::RecordedCommand;
+using recording::RecordedDevice;
+using recording::RecordedHost;
+using recording::RecordedHostData;
+using recording::RecordedPage;
+
+constexpr std::uint8_t kPoison = 0xA5;
+
+/// INQUIRY as it is sent: poison wherever nothing is said.
+CommandBuffer inquiryCommand(bool evpd, std::uint8_t page, std::uint8_t allocationLength = 252,
+                             std::uint32_t outputLength = 480) {
+    CommandBuffer buffer;
+    buffer.fill(kPoison);
+    const std::uint32_t inputLength = 0;
+    std::memcpy(buffer.data(), &inputLength, 4);
+    std::memcpy(buffer.data() + 4, &outputLength, 4);
+    const std::uint8_t block[6] = {
+        0x12, static_cast<std::uint8_t>(evpd ? 1 : 0), page, 0, allocationLength, 0};
+    std::copy(std::begin(block), std::end(block), buffer.begin() + 8);
+    return buffer;
+}
+
+Bytes responseOf(const CommandBuffer& buffer, std::size_t count) {
+    return Bytes(buffer.begin() + 8, buffer.begin() + 8 + static_cast<std::ptrdiff_t>(count));
+}
+
+Bytes numbered(std::size_t count) {
+    Bytes bytes(count);
+    for (std::size_t index = 0; index < count; ++index) {
+        bytes[index] = static_cast<std::uint8_t>(index + 1);
+    }
+    return bytes;
+}
+
+RecordedDevice diskWithPages() {
+    RecordedDevice device;
+    device.standardInquiry = Bytes{0x00, 0x00, 0x06, 0x02, 0x1F};
+    device.pages[0x00] = Bytes{0x00, 0x00, 0x00, 0x04, 0x00, 0x80, 0x83, 0xC0};
+    device.pages[0x80] = Bytes{0x00, 0x80, 0x00, 0x02, 'S', '1'};
+    return device;
+}
+
+class RecordedHostTest : public testing::Test {
+  protected:
+    RecordedHost& host() {
+        if (!m_host) {
+            m_host = std::make_unique<RecordedHost>(data, journal);
+        }
+        return *m_host;
+    }
+    int open(const std::string& path) {
+        return host().openDevice(path, OpenMode::kReadWriteNonBlocking);
+    }
+
+    RecordedHostData data;
+    Journal journal;
+
+  private:
+    std::unique_ptr<RecordedHost> m_host;
+};
+
+using Lines = std::vector<std::string>;
+
+// Files.
+
+TEST_F(RecordedHostTest, ReadsAFile) {
+    data.files["/proc/partitions"] = "major minor\n";
+    std::string content = "before";
+    EXPECT_EQ(host().readFile("/proc/partitions", content), 0);
+    EXPECT_EQ(content, "major minor\n");
+}
+
+TEST_F(RecordedHostTest, GivesTheErrorOfAFileThatCannotBeRead) {
+    data.files["/proc/scsi/scsi"].error = EIO;
+    std::string content = "before";
+    EXPECT_EQ(host().readFile("/proc/scsi/scsi", content), -EIO);
+    EXPECT_EQ(content, "");
+    EXPECT_TRUE(host().pathExists("/proc/scsi/scsi"));
+}
+
+TEST_F(RecordedHostTest, CannotReadAFileThatIsNotListedAndTakesThatForAnAnswer) {
+    std::string content = "before";
+    EXPECT_EQ(host().readFile("/etc/x", content), -ENOENT);
+    EXPECT_EQ(content, "");
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, CannotReadADirectoryOrADeviceAsAFile) {
+    data.directories["/dev/mapper/"] = {"."};
+    data.devices["/dev/sda"] = diskWithPages();
+    std::string content;
+    EXPECT_EQ(host().readFile("/dev/mapper/", content), -EISDIR);
+    EXPECT_EQ(host().readFile("/dev/sda", content), -EIO);
+}
+
+TEST_F(RecordedHostTest, JournalsAnAppendAndKeepsTheContentThatLaterReadsSee) {
+    data.files["/proc/scsi/scsi"] = "Attached devices:\n";
+    const host::AppendResult result = host().appendFile("/proc/scsi/scsi", "scsi\n");
+    EXPECT_EQ(result.openError, 0);
+    EXPECT_EQ(result.writeError, 0);
+    EXPECT_EQ(journal.lines(),
+              Lines{R"({"effect":"append","path":"/proc/scsi/scsi","data":"scsi\n"})"});
+    std::string content;
+    EXPECT_EQ(host().readFile("/proc/scsi/scsi", content), 0);
+    EXPECT_EQ(content, "Attached devices:\n");
+}
+
+TEST_F(RecordedHostTest, CannotAppendToAFileThatIsNotListed) {
+    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x").openError, ENOENT);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, CannotAppendToAFileWithAnErrorNorToADirectory) {
+    data.files["/proc/scsi/scsi"].error = EACCES;
+    data.directories["/proc/"] = {};
+    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x").openError, EACCES);
+    EXPECT_EQ(host().appendFile("/proc/", "x").openError, EISDIR);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+// Directories and paths.
+
+TEST_F(RecordedHostTest, ListsADirectoryInItsOrderWithOrWithoutTheLastSlash) {
+    data.directories["/dev/mapper/"] = {".", "..", "control", "mpathb", "mpatha"};
+    for (const char* path : {"/dev/mapper/", "/dev/mapper"}) {
+        const host::DirectoryListing listing = host().listDirectory(path);
+        EXPECT_EQ(listing.openError, 0) << path;
+        EXPECT_EQ(listing.readError, 0) << path;
+        EXPECT_EQ(listing.names, (Lines{".", "..", "control", "mpathb", "mpatha"})) << path;
+    }
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, TakesADirectoryThatNothingLiesInForNotThere) {
+    data.devices["/dev/sda"] = diskWithPages();
+    EXPECT_EQ(host().listDirectory("/dev/mapper/").openError, ENOENT);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, JournalsAListingOfADirectoryThatAnEntryLiesInAsUnanswered) {
+    data.devices["/dev/mapper/mpatha"] = diskWithPages();
+    EXPECT_EQ(host().listDirectory("/dev/mapper/").openError, ENOENT);
+    EXPECT_EQ(host().listDirectory("/dev").openError, ENOENT);
+    EXPECT_EQ(journal.unanswered(), (Lines{"directory /dev/mapper/", "directory /dev"}));
+}
+
+TEST_F(RecordedHostTest, SeesFromFilesAndDirectoriesTooThatADirectoryIsMissing) {
+    data.files["/proc/scsi/scsi"] = "";
+    data.directories["/sys/class/fc_host/"] = {};
+    for (const char* path : {"/proc/scsi/", "/proc/", "/sys/class/", "/sys/"}) {
+        EXPECT_EQ(host().listDirectory(path).openError, ENOENT) << path;
+    }
+    EXPECT_EQ(journal.unanswered(), (Lines{"directory /proc/scsi/", "directory /proc/",
+                                           "directory /sys/class/", "directory /sys/"}));
+}
+
+TEST_F(RecordedHostTest, CannotListAFile) {
+    data.files["/etc/fstab"] = "";
+    EXPECT_EQ(host().listDirectory("/etc/fstab").openError, ENOTDIR);
+}
+
+TEST_F(RecordedHostTest, FindsFilesDirectoriesAndDevices) {
+    data.files["/sbin/powermt"] = "";
+    data.files["/proc/kcore"].error = EACCES;
+    data.directories["/dev/mapper/"] = {};
+    data.devices["/dev/sda"] = diskWithPages();
+    data.devices["/dev/sdb"].openError = ENXIO;
+    for (const char* path :
+         {"/sbin/powermt", "/proc/kcore", "/dev/mapper/", "/dev/mapper", "/dev/sda", "/dev/sdb"}) {
+        EXPECT_TRUE(host().pathExists(path)) << path;
+    }
+}
+
+TEST_F(RecordedHostTest, FindsOnlyWhatIsListedItself) {
+    data.files["/sbin/powermt"] = "";
+    for (const char* path : {"/sbin", "/sbin/", "/", "", "/sbin/powermt/", "/sbin/power"}) {
+        EXPECT_FALSE(host().pathExists(path)) << path;
+        EXPECT_FALSE(host().isDirectory(path)) << path;
+    }
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, TellsDirectoriesFromFilesAndDevices) {
+    data.files["/a"] = "";
+    data.devices["/b"] = diskWithPages();
+    data.directories["/c/"] = {};
+    data.directories["/"] = {"a", "b", "c"};
+    EXPECT_FALSE(host().isDirectory("/a"));
+    EXPECT_FALSE(host().isDirectory("/b"));
+    EXPECT_TRUE(host().isDirectory("/c"));
+    EXPECT_TRUE(host().isDirectory("/c/"));
+    EXPECT_TRUE(host().isDirectory("/"));
+}
+
+TEST_F(RecordedHostTest, HasNoSymbolicLinks) {
+    data.files["/a"] = "";
+    std::string target = "before";
+    EXPECT_EQ(host().readLink("/a", target), -EINVAL);
+    EXPECT_EQ(host().readLink("/b", target), -ENOENT);
+    EXPECT_EQ(target, "before");
+}
+
+// Devices.
+
+TEST_F(RecordedHostTest, OpensAListedDeviceWithADescriptorThatNoKernelGives) {
+    data.devices["/dev/sda"] = diskWithPages();
+    const int first = open("/dev/sda");
+    const int second = host().openDevice("/dev/sda", OpenMode::kReadOnly);
+    EXPECT_GE(first, 0x40000000);
+    EXPECT_GE(second, 0x40000000);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(host().openDescriptors(), 2U);
+    EXPECT_EQ(host().closeDevice(first), 0);
+    EXPECT_EQ(host().closeDevice(second), 0);
+    EXPECT_EQ(host().openDescriptors(), 0U);
+}
+
+TEST_F(RecordedHostTest, RefusesToOpenADeviceThatIsNotListed) {
+    data.files["/etc/fstab"] = "";
+    EXPECT_EQ(open("/dev/sda"), -ENOENT);
+    EXPECT_EQ(open("/etc/fstab"), -ENOENT);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, GivesTheErrnoOfADeviceThatDoesNotOpen) {
+    data.devices["/dev/sdb"].openError = ENXIO;
+    EXPECT_EQ(open("/dev/sdb"), -ENXIO);
+    EXPECT_EQ(host().openDescriptors(), 0U);
+}
+
+TEST_F(RecordedHostTest, KnowsOnlyDescriptorsThatAreOpen) {
+    data.devices["/dev/sda"] = diskWithPages();
+    const int descriptor = open("/dev/sda");
+    EXPECT_EQ(host().closeDevice(descriptor), 0);
+    for (const int bad : {descriptor, -1, 0, descriptor + 1}) {
+        CommandBuffer buffer = inquiryCommand(false, 0);
+        AddressWords words;
+        SgIoRequest request;
+        std::uint64_t bytes = 0;
+        EXPECT_EQ(host().closeDevice(bad), -EBADF) << bad;
+        EXPECT_EQ(host().sendCommand(bad, buffer), -EBADF) << bad;
+        EXPECT_EQ(host().addressWords(bad, words), -EBADF) << bad;
+        EXPECT_EQ(host().sgIo(bad, request), -EBADF) << bad;
+        EXPECT_EQ(host().deviceSize(bad, bytes), -EBADF) << bad;
+    }
+}
+
+TEST_F(RecordedHostTest, AnswersTheStandardInquiryWhenEvpdIsClear) {
+    data.devices["/dev/sda"] = diskWithPages();
+    CommandBuffer buffer = inquiryCommand(false, 0);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), 0);
+    EXPECT_EQ(responseOf(buffer, 6), (Bytes{0x00, 0x00, 0x06, 0x02, 0x1F, 0x00}));
+}
+
+TEST_F(RecordedHostTest, AnswersThePageOfThePageCodeWhenEvpdIsSet) {
+    data.devices["/dev/sda"] = diskWithPages();
+    const int descriptor = open("/dev/sda");
+    CommandBuffer list = inquiryCommand(true, 0x00);
+    EXPECT_EQ(host().sendCommand(descriptor, list), 0);
+    EXPECT_EQ(responseOf(list, 8), (Bytes{0x00, 0x00, 0x00, 0x04, 0x00, 0x80, 0x83, 0xC0}));
+    CommandBuffer serial = inquiryCommand(true, 0x80);
+    EXPECT_EQ(host().sendCommand(descriptor, serial), 0);
+    EXPECT_EQ(responseOf(serial, 6), (Bytes{0x00, 0x80, 0x00, 0x02, 'S', '1'}));
+}
+
+TEST_F(RecordedHostTest, LooksAtTheEvpdBitAloneAndNotAtTheLunBitsBesideIt) {
+    data.devices["/dev/sda"] = diskWithPages();
+    const int descriptor = open("/dev/sda");
+    CommandBuffer standard = inquiryCommand(false, 0);
+    standard[9] = 0x60;
+    EXPECT_EQ(host().sendCommand(descriptor, standard), 0);
+    EXPECT_EQ(responseOf(standard, 5), (Bytes{0x00, 0x00, 0x06, 0x02, 0x1F}));
+    CommandBuffer serial = inquiryCommand(true, 0x80);
+    serial[9] = 0x61;
+    EXPECT_EQ(host().sendCommand(descriptor, serial), 0);
+    EXPECT_EQ(responseOf(serial, 2), (Bytes{0x00, 0x80}));
+}
+
+TEST_F(RecordedHostTest, RefusesAPageCodeWithoutEvpd) {
+    data.devices["/dev/sda"] = diskWithPages();
+    CommandBuffer buffer = inquiryCommand(false, 0x80);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), -EIO);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, HandsOverAtMostTheAllocationLength) {
+    for (const std::uint8_t allocated : Bytes{0, 1, 99, 100, 101, 252}) {
+        RecordedHostData one;
+        one.devices["/dev/sda"].standardInquiry = numbered(100);
+        RecordedHost scanned(one, journal);
+        CommandBuffer buffer = inquiryCommand(false, 0, allocated);
+        EXPECT_EQ(scanned.sendCommand(scanned.openDevice("/dev/sda", OpenMode::kReadOnly), buffer),
+                  0);
+        Bytes expected = numbered(std::min<std::size_t>(allocated, 100));
+        expected.resize(480);
+        EXPECT_EQ(responseOf(buffer, 480), expected) << "allocation length " << int{allocated};
+    }
+}
+
+TEST_F(RecordedHostTest, ZeroesTheRestOfTheOutputLengthAndTouchesNothingElse) {
+    data.devices["/dev/sda"].standardInquiry = numbered(40);
+    CommandBuffer buffer = inquiryCommand(false, 0);
+    const CommandBuffer before = buffer;
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), 0);
+    EXPECT_TRUE(std::equal(buffer.begin(), buffer.begin() + 8, before.begin()));
+    Bytes expected = numbered(40);
+    expected.resize(480);
+    EXPECT_EQ(responseOf(buffer, 480), expected);
+    EXPECT_EQ(Bytes(buffer.begin() + 488, buffer.end()), Bytes(24, kPoison));
+}
+
+TEST_F(RecordedHostTest, HandsOverAtMostTheOutputLength) {
+    data.devices["/dev/sda"].standardInquiry = numbered(40);
+    CommandBuffer buffer = inquiryCommand(false, 0, 252, 16);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), 0);
+    EXPECT_EQ(responseOf(buffer, 16), numbered(16));
+    EXPECT_EQ(buffer[24], kPoison);
+}
+
+TEST_F(RecordedHostTest, RefusesAnOutputLengthThatTheBufferCannotHold) {
+    data.devices["/dev/sda"].standardInquiry = numbered(40);
+    const int descriptor = open("/dev/sda");
+    CommandBuffer fits = inquiryCommand(false, 0, 252, 504);
+    EXPECT_EQ(host().sendCommand(descriptor, fits), 0);
+    EXPECT_EQ(fits[511], 0);
+    for (const std::uint32_t length : {505U, 0xFFFFFFFFU}) {
+        CommandBuffer tooLong = inquiryCommand(false, 0, 252, length);
+        const CommandBuffer before = tooLong;
+        EXPECT_EQ(host().sendCommand(descriptor, tooLong), -EINVAL) << length;
+        EXPECT_EQ(tooLong, before) << length;
+    }
+}
+
+TEST_F(RecordedHostTest, KnowsNoCommandButInquiry) {
+    data.devices["/dev/sda"] = diskWithPages();
+    CommandBuffer buffer = inquiryCommand(false, 0);
+    buffer[8] = 0x25;
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), -ENOTTY);
+}
+
+TEST_F(RecordedHostTest, FailsForAPageThatIsNotListedAndTakesThatForAnAnswer) {
+    data.devices["/dev/sda"] = diskWithPages();
+    CommandBuffer buffer = inquiryCommand(true, 0xC8);
+    const CommandBuffer before = buffer;
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), -EIO);
+    EXPECT_EQ(buffer, before);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, JournalsAPageThatTheDevicesOwnListNamesAsUnanswered) {
+    data.devices["/dev/sda"] = diskWithPages();
+    CommandBuffer buffer = inquiryCommand(true, 0xC0);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), -EIO);
+    EXPECT_EQ(journal.unanswered(), Lines{"page c0 of /dev/sda"});
+}
+
+TEST_F(RecordedHostTest, ReadsNoPageListBeyondItsEndOrItsLength) {
+    data.devices["/dev/long"].pages[0x00] = Bytes{0x00, 0x00, 0xFF, 0xFF, 0x83};
+    data.devices["/dev/short"].pages[0x00] = Bytes{0x00, 0x00, 0x00, 0x01, 0x00, 0x83};
+    data.devices["/dev/cut"].pages[0x00] = Bytes{0x00, 0x00, 0x00};
+    data.devices["/dev/refused"].pages[0x00].error = EIO;
+    for (const char* path : {"/dev/long", "/dev/short", "/dev/cut", "/dev/refused"}) {
+        CommandBuffer buffer = inquiryCommand(true, 0x83);
+        EXPECT_EQ(host().sendCommand(open(path), buffer), -EIO) << path;
+    }
+    EXPECT_EQ(journal.unanswered(), Lines{"page 83 of /dev/long"});
+}
+
+TEST_F(RecordedHostTest, JournalsAMissingStandardInquiryOfADeviceWithPages) {
+    data.devices["/dev/sda"] = diskWithPages();
+    data.devices["/dev/sda"].standardInquiry.reset();
+    CommandBuffer buffer = inquiryCommand(false, 0);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), -EIO);
+    EXPECT_EQ(journal.unanswered(), Lines{"page std of /dev/sda"});
+}
+
+TEST_F(RecordedHostTest, TakesADeviceWithoutAnyPageForANodeThatTakesNoScsiCommand) {
+    data.devices["/dev/mapper/control"] = {};
+    const int descriptor = open("/dev/mapper/control");
+    CommandBuffer standard = inquiryCommand(false, 0);
+    EXPECT_EQ(host().sendCommand(descriptor, standard), -ENOTTY);
+    CommandBuffer list = inquiryCommand(true, 0);
+    EXPECT_EQ(host().sendCommand(descriptor, list), -ENOTTY);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, GivesTheErrorOfAPageThatTheDeviceRefused) {
+    data.devices["/dev/sda"] = diskWithPages();
+    data.devices["/dev/sda"].pages[0xC0].error = ETIMEDOUT;
+    data.devices["/dev/sdb"].standardInquiry = RecordedPage();
+    data.devices["/dev/sdb"].standardInquiry->error = ENXIO;
+    CommandBuffer page = inquiryCommand(true, 0xC0);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), page), -ETIMEDOUT);
+    CommandBuffer standard = inquiryCommand(false, 0);
+    EXPECT_EQ(host().sendCommand(open("/dev/sdb"), standard), -ENXIO);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, TellsTheAddressWord) {
+    data.devices["/dev/sda"].idLun = 0x02010005;
+    AddressWords words = {1, 2};
+    EXPECT_EQ(host().addressWords(open("/dev/sda"), words), 0);
+    EXPECT_EQ(words.device, 0x02010005U);
+    EXPECT_EQ(words.hostUnique, 0U);
+}
+
+TEST_F(RecordedHostTest, TellsTheSize) {
+    data.devices["/dev/sda"].sizeBytes = std::uint64_t{5} << 40;
+    std::uint64_t bytes = 0;
+    EXPECT_EQ(host().deviceSize(open("/dev/sda"), bytes), 0);
+    EXPECT_EQ(bytes, std::uint64_t{5} << 40);
+}
+
+TEST_F(RecordedHostTest, AnswersAnSgIoRequestByItsCommandBlock) {
+    const Bytes block = {0xC0, 0x00, 0x00, 0x0A, 0x98, 0x0A, 0x22, 0x10, 0x00, 0x00};
+    data.devices["/dev/sda"].sgIo[block] = {1, 2, 3};
+    SgIoRequest request;
+    request.cdb = block;
+    request.data.assign(5, kPoison);
+    request.status = 2;
+    const int descriptor = open("/dev/sda");
+    EXPECT_EQ(host().sgIo(descriptor, request), 0);
+    EXPECT_EQ(request.data, (Bytes{1, 2, 3, 0, 0}));
+    EXPECT_EQ(request.status, 0);
+    request.data.assign(2, kPoison);
+    EXPECT_EQ(host().sgIo(descriptor, request), 0);
+    EXPECT_EQ(request.data, (Bytes{1, 2}));
+}
+
+TEST_F(RecordedHostTest, FailsWithEnottyForWhatADeviceHasNoEntryFor) {
+    data.devices["/dev/sda"] = diskWithPages();
+    const int descriptor = open("/dev/sda");
+    AddressWords words;
+    SgIoRequest request;
+    request.cdb = {0xC0};
+    std::uint64_t bytes = 7;
+    EXPECT_EQ(host().addressWords(descriptor, words), -ENOTTY);
+    EXPECT_EQ(host().sgIo(descriptor, request), -ENOTTY);
+    EXPECT_EQ(host().deviceSize(descriptor, bytes), -ENOTTY);
+    EXPECT_EQ(bytes, 7U);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+// Commands and other effects.
+
+TEST_F(RecordedHostTest, AnswersACommandByItsExactText) {
+    data.commands = {{"/sbin/multipath -v0 ", {"error"}, 1, 0, false}};
+    const host::CommandResult found = host().runCommand("/sbin/multipath -v0 ", 600);
+    EXPECT_EQ(found.lines, Lines{"error"});
+    EXPECT_EQ(found.waitStatus, 1 << 8);
+    EXPECT_FALSE(found.timedOut);
+    const host::CommandResult missing = host().runCommand("/sbin/multipath -v0", 30);
+    EXPECT_EQ(missing.lines, Lines{});
+    EXPECT_EQ(missing.waitStatus, 127 << 8);
+    EXPECT_FALSE(missing.timedOut);
+    EXPECT_EQ(journal.lines(),
+              (Lines{R"({"effect":"command","command":"/sbin/multipath -v0 ","timeout":600})",
+                     R"({"effect":"command","command":"/sbin/multipath -v0","timeout":30})",
+                     R"({"effect":"unanswered","what":"command /sbin/multipath -v0"})"}));
+}
+
+TEST_F(RecordedHostTest, JournalsCommandsThatOnlyReadToo) {
+    data.commands = {{"/bin/ls /sys/class/fc_host/", {"host5"}, 0, 0, false}};
+    EXPECT_EQ(host().runCommand("/bin/ls /sys/class/fc_host/", 600).lines, Lines{"host5"});
+    EXPECT_EQ(
+        journal.lines(),
+        Lines{R"({"effect":"command","command":"/bin/ls /sys/class/fc_host/","timeout":600})"});
+}
+
+TEST_F(RecordedHostTest, AnswersACommandThatIsListedTwiceInOrderAndTheLastForGood) {
+    data.commands = {
+        {"a", {"one"}, 0, 0, false}, {"b", {"other"}, 0, 0, false}, {"a", {"two"}, 3, 0, false}};
+    EXPECT_EQ(host().runCommand("a", 1).lines, Lines{"one"});
+    EXPECT_EQ(host().runCommand("b", 1).lines, Lines{"other"});
+    EXPECT_EQ(host().runCommand("a", 1).lines, Lines{"two"});
+    EXPECT_EQ(host().runCommand("a", 1).waitStatus, 3 << 8);
+    EXPECT_EQ(host().runCommand("b", 1).lines, Lines{"other"});
+}
+
+TEST_F(RecordedHostTest, EndsACommandBySignalOrByItsTimeLimit) {
+    data.commands = {{"crash", {}, 0, 11, false}, {"hang", {"part"}, 0, 0, true}};
+    const host::CommandResult crashed = host().runCommand("crash", 1);
+    EXPECT_EQ(crashed.waitStatus, 11);
+    EXPECT_FALSE(crashed.timedOut);
+    const host::CommandResult timedOut = host().runCommand("hang", 1);
+    EXPECT_EQ(timedOut.waitStatus, 9);
+    EXPECT_TRUE(timedOut.timedOut);
+    EXPECT_EQ(timedOut.lines, Lines{"part"});
+}
+
+TEST_F(RecordedHostTest, LetsAShellLineAndAPauseSucceedAtOnce) {
+    EXPECT_EQ(host().runShell("/bin/false"), 0);
+    host().sleepSeconds(3600);
+    EXPECT_EQ(journal.lines(), (Lines{R"({"effect":"shell","command":"/bin/false"})",
+                                      R"({"effect":"sleep","seconds":3600})"}));
+}
+
+// Names.
+
+TEST_F(RecordedHostTest, TellsHostNameAndKernelRelease) {
+    data.hostName = "db01";
+    data.kernelRelease = "4.18.0-553.el8.x86_64";
+    std::string name;
+    EXPECT_EQ(host().hostName(name), 0);
+    EXPECT_EQ(name, "db01");
+    EXPECT_EQ(host().kernelRelease(), "4.18.0-553.el8.x86_64");
+}
+
+TEST_F(RecordedHostTest, IsLocalhostOnKernel510WhenNothingIsSaid) {
+    std::string name;
+    EXPECT_EQ(host().hostName(name), 0);
+    EXPECT_EQ(name, "localhost");
+    EXPECT_EQ(host().kernelRelease(), "5.10.0");
+}
+
+TEST_F(RecordedHostTest, FailsToReadAHostNameThatIsNull) {
+    data.hostName.reset();
+    std::string name = "before";
+    EXPECT_EQ(host().hostName(name), -EIO);
+    EXPECT_EQ(name, "before");
+}
+
+// Semaphores.
+
+constexpr int kCreate = IPC_CREAT | 0666;
+const std::vector<host::SemaphoreOperation> kLock = {{0, true, false}, {1, true, true}};
+const std::vector<host::SemaphoreOperation> kUnlock = {{-1, true, true}};
+
+TEST_F(RecordedHostTest, KeepsASemaphoreOfItsOwn) {
+    const int identifier = host().openSemaphore(1001, 1, kCreate);
+    EXPECT_GE(identifier, 0);
+    EXPECT_EQ(host().openSemaphore(1001, 1, kCreate), identifier);
+    EXPECT_EQ(host().openSemaphore(1001, 1, 0), identifier);
+    EXPECT_NE(host().openSemaphore(1002, 1, kCreate), identifier);
+    EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
+    EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+    EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, GivesTheErrorsOfSemget) {
+    EXPECT_EQ(host().openSemaphore(5, 1, 0), -ENOENT);
+    EXPECT_EQ(host().openSemaphore(5, 0, kCreate), -EINVAL);
+    EXPECT_EQ(host().openSemaphore(5, 32001, kCreate), -EINVAL);
+    EXPECT_GE(host().openSemaphore(5, 2, kCreate), 0);
+    EXPECT_EQ(host().openSemaphore(5, 2, kCreate | IPC_EXCL), -EEXIST);
+    EXPECT_EQ(host().openSemaphore(5, 3, kCreate), -EINVAL);
+    EXPECT_GE(host().openSemaphore(5, 0, kCreate), 0);
+    EXPECT_NE(host().openSemaphore(IPC_PRIVATE, 1, 0), host().openSemaphore(IPC_PRIVATE, 1, 0));
+}
+
+TEST_F(RecordedHostTest, GivesTheErrorsOfSemop) {
+    const int identifier = host().openSemaphore(1001, 1, kCreate);
+    EXPECT_EQ(host().operateSemaphore(identifier + 1, kLock), -EINVAL);
+    EXPECT_EQ(host().operateSemaphore(-1, kLock), -EINVAL);
+    EXPECT_EQ(host().operateSemaphore(identifier, {}), -EINVAL);
+    const std::vector<host::SemaphoreOperation> tooMany(501, {0, false, false});
+    EXPECT_EQ(host().operateSemaphore(identifier, tooMany), -E2BIG);
+    EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), -EAGAIN);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{32767, false, false}}), 0);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{1, false, false}}), -ERANGE);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{0, false, true}}), -EAGAIN);
+}
+
+TEST_F(RecordedHostTest, ExecutesSemaphoreOperationsTogetherOrNotAtAll) {
+    const int identifier = host().openSemaphore(1001, 1, kCreate);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{1, false, true}, {-2, false, true}}), -EAGAIN);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{0, false, true}}), 0);
+}
+
+TEST_F(RecordedHostTest, RefusesASemaphoreWaitThatOnlyTheWaiterCouldEnd) {
+    const int identifier = host().openSemaphore(1001, 1, kCreate);
+    EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
+    EXPECT_EQ(host().operateSemaphore(identifier, kLock), -EDEADLK);
+    EXPECT_EQ(host().operateSemaphore(identifier, {{-2, false, false}}), -EDEADLK);
+    EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+}
+
+TEST_F(RecordedHostTest, LetsAThreadWaitForTheSemaphoreOfAnother) {
+    const int identifier = host().openSemaphore(1001, 1, kCreate);
+    EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
+    std::atomic<bool> released{false};
+    std::thread other([&] {
+        EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
+        EXPECT_TRUE(released);
+        EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+    });
+    released = true;
+    EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+    other.join();
+}
+
+}  // namespace
