@@ -1,0 +1,49 @@
+#include "tools/line_reader.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "kit/bounded_string.h"
+
+namespace tools {
+namespace {
+
+// Where the piece that begins at `start` ends: behind a line feed, at `most` bytes or at the end.
+std::size_t pieceEnd(const std::string& content, std::size_t start, std::size_t most) {
+    const std::size_t limit = start + std::min(most, content.size() - start);
+    const std::size_t feed = std::string_view(content).substr(0, limit).find('\n', start);
+    return feed == std::string_view::npos ? limit : feed + 1;
+}
+
+// Gives whether the last read stopped short of noticing the end of the file.
+bool appendPieces(const std::string& content, std::size_t size, std::vector<std::string>& pieces) {
+    const std::size_t most = std::max<std::size_t>(size, 2) - 1;
+    bool endUnseen = true;
+    std::size_t start = 0;
+    while (start < content.size()) {
+        const std::size_t end = pieceEnd(content, start, most);
+        const char* const bytes = content.data() + start;
+        pieces.emplace_back(bytes, qzfi_pdk_4_4::V_strnlen(bytes, end - start));
+        endUnseen = content[end - 1] == '\n' || end - start == most;
+        start = end;
+    }
+    return endUnseen;
+}
+
+}  // namespace
+
+std::vector<std::string> fgetsLines(const std::string& content, std::size_t size) {
+    std::vector<std::string> lines;
+    appendPieces(content, size, lines);
+    return lines;
+}
+
+std::vector<std::string> fgetsPieces(const std::string& content, std::size_t size) {
+    std::vector<std::string> pieces;
+    if (appendPieces(content, size, pieces)) {
+        pieces.emplace_back();
+    }
+    return pieces;
+}
+
+}  // namespace tools
