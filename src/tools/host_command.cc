@@ -1,0 +1,21 @@
+#include "tools/host_command.h"
+
+#include "kit/exec_pipe.h"
+
+namespace tools {
+
+using qzfi_pdk_4_4::CFiSmartPtr;
+using qzfi_pdk_4_4::CFiTraceLog;
+
+CommandRun runCommand(const std::string& command, const CFiSmartPtr<CFiTraceLog>& log) {
+    constexpr int kMergedOutput = 1;
+    constexpr int kTimeLimitSeconds = 600;
+    qzfi_pdk_4_4::CFiExecPipePosix pipe(kMergedOutput);
+    pipe.registerTraceLog(log);
+    CommandRun run;
+    run.result = pipe.Exec(command, run.output, "", kTimeLimitSeconds, "", "", "");
+    run.waitStatus = pipe.getWaitPidStatus();
+    return run;
+}
+
+}  // namespace tools

@@ -1,0 +1,25 @@
+#ifndef SCSITOOL_TOOLS_HOST_COMMAND_H
+#define SCSITOOL_TOOLS_HOST_COMMAND_H
+
+#include <string>
+#include <vector>
+
+#include "kit/trace_log.h"
+
+namespace tools {
+
+/// How a host command ended and what it printed.
+struct CommandRun {
+    int result = 0;       ///< of the pipe: 0, 5 after a time-out, 11 after any other failure
+    long waitStatus = 0;  ///< as waitpid(2) hands it over
+    std::vector<std::string> output;  ///< one string a line
+};
+
+/// Runs a command on the current host through a command pipe that shares the trace log, for at
+/// most 600 seconds. The command is split at blanks and started without a shell.
+CommandRun runCommand(const std::string& command,
+                      const qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log);
+
+}  // namespace tools
+
+#endif
