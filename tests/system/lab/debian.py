@@ -1,6 +1,7 @@
 """Debian packages, fetched with apt and unpacked without being installed."""
 import re
 import subprocess
+import time
 
 from lab.errors import LabError
 from lab.host_tools import find_tool, run_tool
@@ -10,6 +11,7 @@ KERNEL_META_PACKAGES = ["linux-image-amd64", "linux-image-generic"]
 # What no test needs: documentation, translations and the conversion tables of the C library.
 UNWANTED_PATHS = ["./usr/share/doc", "./usr/share/man", "./usr/share/locale", "./usr/share/info",
                   "./usr/lib/x86_64-linux-gnu/perl*", "./usr/lib/x86_64-linux-gnu/gconv"]
+LISTS_GOOD_FOR_SECONDS = 24 * 3600
 MERGED_FOLDERS = ["bin", "sbin", "lib", "lib64"]
 
 
@@ -24,6 +26,7 @@ class PackageSource:
         self._options = ["-qq", "-o", f"Dir::Cache={folder}", "-o", f"Dir::Cache::archives={self.archives}",
                          "-o", "APT::Install-Recommends=false", "-o", "APT::Sandbox::User=root",
                          "-o", "Debug::NoLocking=1"]
+        self._lists = folder / "lists"
 
     def _install(self, packages, *more):
         # With an empty list of installed packages apt names everything that they depend on as well.
@@ -32,16 +35,31 @@ class PackageSource:
 
     def kernel_package(self):
         """The name of the package that holds the distribution's current kernel."""
+        package = self._find_kernel()
+        if not package:
+            self._read_lists()
+            package = self._find_kernel()
+        if not package:
+            raise LabError(f"apt knows none of {', '.join(KERNEL_META_PACKAGES)}")
+        return package
+
+    def _read_lists(self):
+        # A machine whose own lists were never read, or were thrown away: they come into the cache folder.
+        (self._lists / "partial").mkdir(parents=True, exist_ok=True)
+        self._options += ["-o", f"Dir::State::lists={self._lists}"]
+        read = self._lists / "read"
+        if not read.exists() or time.time() - read.stat().st_mtime > LISTS_GOOD_FOR_SECONDS:
+            run_tool(["apt-get", *self._options, "update"])
+            read.touch()
+
+    def _find_kernel(self):
         for meta in KERNEL_META_PACKAGES:
-            text = run_tool(["apt-cache", "depends", meta]) if self._known(meta) else ""
+            known = run_tool(["apt-cache", *self._options, "search", "--names-only", f"^{meta}$"]).strip()
+            text = run_tool(["apt-cache", *self._options, "depends", meta]) if known else ""
             found = re.search(r"Depends: (linux-image-\d\S+)", text)
             if found:
                 return found.group(1)
-        raise LabError(f"apt knows none of {', '.join(KERNEL_META_PACKAGES)}; try: apt-get update")
-
-    @staticmethod
-    def _known(package):
-        return bool(run_tool(["apt-cache", "search", "--names-only", f"^{package}$"]).strip())
+        return None
 
     def resolve(self, packages):
         """The archive file names, versions included, of the packages and of all that they need."""

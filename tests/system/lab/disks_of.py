@@ -4,10 +4,9 @@ import base64
 
 def disks_by_address(guest):
     """Node of every SCSI disk by its address, such as {"0:0:0:3": "/dev/sda"}."""
-    listing = guest.run('for disk in /sys/block/sd*; do\n'
-                        '  [ -e "$disk" ] && echo "$(basename "$(readlink "$disk/device")") /dev/${disk##*/}"\n'
-                        'done; true').stdout
-    return dict(line.split() for line in listing.splitlines())
+    # The link of a disk leads through its address: .../target0:0:0/0:0:0:3/block/sda
+    links = guest.run("find /sys/block -name 'sd*' -printf '%l\\n'").stdout.splitlines()
+    return {parts[-3]: f"/dev/{parts[-1]}" for parts in (link.split("/") for link in links)}
 
 
 def disks_by_lun(guest, host):

@@ -86,6 +86,10 @@ class Guest:
         """The bytes of a file in the guest."""
         return self.run(["cat", path]).raw
 
+    def journal(self, path):
+        """The effects that a journal of the command holds, in order."""
+        return [json.loads(line) for line in self.run(["cat", path]).stdout.splitlines()]
+
     def _read_result(self, script, seconds):
         words = self._read_line(seconds).split()
         if len(words) != 4 or words[0] != "result":

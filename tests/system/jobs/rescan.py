@@ -1,0 +1,79 @@
+"""The distribution's rescan script: a disk presented while the guest runs is found, a withdrawn one is taken away."""
+from lab import disks_of
+from lab.job import Hardware, disk, disk_bus
+
+TYPICAL_SECONDS = 40
+
+UDID = "UDID##ACME##{}##{}##5000C500000000{:02X}"
+SCRIPT = "/usr/bin/rescan-scsi-bus.sh"
+# Debian 12's script looks for "Device_type=" where its own sg_inq prints "PDT=": it then takes every disk for one that
+# does not answer and removes all that are not in use. Adding works as it is; before a removal the two lines are mended.
+MEND_SCRIPT = rf"""
+if grep -q 'Device_type=' {SCRIPT} && ! sg_inq /dev/sda | grep -q 'Device_type='; then
+  sed -i -e 's/\.\* Device_type=/.* PDT=/' -e 's/\\)  Device\.\*/\\)  PDT.*/' {SCRIPT}
+fi
+"""
+NEW_LUN = 5
+JOURNAL = "/tmp/journal"
+
+
+def hardware():
+    """An adapter whose new disks the kernel is not told of, with two disks, and the backing of a third."""
+    return Hardware([*disk_bus("s"),
+                     *disk("s", 0, vendor="ACME", product="FIRST", serial="H0", wwn="0x5000c50000000020"),
+                     *disk("s", 1, vendor="ACME", product="SECOND", serial="H1", wwn="0x5000c50000000021")])
+
+
+def run(guest, machine, checks):
+    """The job."""
+    guest.run("modprobe -a sd_mod sg virtio_pci virtio_scsi")
+    disks_of.wait_for_disks(guest, 2)
+    known = {UDID.format("FIRST", "H0", 0x20), UDID.format("SECOND", "H1", 0x21)}
+    added = UDID.format("THIRD", "H5", 0x25)
+    checks.equal("the disks of the boot", udids(guest), known)
+    present_disk(machine)
+    checks.equal("a disk presented later is not seen by itself", udids(guest), known)
+    check_dry_run(guest, checks, known)
+    check_rescan(guest, checks, known, added)
+    machine.monitor("device_del", id="third")
+    check_stale_removal(guest, checks, known, added)
+
+
+def udids(guest):
+    """All UDIDs of the guest."""
+    return {entry["udid"] for entry in guest.scsitool("devices")["devices"]}
+
+
+def present_disk(machine):
+    """What a storage administrator does: one more volume for this host."""
+    machine.monitor("blockdev-add", driver="null-co", node_name="new", size=64 << 20)
+    machine.monitor("device_add", driver="scsi-hd", id="third", bus="s.0", lun=NEW_LUN, drive="new", vendor="ACME",
+                    product="THIRD", serial="H5", wwn=0x5000c50000000025)
+
+
+def check_dry_run(guest, checks, known):
+    """A dry run tells the script's command and finds nothing."""
+    guest.run(["scsitool", "--dry-run", "--journal", JOURNAL, "rescan"])
+    commands = [effect["command"] for effect in guest.journal(JOURNAL) if effect["effect"] == "command"]
+    checks.equal("dry run of rescan", commands, ["/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d"])
+    checks.equal("a dry run finds no disk", udids(guest), known)
+
+
+def check_rescan(guest, checks, known, added):
+    """`rescan --changes` finds the disk and names it."""
+    text = guest.run("scsitool rescan --changes", seconds=180).stdout
+    checks.contains("rescan --changes names the new disk", text, added)
+    checks.true("rescan --changes names no other", not any(udid in text for udid in known), text)
+    checks.equal("the new disk is in the map", udids(guest), known | {added})
+
+
+def check_stale_removal(guest, checks, known, added):
+    """`remove-stale` takes the withdrawn disk away and no other."""
+    node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
+    guest.wait_for("the disk to fall silent", f"! sg_turs {node} 2>/dev/null")
+    checks.true("a withdrawn disk has no UDID", added not in udids(guest))
+    guest.run(MEND_SCRIPT)
+    checks.equal("remove-stale ends well", guest.scsitool("remove-stale", seconds=180)["result"], 0)
+    left = disks_of.disks_by_address(guest).values()
+    checks.true("remove-stale takes the withdrawn disk away", node not in left, list(left))
+    checks.equal("remove-stale leaves the disks that answer", udids(guest), known)

@@ -1,0 +1,37 @@
+"""Brings up udev and the multipath daemon in the guest."""
+
+START_UDEV = """
+modprobe -a dm_multipath dm_service_time
+/lib/systemd/systemd-udevd --daemon 2>/dev/null
+udevadm trigger --action=add --subsystem-match=block --subsystem-match=misc --subsystem-match=mem
+udevadm settle -t 20
+"""
+# Debian keeps pidof under /bin alone; the library asks for it under /sbin, where it always used to be.
+LINK_PIDOF = "ln -s ../bin/pidof /usr/sbin/pidof"
+
+
+def start_udev(guest):
+    """Device-mapper waits for udev's word on every map, so udev comes first."""
+    guest.run(START_UDEV)
+
+
+def link_pidof(guest):
+    """Puts pidof where the library looks for it."""
+    guest.run(LINK_PIDOF)
+
+
+def start_multipathd(guest, maps):
+    """Starts the daemon and waits until it has made its maps."""
+    guest.run("udevadm settle -t 20\nmultipathd")
+    guest.wait_for(f"{maps} multipath maps", f'[ "$(multipathd show maps 2>/dev/null | grep -c dm-)" -ge {maps} ]\n'
+                   f'[ "$(ls /dev/mapper | grep -vc control)" -ge {maps} ]')
+    guest.run("udevadm settle -t 20")
+
+
+def map_members(guest):
+    """The paths of every map: {"/dev/mapper/mpatha": ["/dev/sda", "/dev/sdb"]}."""
+    listing = guest.run('for map in /sys/block/dm-*; do\n'
+                        '  [ -e "$map" ] && echo "$(cat "$map/dm/name")" $(ls "$map/slaves")\n'
+                        'done; true').stdout
+    return {f"/dev/mapper/{words[0]}": sorted(f"/dev/{name}" for name in words[1:])
+            for words in map(str.split, listing.splitlines())}
