@@ -1,6 +1,7 @@
 #include "udid/udid_text.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "tools/string_tool.h"
 
@@ -28,7 +29,13 @@ std::string underscored(const std::string& text) {
     return result;
 }
 
-bool holds(const std::string& value, Rule rule, const std::string& expected) {
+// strtol's reading: leading white space and a sign are taken, the number ends at the first
+// character that is no digit of the base.
+std::string decimal(const std::string& text, int base) {
+    return std::to_string(std::strtol(text.c_str(), nullptr, base));
+}
+
+bool holds(const std::string& value, Rule rule, std::string_view expected) {
     switch (rule) {
         case Rule::kEquals:
             return value == expected;
@@ -54,12 +61,26 @@ SourcePage takePage(CScsiDeviceData& record, unsigned code) {
 }
 
 bool matches(const CScsiDeviceData& record, const char* field, const std::string& value, Rule rule,
-             const std::string& expected) {
+             std::string_view expected) {
     const bool matched = holds(value, rule, expected);
     if (Evidence* const evidence = evidenceOf(record)) {
-        evidence->compared(field, value, rule, expected, matched);
+        evidence->compared(field, value, rule, std::string(expected), matched);
     }
     return matched;
+}
+
+void remark(const CScsiDeviceData& record, const char* text) {
+    if (Evidence* const evidence = evidenceOf(record)) {
+        evidence->remarked(text);
+    }
+}
+
+Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offset,
+                  std::size_t length, const std::string& text) {
+    const auto inquiry = record.m_pages.find(0);
+    const bool holdsIt = inquiry != record.m_pages.end() &&
+                         formatted(scsi::PageView(inquiry->second), format, offset, length) == text;
+    return {format, holdsIt ? 0U : kNoPage, holdsIt ? offset : 0, holdsIt ? length : 0, text};
 }
 
 const std::string& trimVendor(CScsiDeviceData& record) {
@@ -84,6 +105,12 @@ std::string formatted(const scsi::PageView& view, Format format, std::size_t off
             return hexadecimal(view, offset, count, kLower, ':', 1);
         case Format::kHexUpperDashes:
             return hexadecimal(view, offset, count, kUpper, '-', 2);
+        case Format::kKindAndHexLower:
+            return '5' + hexadecimal(view, offset, count, kLower, '\0', 1);
+        case Format::kDecimalOfHexText:
+            return decimal(view.text(offset, count), 16);
+        case Format::kDecimalOfDecimalText:
+            return decimal(view.text(offset, count), 10);
         default:
             return view.text(offset, count);
     }
@@ -112,7 +139,13 @@ void UdidText::piece(const Piece& piece) {
 void UdidText::field(const std::string& name, const std::string& text) {
     m_text += text;
     if (m_evidence != nullptr) {
-        m_evidence->added(m_evidence->fieldPiece(name));
+        // A field that an overriding operation filled has no source that is known here.
+        Piece source = m_evidence->fieldPiece(name);
+        if (source.text != text) {
+            source = Piece();
+            source.text = text;
+        }
+        m_evidence->added(source);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "scsi/device_scsi_data.h"
 #include "scsi/page_view.h"
@@ -22,7 +23,16 @@ SourcePage takePage(CScsiDeviceData& record, unsigned code);
 /// Compares a text of the record with a generator's own and reports the outcome. `field` is what
 /// the text is called ("vendor", "product").
 bool matches(const CScsiDeviceData& record, const char* field, const std::string& value, Rule rule,
-             const std::string& expected);
+             std::string_view expected);
+
+/// Reports why the work took this turn; costs nothing for an ordinary record.
+void remark(const CScsiDeviceData& record, const char* text);
+
+/// A piece whose text was taken from the record's own copy of a field of the standard INQUIRY data
+/// (vendor from byte 8, product from byte 16). A record that was filled in by hand may hold another
+/// text than its INQUIRY data; the source is then the record alone.
+Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offset,
+                  std::size_t length, const std::string& text);
 
 /// Right-trims the record's vendor and stores it back: later generators see the trimmed text.
 const std::string& trimVendor(CScsiDeviceData& record);
@@ -33,8 +43,8 @@ class UdidText {
     explicit UdidText(const CScsiDeviceData& record) : m_evidence(evidenceOf(record)) {}
 
     void literal(const std::string& text);
-    /// Bytes of a page, as text or as hexadecimal digits (every format up to kHexUpperDashes but
-    /// kLiteral). Bytes past the page's end are 0.
+    /// Bytes of a page, as text, as hexadecimal digits or as a decimal number (every format that
+    /// `formatted` knows). Bytes past the page's end are 0.
     void bytes(const SourcePage& page, Format format, std::size_t offset, std::size_t count);
     /// Text that was worked out elsewhere, with its source.
     void piece(const Piece& piece);
@@ -50,7 +60,9 @@ class UdidText {
     std::string m_text;
 };
 
-/// Bytes of a page in a format, as `UdidText::bytes` adds them.
+/// Bytes of a page in a format, as `UdidText::bytes` adds them: the text, hexadecimal and decimal
+/// formats, the digit "5" before hexadecimal digits included. A number that its text does not begin
+/// with is 0.
 std::string formatted(const scsi::PageView& view, Format format, std::size_t offset,
                       std::size_t count);
 
