@@ -1,0 +1,109 @@
+#include "udid/netapp_udid_generator.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/host.h"
+#include "udid/generator_support.h"
+#include "udid/netapp_reply.h"
+
+namespace {
+
+constexpr std::size_t kReplyBytes = 4096;
+constexpr std::size_t kSenseBytes = 64;
+constexpr unsigned kTimeout = 10;
+
+constexpr std::size_t kNamesNeed = 33;
+constexpr std::size_t kUnitName = 21;
+constexpr std::size_t kUnitNameBytes = 12;
+
+constexpr char kIdentifierField[] = "controller identifier";
+
+// One device node of a host, open for a vendor-specific command.
+class OpenNode {
+  public:
+    OpenNode(host::Host& host, const std::string& path)
+        : m_host(host), m_descriptor(host.openDevice(path, host::OpenMode::kReadOnlyNonBlocking)) {}
+    ~OpenNode() {
+        if (isOpen()) {
+            m_host.closeDevice(m_descriptor);
+        }
+    }
+    OpenNode(const OpenNode&) = delete;
+    OpenNode& operator=(const OpenNode&) = delete;
+
+    bool isOpen() const { return m_descriptor >= 0; }
+    int get() const { return m_descriptor; }
+
+  private:
+    host::Host& m_host;
+    int m_descriptor;
+};
+
+host::SgIoRequest controllerRequest() {
+    host::SgIoRequest request;
+    request.cdb = {0xC0, 0x00, 0x00, 0x0A, 0x98, 0x0A, 0x22, 0x10, 0x00, 0x00};
+    request.data.resize(kReplyBytes);
+    request.sense.resize(kSenseBytes);
+    request.timeout = kTimeout;
+    return request;
+}
+
+// A request that the device ended with another status than GOOD is not told apart: it brings no
+// data, and zeros hold no identifier.
+bool askController(host::Host& host, CScsiDeviceData& device, host::SgIoRequest& request) {
+    const OpenNode node(host, device.m_deviceName);
+    if (!node.isOpen()) {
+        udid::remark(device, "the device cannot be opened to ask the controller");
+        return false;
+    }
+    if (host.sgIo(node.get(), request) != 0) {
+        udid::remark(device, "the request to the controller failed");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+CNetAppUdidGenerator::CNetAppUdidGenerator(std::string vendor, std::string product)
+    : CUdidGenerator(std::move(vendor), std::move(product)) {}
+CNetAppUdidGenerator::~CNetAppUdidGenerator() = default;
+
+std::string CNetAppUdidGenerator::getEnclosureID(CScsiDeviceData* device) {
+    host::SgIoRequest request = controllerRequest();
+    if (!askController(host::current(), *device, request)) {
+        return {};
+    }
+    const scsi::PageView reply(request.data.data(), request.data.size());
+    udid::ControllerIdentifier found = udid::findControllerIdentifier(reply);
+    if (udid::Evidence* const evidence = udid::evidenceOf(*device)) {
+        evidence->readPage(udid::kControllerReply, reply);
+        evidence->foundField(kIdentifierField,
+                             {udid::Format::kText, udid::kControllerReply, found.offset,
+                              udid::kControllerIdentifierBytes, found.text});
+    }
+    return std::move(found.text);
+}
+
+std::string CNetAppUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
+    std::string enclosure = getEnclosureID(device);
+    enclosure.erase(std::min(enclosure.find('\0'), enclosure.size()));
+    if (enclosure.empty()) {
+        fail(udid::kInvalidPageData);
+    }
+    udid::UdidText body(*device);
+    body.field(kIdentifierField, enclosure);
+    body.literal(udid::udid_separator);
+    const auto& supported = device->m_supportedPages;
+    if (std::find(supported.begin(), supported.end(), udid::kDeviceIdentification) ==
+        supported.end()) {
+        throw CUdidGeneratorException(udid::kInvalidPageData, m_vendor, "0x83");
+    }
+    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
+    if (udid::isShorter(names, kNamesNeed)) {
+        fail(udid::kInvalidDeviceData);
+    }
+    body.bytes(names, udid::Format::kHexLower, kUnitName, kUnitNameBytes);
+    return body.str();
+}
