@@ -15,12 +15,14 @@ class PageView {
   public:
     PageView() = default;
     PageView(const unsigned char* bytes, std::size_t length)
-        : m_bytes(bytes), m_length(bytes != nullptr ? length : 0) {}
+        : m_bytes(length != 0 ? bytes : nullptr), m_length(bytes != nullptr ? length : 0) {}
     explicit PageView(const CScsiModePage& page) : PageView(page.bytes(), page.length) {}
 
-    /// Tells whether there is a buffer at all.
+    /// Tells whether there are bytes at all: a page of length 0 counts as missing.
     bool hasBuffer() const { return m_bytes != nullptr; }
     std::size_t length() const { return m_length; }
+    /// The stored bytes, `length` of them.
+    const unsigned char* data() const { return m_bytes; }
 
     unsigned char operator[](std::size_t offset) const {
         return offset < m_length ? m_bytes[offset] : static_cast<unsigned char>(0);

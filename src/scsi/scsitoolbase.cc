@@ -57,6 +57,30 @@ bool readInquiryField(CScsiDeviceData& device, std::size_t offset, std::size_t c
     return true;
 }
 
+// Everything behind the standard INQUIRY data. The results of the steps are not looked at but for
+// the capacity's: what does not come stays out of the record.
+void collect(CScsiToolBase& tool, CScsiDeviceHandle& handle, CScsiDeviceData& device) {
+    tool.GetTargetLunPortInfo(handle, device);
+    tool.UpdateSupportedModePageList(handle, device);
+    tool.UpdateVendorId(device);
+    tool.UpdateProductId(device);
+    tool.UpdateFirmwareLevel(device);
+    if (tool.GetScsiDeviceCapacity(handle, device) != scsi::kSuccess) {
+        device.m_sizeKb = 0;
+    }
+    for (const unsigned code : kFetchedPages) {
+        const std::vector<unsigned>& listed = device.m_supportedPages;
+        if (std::find(listed.begin(), listed.end(), code) == listed.end()) {
+            continue;
+        }
+        traceTo(tool.m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d]...",
+                static_cast<int>(code));
+        tool.UpdateModePageString(handle, code, device);
+        traceTo(tool.m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d] done",
+                static_cast<int>(code));
+    }
+}
+
 }  // namespace
 
 CScsiToolBase::CScsiToolBase() = default;
@@ -92,7 +116,7 @@ unsigned CScsiToolBase::UpdateDevice(CScsiDeviceData* device) {
                     device->m_deviceName.c_str());
             return scsi::kFailure;
         }
-        collect(handle, *device);
+        collect(*this, handle, *device);
         return scsi::kSuccess;
     } catch (int thrown) {
         traceTo(m_traceLog, 2, "UpdateDevice: Exception Occurred");
@@ -100,28 +124,6 @@ unsigned CScsiToolBase::UpdateDevice(CScsiDeviceData* device) {
     } catch (...) {
         traceTo(m_traceLog, 2, "UpdateDevice: Exception Occurred");
         return scsi::kFailure;
-    }
-}
-
-void CScsiToolBase::collect(CScsiDeviceHandle& handle, CScsiDeviceData& device) {
-    GetTargetLunPortInfo(handle, device);
-    UpdateSupportedModePageList(handle, device);
-    UpdateVendorId(device);
-    UpdateProductId(device);
-    UpdateFirmwareLevel(device);
-    if (GetScsiDeviceCapacity(handle, device) != scsi::kSuccess) {
-        device.m_sizeKb = 0;
-    }
-    for (const unsigned code : kFetchedPages) {
-        const std::vector<unsigned>& listed = device.m_supportedPages;
-        if (std::find(listed.begin(), listed.end(), code) == listed.end()) {
-            continue;
-        }
-        traceTo(m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d]...",
-                static_cast<int>(code));
-        UpdateModePageString(handle, code, device);
-        traceTo(m_traceLog, 6, "CSciToolBase:UpdateModePageString for page[%d] done",
-                static_cast<int>(code));
     }
 }
 

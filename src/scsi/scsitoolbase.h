@@ -55,9 +55,6 @@ class SCSITOOL_EXPORT CScsiToolBase : public virtual qzfi_pdk_4_4::CFiTraceable 
     virtual unsigned GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& device,
                                      const unsigned int& page, unsigned int& length,
                                      unsigned int evpd, PageBytes& data) = 0;
-
-  private:
-    void collect(CScsiDeviceHandle& handle, CScsiDeviceData& device);
 };
 
 #endif

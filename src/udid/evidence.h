@@ -21,7 +21,8 @@ enum class Format {
     kLiteral,               ///< the generator's own text
     kText,                  ///< the bytes as they are, up to the first NUL
     kTrimmedText,           ///< the same without blanks at either end
-    kBlanksAsUnderscores,   ///< the same without trailing blanks, each other blank as "_"
+    kRightTrimmedText,      ///< the text without trailing blanks
+    kBlanksAsUnderscores,   ///< the text without trailing blanks, each other blank as "_"
     kHexLower,              ///< two lower-case hexadecimal digits a byte
     kHexUpper,              ///< two upper-case hexadecimal digits a byte
     kHexLowerColons,        ///< the same in lower case, ":" between the bytes
@@ -35,6 +36,8 @@ enum class Format {
 
 /// A source that is no page: the generator's own text, the record, the host.
 inline constexpr unsigned kNoPage = ~0U;
+/// The standard INQUIRY data, as a source of bytes.
+inline constexpr unsigned kInquiryData = 0;
 /// The reply of a NetApp controller to its vendor-specific command, as a source of bytes.
 inline constexpr unsigned kControllerReply = 0x100;
 
@@ -93,6 +96,9 @@ class SCSITOOL_EXPORT ExplainedRecord final : public CScsiDeviceData {
 
 /// The evidence that a record reports to; null for an ordinary record.
 Evidence* evidenceOf(const CScsiDeviceData& record);
+
+/// Reports a remark where the record is explained.
+void remark(const CScsiDeviceData& record, const char* text);
 
 }  // namespace udid
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "tools/string_tool.h"
+#include "udid/device_udid_generator.h"
 
 namespace udid {
 namespace {
@@ -88,6 +89,18 @@ const std::string& trimVendor(CScsiDeviceData& record) {
     return record.m_vendorId;
 }
 
+std::string recordPrefix(CScsiDeviceData& record) {
+    const std::string& vendor = trimVendor(record);
+    const std::string product = record.GetProductId();
+    UdidText prefix(record);
+    prefix.literal(udid_prefix);
+    prefix.piece({Format::kRightTrimmedText, kInquiryData, 8, 8, vendor});
+    prefix.literal(udid_separator);
+    prefix.piece({Format::kBlanksAsUnderscores, kInquiryData, 16, 16, underscored(product)});
+    prefix.literal(udid_separator);
+    return CStringTool::tostrupper(prefix.str());
+}
+
 std::string formatted(const scsi::PageView& view, Format format, std::size_t offset,
                       std::size_t count) {
     constexpr char kLower[] = "0123456789abcdef";
@@ -95,6 +108,8 @@ std::string formatted(const scsi::PageView& view, Format format, std::size_t off
     switch (format) {
         case Format::kTrimmedText:
             return CStringTool::trim(view.text(offset, count));
+        case Format::kRightTrimmedText:
+            return CStringTool::rtrim(view.text(offset, count), ' ');
         case Format::kBlanksAsUnderscores:
             return underscored(view.text(offset, count));
         case Format::kHexLower:

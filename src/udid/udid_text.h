@@ -37,6 +37,10 @@ Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offs
 /// Right-trims the record's vendor and stores it back: later generators see the trimmed text.
 const std::string& trimVendor(CScsiDeviceData& record);
 
+/// The prefix of disks that are named by their own identity: "UDID##", vendor, "##", product with
+/// its blanks as "_", "##", in upper case. The record keeps the trimmed texts.
+std::string recordPrefix(CScsiDeviceData& record);
+
 /// The prefix or the body of a UDID while it is built, each piece reported with its source.
 class UdidText {
   public:

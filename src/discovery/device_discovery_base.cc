@@ -1,0 +1,98 @@
+#include "discovery/device_discovery_base.h"
+
+#include "kit/semaphore.h"
+
+using qzfi_pdk_4_4::CFiSemaphoreLinux;
+using qzfi_pdk_4_4::CFiSemaphoreLockFunction;
+using qzfi_pdk_4_4::CFiTraceLogFunction;
+using qzfi_pdk_4_4::traceTo;
+
+namespace {
+
+constexpr char kSource[] = "device_discovery_base";
+
+// The lock that all users of the library on one host share.
+constexpr int kSemaphoreKey = 1001;
+constexpr int kSemaphoreCount = 1;
+constexpr int kSemaphoreFlags = 01666;  // IPC_CREAT, everybody may use it
+
+}  // namespace
+
+CDeviceDiscoveryBase::CDeviceDiscoveryBase() = default;
+CDeviceDiscoveryBase::~CDeviceDiscoveryBase() = default;
+
+void CDeviceDiscoveryBase::registerTraceLog(
+    qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log) {
+    m_traceLog = log;
+    m_scsiTool.m_traceLog = log;
+    m_dmpDiscoveryManager.registerTraceLog(log);
+}
+
+void CDeviceDiscoveryBase::removeDeadDevices(std::vector<CScsiDeviceData*>& /*devices*/,
+                                             bool /*removeLun0*/) {}
+
+void CDeviceDiscoveryBase::removeDevice(const std::string& /*devicePath*/) {}
+
+int CDeviceDiscoveryBase::FlushMultipathStaleDevices() {
+    return 0;
+}
+
+int CDeviceDiscoveryBase::removeStaleDevices(const std::string& /*scriptArguments*/) {
+    return 0;
+}
+
+std::vector<CScsiDeviceData*> CDeviceDiscoveryBase::rescan(bool withBusRescan, bool busRescanFlag,
+                                                           bool /*ignoredFlag*/,
+                                                           const std::string& enumerateArgument,
+                                                           const std::string& busRescanArgument) {
+    const CFiTraceLogFunction function(m_traceLog, "rescan", kSource);
+    static CFiSemaphoreLinux m_deviceSemaphore(kSemaphoreKey, kSemaphoreCount, kSemaphoreFlags);
+    const CFiSemaphoreLockFunction lock(m_deviceSemaphore);
+    traceTo(m_traceLog, 3, "libscsitool: Info: CDeviceDiscoveryBase::rescan().");
+    traceTo(m_traceLog, 3, "Acquring lock .");
+    traceTo(m_traceLog, 3, "Got the lock .");
+    std::vector<CScsiDeviceData*> devices;
+    try {
+        if (withBusRescan) {
+            rescanScsiBus(busRescanFlag, busRescanArgument);
+            m_dmpDiscoveryManager.rescan();
+        }
+        devices = enumerateDevices(enumerateArgument);
+        for (CScsiDeviceData* const device : devices) {
+            const char* const name = device->m_deviceName.c_str();
+            traceTo(m_traceLog, 6,
+                    "libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk %s.", name);
+            if (m_scsiTool.UpdateDevice(device) != 0) {
+                // The record stays, whatever the words say: the factory acts on its state.
+                traceTo(m_traceLog, 3,
+                        "libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk %s.",
+                        name);
+            }
+        }
+    } catch (...) {
+        traceTo(m_traceLog, 1, "libscsitool: ERROR: CDeviceDiscoveryBase::rescan() failed.");
+    }
+    traceTo(m_traceLog, 3, "Releasing the lock .");
+    traceTo(m_traceLog, 3, "libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit.");
+    return devices;
+}
+
+std::vector<CScsiDeviceData*> CDeviceDiscoveryBase::validateDevice(std::string deviceName) {
+    const CFiTraceLogFunction function(m_traceLog, "validateDevice", kSource);
+    std::vector<CScsiDeviceData*> devices;
+    try {
+        devices = validateEnumerateDevices(deviceName);
+        for (CScsiDeviceData* const device : devices) {
+            if (m_scsiTool.UpdateDevice(device) != 0) {
+                traceTo(m_traceLog, 3,
+                        "libscsitool: Info: CDeviceDiscoveryBase:: validateDevice FAILED - Remove "
+                        "disk %s.",
+                        device->m_deviceName.c_str());
+            }
+        }
+    } catch (...) {
+        traceTo(m_traceLog, 1,
+                "libscsitool: ERROR: CDeviceDiscoveryBase:: validateDevice() failed.");
+    }
+    return devices;
+}

@@ -1,0 +1,261 @@
+#include "udid/device_udid_factory.h"
+
+#include <cstring>
+#include <utility>
+
+#include "tools/string_tool.h"
+#include "udid/evidence.h"
+#include "udid/generator_list.h"
+#include "udid/taq_udid_generator.h"
+
+using qzfi_pdk_4_4::CFiTraceLogFunction;
+using qzfi_pdk_4_4::traceTo;
+
+namespace {
+
+constexpr char kSource[] = "device_udid_factory";
+constexpr std::size_t kShortUdid = 7;
+
+SDeviceInfo deviceInfo(int claimLevel, const std::string& deviceName, const std::string& uid) {
+    SDeviceInfo info;
+    info.dmpClaimLevel = claimLevel;
+    info.deviceName = deviceName;
+    info.uid = uid;
+    return info;
+}
+
+void warnOfShortUdid(const CUDIDFactory& factory, const std::string& deviceName,
+                     const std::string& uid) {
+    if (uid.size() <= kShortUdid) {
+        traceTo(factory.m_traceLog, 2, "WARNING: invalid UDID for device %s, assigned empty UDID",
+                deviceName.c_str());
+    }
+}
+
+// What stands in the map for a device whose generator failed.
+void enterFailed(const CUDIDFactory& factory, const CUdidGeneratorException& failure,
+                 const std::string& deviceName, DeviceMap& devices) {
+    traceTo(factory.m_traceLog, 2,
+            "WARNING: Caught CUdidGeneratorException [%s]: %s assigned empty UDID",
+            failure.getMessageId().c_str(), deviceName.c_str());
+    devices[deviceName] = deviceInfo(0, deviceName, "");
+}
+
+// Puts the UDID together. The prefix stands in the result before the body is asked for, and stays
+// when that fails.
+void build(CUdidGenerator& generator, CScsiDeviceData& device, std::string& result) {
+    udid::Evidence* const evidence = udid::evidenceOf(device);
+    if (evidence != nullptr) {
+        evidence->startedPrefix();
+    }
+    result = generator.getUniqueDeviceIDPrefix(&device);
+    if (evidence != nullptr) {
+        evidence->startedBody();
+    }
+    result += generator.getUniqueDeviceID(&device);
+}
+
+// Owner of the records of one validation.
+class Records {
+  public:
+    explicit Records(std::vector<CScsiDeviceData*> records) : m_records(std::move(records)) {}
+    ~Records() {
+        for (CScsiDeviceData* const record : m_records) {
+            delete record;
+        }
+    }
+    Records(const Records&) = delete;
+    Records& operator=(const Records&) = delete;
+    const std::vector<CScsiDeviceData*>& list() const { return m_records; }
+
+  private:
+    std::vector<CScsiDeviceData*> m_records;
+};
+
+}  // namespace
+
+CUDIDFactory::CUDIDFactory()
+    : m_generators(udid::createGenerators()),
+      m_taqGenerator(new CTAQUdidGenerator("TAQ", "TAQ")),
+      m_taqMode(false) {}
+
+CUDIDFactory::~CUDIDFactory() {
+    // The other generators stay: whoever took one from the list may still hold it.
+    delete m_taqGenerator;
+    clearDeviceCache();
+}
+
+void CUDIDFactory::registerTraceLog(qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log) {
+    m_traceLog = log;
+    m_discovery.registerTraceLog(log);
+    m_dmpManager.registerTraceLog(log);
+    for (CUdidGenerator* const generator : m_generators) {
+        generator->registerTraceLog(log);
+    }
+    m_taqGenerator->registerTraceLog(log);
+}
+
+DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag, bool ignoredFlag,
+                                           const std::string& enumerateArgument,
+                                           const std::string& busRescanArgument) {
+    clearDeviceCache();
+    m_devices = m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, enumerateArgument,
+                                   busRescanArgument);
+    m_deviceMap.clear();
+    for (CScsiDeviceData* const device : m_devices) {
+        if (dropInvalid && device->m_invalid != 0) {
+            if (m_deviceMap.count(device->m_deviceName) != 0) {
+                traceTo(m_traceLog, 3, "INFO: removing invalid device data for [%s]",
+                        device->m_deviceName.c_str());
+                m_deviceMap.erase(device->m_deviceName);
+            }
+            continue;
+        }
+        enterDevice(*device);
+    }
+    traceTo(m_traceLog, 3, "Printing m_deviceMap");
+    printDeviceMap(m_deviceMap);
+    return m_deviceMap;
+}
+
+void CUDIDFactory::enterDevice(CScsiDeviceData& device) {
+    const std::string& name = device.m_deviceName;
+    try {
+        const std::string uid = getUniqueDeviceID(&device);
+        traceTo(m_traceLog, 3, "Generated UDID is %s", uid.c_str());
+        warnOfShortUdid(*this, name, uid);
+        m_deviceMap[name] = deviceInfo(device.m_dmpClaimLevel, name, uid);
+    } catch (const CUdidGeneratorException& failure) {
+        enterFailed(*this, failure, name, m_deviceMap);
+    }
+}
+
+std::string CUDIDFactory::getUniqueDeviceID(CScsiDeviceData* device) {
+    const auto preset = m_presetDeviceMap.find(device->m_deviceName);
+    if (preset != m_presetDeviceMap.end()) {
+        udid::remark(*device, "the caller assigned this UDID in advance");
+        return CStringTool::tostrupper(preset->second.uid);
+    }
+    std::string result;
+    if (m_taqMode) {
+        udid::remark(*device, "TAQ mode: no generator is asked for its claim");
+        build(*m_taqGenerator, *device, result);
+        return result;
+    }
+    for (CUdidGenerator* const generator : m_generators) {
+        if (tryGenerator(*generator, *device, result)) {
+            break;
+        }
+    }
+    // When every claiming generator failed, the prefix of the last one is left in the result.
+    return CStringTool::tostrupper(result);
+}
+
+bool CUDIDFactory::tryGenerator(CUdidGenerator& generator, CScsiDeviceData& device,
+                                std::string& result) {
+    udid::Evidence* const evidence = udid::evidenceOf(device);
+    if (evidence != nullptr) {
+        evidence->askedGenerator(generator.getGeneratorName());
+    }
+    try {
+        const bool claims = generator.claimDevice(&device);
+        if (evidence != nullptr) {
+            evidence->claimed(claims);
+        }
+        if (claims) {
+            build(generator, device, result);
+        }
+        return claims;
+    } catch (const CUdidGeneratorException& failure) {
+        traceTo(m_traceLog, 2, "WARNING: getUniqueDeviceID caught exception: [%s],skipping device.",
+                failure.getMessageId().c_str());
+        if (evidence != nullptr) {
+            evidence->failed(failure.getMessageId());
+        }
+        return false;
+    }
+}
+
+std::string CUDIDFactory::getCachedUniqueDeviceID(const char* deviceName, bool rescanIfMissing) {
+    const std::string name = deviceName != nullptr ? deviceName : "";
+    const auto preset = m_presetDeviceMap.find(name);
+    if (preset != m_presetDeviceMap.end()) {
+        return m_taqMode ? preset->second.uid : CStringTool::tostrupper(preset->second.uid);
+    }
+    traceTo(m_traceLog, 6, "CUDIDFactory::getCachedUniqueDeviceID() Device [%s]", name.c_str());
+    m_deviceMap = enumerateDeviceMap(false, false, false, name, "");
+    // This enumeration was narrowed to the name, so for an unknown one the map is empty; a caller
+    // who asked for it has the whole host rescanned.
+    if (m_deviceMap.count(name) == 0 && rescanIfMissing) {
+        m_deviceMap = enumerateDeviceMap(true, false, false, "", "");
+    }
+    if (m_deviceMap.empty()) {
+        return std::string();
+    }
+    const auto found = m_deviceMap.find(name);
+    if (found == m_deviceMap.end()) {
+        traceNotFound(name);
+        return std::string();
+    }
+    return m_taqMode ? found->second.uid : CStringTool::tostrupper(found->second.uid);
+}
+
+void CUDIDFactory::traceNotFound(const std::string& deviceName) {
+    traceTo(m_traceLog, 2,
+            "CUDIDFactory::getCachedUniqueDeviceID() Device %s not found, map contents are:",
+            deviceName.c_str());
+    for (const auto& [key, info] : m_deviceMap) {
+        traceTo(m_traceLog, 2, "\t\t[%s] : [%s]\n", key.c_str(), info.uid.c_str());
+    }
+}
+
+DeviceMap CUDIDFactory::validateDeviceMap(std::string deviceName) {
+    DeviceMap devices;
+    const Records records(m_discovery.validateDevice(deviceName));
+    for (CScsiDeviceData* const device : records.list()) {
+        const std::string& name = device->m_deviceName;
+        try {
+            const std::string uid = getUniqueDeviceID(device);
+            if (!m_taqMode) {
+                warnOfShortUdid(*this, name, uid);
+            } else if (uid.size() < std::strlen(udid::taq_udid_prefix)) {
+                traceTo(m_traceLog, 2,
+                        "WARNING: FIM name:[TAQ_FIM]. Invalid UDID for device %s, assigned empty "
+                        "UDID",
+                        name.c_str());
+            }
+            devices[name] = deviceInfo(device->m_dmpClaimLevel, name, uid);
+        } catch (const CUdidGeneratorException& failure) {
+            enterFailed(*this, failure, name, devices);
+        }
+    }
+    return devices;
+}
+
+int CUDIDFactory::removeStaleDevices(const std::string& scriptArguments) {
+    const CFiTraceLogFunction function(m_traceLog, "removeStaleDevices", kSource);
+    return m_discovery.removeStaleDevices(scriptArguments);
+}
+
+void CUDIDFactory::removeDevice(const std::string& deviceName) {
+    m_discovery.removeDevice(deviceName);
+}
+
+void CUDIDFactory::clearDeviceCache() {
+    const CFiTraceLogFunction function(m_traceLog, "clearDeviceCache", kSource);
+    for (CScsiDeviceData* const device : m_devices) {
+        delete device;
+    }
+    m_devices.clear();
+}
+
+void CUDIDFactory::printDeviceMap(const DeviceMap& devices) {
+    for (const auto& [key, info] : devices) {
+        traceTo(m_traceLog, 3, "Uid [%s] \tDeviceName [%s] \tdmpClaimLevel [%d]", info.uid.c_str(),
+                info.deviceName.c_str(), info.dmpClaimLevel);
+        for (const std::string& path : info.nativePaths) {
+            traceTo(m_traceLog, 3, "DeviceName [%s] \tNativePath [%s]", info.deviceName.c_str(),
+                    path.c_str());
+        }
+    }
+}
