@@ -1,11 +1,30 @@
 #include "udid/generator_list.h"
 
 #include "udid/default_udid_generator.h"
+#include "udid/emc_udid_generators.h"
+#include "udid/fujitsu_udid_generator.h"
+#include "udid/hitachi_udid_generators.h"
+#include "udid/hp_udid_generators.h"
+#include "udid/ibm_udid_generators.h"
+#include "udid/lsi_udid_generator.h"
+#include "udid/netapp_udid_generator.h"
 
 namespace udid {
 
 std::vector<CUdidGenerator*> createGenerators() {
     return {
+        new CHpMsaUdidGenerator("HP", "MSA"),
+        new CHpEvaUdidGenerator("HP", "HSV"),
+        new CHpXpUdidGenerator("HP", "XP"),
+        new CIbmUdidGenerator("IBM", "TOTALSTORAGE"),
+        new CIbmDsUdidGenerator("IBM", "DISKSYSTEM"),
+        new CEmcClariionUdidGenerator("DGC", ""),
+        new CEmcSymmetrixUdidGenerator("EMC", "SYMMETRIX"),
+        new CHitachiUdidGenerator("HITACHI", "HDS"),
+        new CLsiUdidGenerator("ENGENIO", "UNIVERSAL"),
+        new CNetAppUdidGenerator("NETAPP", "LUN"),
+        new CHp3parUdidGenerator("HP", "3PAR"),
+        new CFujitsuEternusUdidGenerator("FUJITSU", "ETERNUS"),
         new CDefaultUdidGenerator("", ""),
     };
 }
