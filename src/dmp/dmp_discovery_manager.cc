@@ -3,7 +3,6 @@
 #include "dmp/dmp_linux_device_mapper.h"
 #include "dmp/dmp_powerpath.h"
 
-using qzfi_pdk_4_4::CDmpClaimManager;
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiTraceLog;
 using qzfi_pdk_4_4::traceTo;
@@ -22,7 +21,7 @@ void CDmpDiscoveryManager::registerDiscoveryModule(CDmpDiscoveryBase* module) {
 }
 
 void CDmpDiscoveryManager::registerTraceLog(CFiSmartPtr<CFiTraceLog>& log) {
-    CDmpClaimManager::registerTraceLog(log);
+    qzfi_pdk_4_4::CDmpClaimManager::registerTraceLog(log);
     m_traceLog = log;
     for (CDmpDiscoveryBase* const module : m_modules) {
         traceTo(m_traceLog, 3, "INFO: registering trace log on discovery module");
