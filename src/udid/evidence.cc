@@ -19,10 +19,4 @@ Evidence* evidenceOf(const CScsiDeviceData& record) {
     return &static_cast<const ExplainedRecord&>(record).evidence();
 }
 
-void remark(const CScsiDeviceData& record, const char* text) {
-    if (Evidence* const evidence = evidenceOf(record)) {
-        evidence->remarked(text);
-    }
-}
-
 }  // namespace udid

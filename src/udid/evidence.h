@@ -97,9 +97,6 @@ class SCSITOOL_EXPORT ExplainedRecord final : public CScsiDeviceData {
 /// The evidence that a record reports to; null for an ordinary record.
 Evidence* evidenceOf(const CScsiDeviceData& record);
 
-/// Reports a remark where the record is explained.
-void remark(const CScsiDeviceData& record, const char* text);
-
 }  // namespace udid
 
 #endif
