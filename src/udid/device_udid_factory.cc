@@ -7,6 +7,7 @@
 #include "udid/evidence.h"
 #include "udid/generator_list.h"
 #include "udid/taq_udid_generator.h"
+#include "udid/udid_text.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;
 using qzfi_pdk_4_4::traceTo;
