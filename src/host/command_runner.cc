@@ -1,123 +1,108 @@
 #include "host/command_runner.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 
-#include "host/descriptor.h"
+#include "host/child_process.h"
+#include "host/output_lines.h"
 
 namespace host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
 
-constexpr int kMissingProgram = 127;
-constexpr int kPollMilliseconds = 20;
+constexpr int kNotStarted = 127 << 8;
+constexpr std::size_t kPieceSize = 65536;
+constexpr Milliseconds kLongestPoll = std::chrono::hours(1);
 
-[[noreturn]] void becomeProgram(char* const* arguments, int output) {
-    ::setpgid(0, 0);
-    ::dup2(output, STDOUT_FILENO);
-    ::dup2(output, STDERR_FILENO);
-    ::close_range(3, ~0U, 0);
-    ::execv(arguments[0], arguments);
-    ::_exit(kMissingProgram);
+enum class Ending { kReported, kTimedOut, kLost };
+
+int pollTime(Clock::duration left) {
+    // Rounded up: a poll that ends just before the limit would be repeated until it is reached.
+    const Milliseconds time = std::chrono::ceil<Milliseconds>(left);
+    return static_cast<int>(std::clamp(time, Milliseconds(0), kLongestPoll).count());
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        const std::size_t end = std::min(text.find('\n', start), text.size());
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}
-
-void drain(int descriptor, std::string& text) {
-    char buffer[65536];
+// Reads once; gives the number of bytes, 0 at the end of the output.
+std::size_t readPiece(int descriptor, std::size_t most, OutputLines& output) {
+    char piece[kPieceSize];
     ssize_t got = 0;
-    while ((got = ::read(descriptor, buffer, sizeof buffer)) > 0) {
-        text.append(buffer, static_cast<std::size_t>(got));
+    do {
+        got = ::read(descriptor, piece, std::min(most, sizeof piece));
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0) {
+        return 0;
+    }
+    output.append(piece, static_cast<std::size_t>(got));
+    return static_cast<std::size_t>(got);
+}
+
+// Takes what the pipe holds now and no more: a descendant may go on writing for ever.
+void readRest(int descriptor, OutputLines& output) {
+    int held = 0;
+    if (::ioctl(descriptor, FIONREAD, &held) != 0 || held <= 0) {
+        return;
+    }
+    std::size_t left = static_cast<std::size_t>(held);
+    std::size_t got = 0;
+    while (left > 0 && (got = readPiece(descriptor, left, output)) > 0) {
+        left -= got;
+    }
+}
+
+Ending follow(const ChildProcess& child, Clock::time_point limit, OutputLines& output,
+              int& waitStatus) {
+    pollfd waited[] = {{child.output(), POLLIN, 0}, {child.report(), POLLIN, 0}};
+    pollfd& outputEnd = waited[0];
+    const pollfd& reportEnd = waited[1];
+    for (;;) {
+        const Clock::duration left = limit - Clock::now();
+        const int ready = ::poll(waited, 2, pollTime(left));
+        if (ready < 0 && errno != EINTR) {
+            return Ending::kLost;
+        }
+        if (ready > 0 && reportEnd.revents != 0) {
+            return child.readReport(waitStatus) ? Ending::kReported : Ending::kLost;
+        }
+        if (ready > 0 && outputEnd.revents != 0 &&
+            readPiece(child.output(), kPieceSize, output) == 0) {
+            // The program has closed its output and runs on.
+            outputEnd.fd = -1;
+        }
+        if (left <= Clock::duration::zero()) {
+            return Ending::kTimedOut;
+        }
     }
 }
 
 }  // namespace
 
-std::vector<std::string> splitCommand(const std::string& command) {
-    std::vector<std::string> words;
-    std::string word;
-    bool inWord = false;
-    char quote = '\0';
-    for (const char c : command) {
-        if (quote != '\0') {
-            if (c == quote) {
-                quote = '\0';
-            } else {
-                word += c;
-            }
-        } else if (c == '\'' || c == '"') {
-            quote = c;
-            inWord = true;
-        } else if (c == ' ') {
-            if (inWord) {
-                words.push_back(word);
-            }
-            word.clear();
-            inWord = false;
-        } else {
-            word += c;
-            inWord = true;
-        }
-    }
-    if (inWord) {
-        words.push_back(word);
-    }
-    return words;
-}
-
 CommandResult runProgram(const std::vector<std::string>& words, int timeoutSeconds) {
     CommandResult result;
-    result.waitStatus = kMissingProgram << 8;
-    int ends[2];
-    if (words.empty() || ::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        return result;
-    }
-    Descriptor reading(ends[0]);
-    Descriptor writing(ends[1]);
-    std::vector<char*> arguments;
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    const pid_t child = ::fork();
-    if (child < 0) {
-        return result;
-    }
-    if (child == 0) {
-        becomeProgram(arguments.data(), writing.get());
-    }
-    writing.reset();
+    result.waitStatus = kNotStarted;
     const Clock::time_point limit = Clock::now() + std::chrono::seconds(timeoutSeconds);
-    std::string text;
-    while (::waitpid(child, &result.waitStatus, WNOHANG) == 0) {
-        if (Clock::now() >= limit) {
-            result.timedOut = true;
-            ::kill(-child, SIGKILL);
-            ::waitpid(child, &result.waitStatus, 0);
-            break;
-        }
-        pollfd waited = {reading.get(), POLLIN, 0};
-        ::poll(&waited, 1, kPollMilliseconds);
-        drain(reading.get(), text);
+    ChildProcess child;
+    if (!child.start(words)) {
+        return result;
     }
-    drain(reading.get(), text);
-    result.lines = linesOf(text);
+    OutputLines output;
+    const Ending ending = follow(child, limit, output, result.waitStatus);
+    if (ending == Ending::kReported) {
+        child.reap();
+    } else {
+        child.kill();
+        result.waitStatus = SIGKILL;
+        result.timedOut = ending == Ending::kTimedOut;
+    }
+    readRest(child.output(), output);
+    result.lines = output.take();
     return result;
 }
 

@@ -31,9 +31,9 @@ struct AddressWords {
 
 /// One SG_IO request with data coming from the device.
 struct SgIoRequest {
-    std::vector<std::uint8_t> cdb;    ///< the command descriptor block
+    std::vector<std::uint8_t> cdb;    ///< the command descriptor block, 1 to 16 bytes
     std::vector<std::uint8_t> data;   ///< sized by the caller; filled from its start, the rest 0
-    std::vector<std::uint8_t> sense;  ///< sized by the caller
+    std::vector<std::uint8_t> sense;  ///< sized by the caller, at most 255 bytes
     unsigned timeout = 0;             ///< handed to the interface as it is (milliseconds)
     std::uint8_t status = 0;          ///< on return: the SCSI status byte
 };
@@ -69,7 +69,8 @@ struct SemaphoreOperation {
 /// Everything that is asked of the operating system.
 ///
 /// Results: an operation that returns int gives 0 or a positive value for success and a negated
-/// errno for failure, unless it says otherwise. No operation throws but for memory exhaustion.
+/// errno for failure, unless it says otherwise. No operation throws but for memory exhaustion. A
+/// path that holds a NUL names nothing and is refused.
 /// Threads: an implementation may be called from several threads at once unless it says otherwise.
 class SCSITOOL_EXPORT Host {
   public:
@@ -93,14 +94,17 @@ class SCSITOOL_EXPORT Host {
     /// Asks for the address of the device (SCSI_IOCTL_GET_IDLUN).
     virtual int addressWords(int descriptor, AddressWords& words) = 0;
     /// Sends an SG_IO request, data direction from the device. A request that the device ended
-    /// with another status than GOOD still gives 0; `status` tells.
+    /// with another status than GOOD still gives 0; `status` tells. A request beyond the sizes of
+    /// SgIoRequest, or with more than 16 MiB of data, is EINVAL.
     virtual int sgIo(int descriptor, SgIoRequest& request) = 0;
     /// Asks for the size of a block device in bytes (BLKGETSIZE64).
     virtual int deviceSize(int descriptor, std::uint64_t& bytes) = 0;
 
-    /// Reads a file whole (of at most 64 MiB, a larger one is EFBIG).
+    /// Reads a file whole (of at most 64 MiB, a larger one is EFBIG). A directory is EISDIR and
+    /// whatever else is no file, a FIFO or a device node, EINVAL.
     virtual int readFile(const std::string& path, std::string& content) = 0;
-    /// Appends text to a file that exists, with one write. An effect on the host.
+    /// Appends text to a file that exists, with one write. An effect on the host. What is no file
+    /// does not open, as in `readFile`.
     virtual AppendResult appendFile(const std::string& path, const std::string& text) = 0;
     /// Tells whether a path exists (links are followed).
     virtual bool pathExists(const std::string& path) = 0;
@@ -111,11 +115,14 @@ class SCSITOOL_EXPORT Host {
     /// Reads where a symbolic link points to; EINVAL for a path that is no link.
     virtual int readLink(const std::string& path, std::string& target) = 0;
 
-    /// Runs a command without a shell: it is split at blanks, single and double quotes group. At
-    /// `timeoutSeconds` it is killed with its whole process group. An effect on the host, unless
-    /// the command is a read (/bin/ls, /sbin/pidof).
+    /// Runs a command without a shell: it is split at blanks, single and double quotes group, and
+    /// no other character means anything. At `timeoutSeconds` it is killed with its whole process
+    /// group. A program without a '/' is looked up in /sbin, /bin, /usr/sbin and /usr/bin; one
+    /// that cannot be executed is missing. An effect on the host, unless the command is a read
+    /// (/bin/ls, /sbin/pidof).
     virtual CommandResult runCommand(const std::string& command, int timeoutSeconds) = 0;
-    /// Runs a line through the shell and gives what system(3) gives. An effect on the host.
+    /// Runs a line through /bin/sh, without a time limit, and gives its wait status as system(3)
+    /// does; what it prints is dropped. An effect on the host.
     virtual int runShell(const std::string& line) = 0;
 
     /// Opens a System V semaphore set (semget): its identifier or a negated errno.

@@ -12,11 +12,12 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 
 #include "host/command_runner.h"
 #include "host/descriptor.h"
@@ -26,6 +27,11 @@ namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 constexpr std::size_t kCommandHeader = 8;
+// The longest command descriptor block but for the variable-length ones.
+constexpr std::size_t kLongestCdb = 16;
+constexpr std::size_t kLongestSense = 255;
+// The most that an allocation length of three bytes asks for.
+constexpr std::size_t kLargestResponse = std::size_t{16} << 20;
 
 int negatedErrno(int result) {
     return result < 0 ? -errno : result;
@@ -43,12 +49,42 @@ int openFlags(OpenMode mode) {
     return O_RDONLY;
 }
 
-int openRetrying(const char* path, int flags) {
+// A NUL would cut the path silently: another file than the named one would be meant.
+bool isPath(const std::string& path) {
+    return path.find('\0') == std::string::npos;
+}
+
+int openRetrying(const std::string& path, int flags) {
+    if (!isPath(path)) {
+        return -EINVAL;
+    }
     int descriptor = -1;
     do {
-        descriptor = ::open(path, flags | O_CLOEXEC);
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
     } while (descriptor < 0 && errno == EINTR);
     return negatedErrno(descriptor);
+}
+
+// Opens a file as procfs, sysfs and disk file systems have them. A FIFO would block, and a device
+// node has effects of its own.
+int openRegular(const std::string& path, int flags) {
+    Descriptor file(openRetrying(path, flags | O_NOCTTY | O_NONBLOCK));
+    struct stat status;
+    if (!file.isOpen()) {
+        return file.get();
+    }
+    if (::fstat(file.get(), &status) != 0) {
+        return -errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return S_ISDIR(status.st_mode) ? -EISDIR : -EINVAL;
+    }
+    return file.release();
+}
+
+// The descriptor is gone whatever close(2) says; after EINTR it may already be another file's.
+int closeOnce(int descriptor) {
+    return ::close(descriptor) != 0 && errno != EINTR ? -errno : 0;
 }
 
 template <class Argument>
@@ -69,18 +105,21 @@ Host& linuxHost() {
 }
 
 int LinuxHost::openDevice(const std::string& path, OpenMode mode) {
-    return openRetrying(path.c_str(), openFlags(mode));
+    return openRetrying(path, openFlags(mode));
 }
 
 int LinuxHost::closeDevice(int descriptor) {
-    return negatedErrno(::close(descriptor));
+    return closeOnce(descriptor);
 }
 
 int LinuxHost::sendCommand(int descriptor, CommandBuffer& buffer) {
-    std::uint32_t outputLength = 0;
-    std::memcpy(&outputLength, buffer.data() + sizeof outputLength, sizeof outputLength);
-    // The kernel writes the whole output length, whatever the device answered.
-    if (outputLength > buffer.size() - kCommandHeader) {
+    std::uint32_t lengths[2] = {0, 0};
+    std::memcpy(lengths, buffer.data(), sizeof lengths);
+    const auto [inputLength, outputLength] = lengths;
+    const std::size_t room = buffer.size() - kCommandHeader;
+    // The kernel reads the input length behind the command descriptor block, and it writes the
+    // whole output length, whatever the device answered.
+    if (inputLength > room - kLongestCdb || outputLength > room) {
         return -EINVAL;
     }
     return control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
@@ -96,6 +135,11 @@ int LinuxHost::addressWords(int descriptor, AddressWords& words) {
 }
 
 int LinuxHost::sgIo(int descriptor, SgIoRequest& request) {
+    if (request.cdb.empty() || request.cdb.size() > kLongestCdb ||
+        request.sense.size() > kLongestSense || request.data.size() > kLargestResponse) {
+        return -EINVAL;
+    }
+    std::fill(request.data.begin(), request.data.end(), std::uint8_t{0});
     sg_io_hdr_t header;
     std::memset(&header, 0, sizeof header);
     header.interface_id = 'S';
@@ -118,7 +162,7 @@ int LinuxHost::deviceSize(int descriptor, std::uint64_t& bytes) {
 
 int LinuxHost::readFile(const std::string& path, std::string& content) {
     content.clear();
-    const Descriptor file(openRetrying(path.c_str(), O_RDONLY | O_NOCTTY));
+    const Descriptor file(openRegular(path, O_RDONLY));
     if (!file.isOpen()) {
         return file.get();
     }
@@ -140,7 +184,7 @@ int LinuxHost::readFile(const std::string& path, std::string& content) {
 
 AppendResult LinuxHost::appendFile(const std::string& path, const std::string& text) {
     AppendResult result;
-    const int descriptor = openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_NOCTTY);
+    const int descriptor = openRegular(path, O_WRONLY | O_APPEND);
     if (descriptor < 0) {
         result.openError = -descriptor;
         return result;
@@ -154,26 +198,27 @@ AppendResult LinuxHost::appendFile(const std::string& path, const std::string& t
     } else if (static_cast<std::size_t>(written) < text.size()) {
         result.writeError = EIO;
     }
-    if (::close(descriptor) != 0 && result.writeError == 0) {
-        result.writeError = errno;
+    const int closeError = -closeOnce(descriptor);
+    if (result.writeError == 0) {
+        result.writeError = closeError;
     }
     return result;
 }
 
 bool LinuxHost::pathExists(const std::string& path) {
-    return ::access(path.c_str(), F_OK) == 0;
+    return isPath(path) && ::access(path.c_str(), F_OK) == 0;
 }
 
 bool LinuxHost::isDirectory(const std::string& path) {
     struct stat status;
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return isPath(path) && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 DirectoryListing LinuxHost::listDirectory(const std::string& path) {
     DirectoryListing listing;
-    DIR* const directory = ::opendir(path.c_str());
+    DIR* const directory = isPath(path) ? ::opendir(path.c_str()) : nullptr;
     if (directory == nullptr) {
-        listing.openError = errno;
+        listing.openError = isPath(path) ? errno : EINVAL;
         return listing;
     }
     for (;;) {
@@ -190,6 +235,9 @@ DirectoryListing LinuxHost::listDirectory(const std::string& path) {
 }
 
 int LinuxHost::readLink(const std::string& path, std::string& target) {
+    if (!isPath(path)) {
+        return -EINVAL;
+    }
     char buffer[PATH_MAX];
     const ssize_t length = ::readlink(path.c_str(), buffer, sizeof buffer);
     if (length < 0) {
@@ -204,7 +252,9 @@ CommandResult LinuxHost::runCommand(const std::string& command, int timeoutSecon
 }
 
 int LinuxHost::runShell(const std::string& line) {
-    return std::system(line.c_str());
+    // Not system(3), which ignores SIGINT and SIGQUIT for the whole process meanwhile, hands the
+    // caller's descriptors and environment on and needs SIGCHLD not to be ignored.
+    return runProgram({"/bin/sh", "-c", line}, std::numeric_limits<int>::max()).waitStatus;
 }
 
 int LinuxHost::openSemaphore(int key, int count, int flags) {
@@ -230,7 +280,7 @@ std::string LinuxHost::kernelRelease() {
 }
 
 int LinuxHost::hostName(std::string& name) {
-    char buffer[HOST_NAME_MAX + 1];
+    char buffer[HOST_NAME_MAX + 1] = {};
     if (::gethostname(buffer, sizeof buffer) != 0) {
         return -errno;
     }
