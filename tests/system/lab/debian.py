@@ -1,4 +1,5 @@
 """Debian packages, fetched with apt and unpacked without being installed."""
+import functools
 import re
 import subprocess
 import time
@@ -27,6 +28,7 @@ class PackageSource:
                          "-o", "APT::Install-Recommends=false", "-o", "APT::Sandbox::User=root",
                          "-o", "Debug::NoLocking=1"]
         self._lists = folder / "lists"
+        self._kernel = None
 
     def _install(self, packages, *more):
         # With an empty list of installed packages apt names everything that they depend on as well.
@@ -35,13 +37,14 @@ class PackageSource:
 
     def kernel_package(self):
         """The name of the package that holds the distribution's current kernel."""
-        package = self._find_kernel()
-        if not package:
+        if not self._kernel:
+            self._kernel = self._find_kernel()
+        if not self._kernel:
             self._read_lists()
-            package = self._find_kernel()
-        if not package:
+            self._kernel = self._find_kernel()
+        if not self._kernel:
             raise LabError(f"apt knows none of {', '.join(KERNEL_META_PACKAGES)}")
-        return package
+        return self._kernel
 
     def _read_lists(self):
         # A machine whose own lists were never read, or were thrown away: they come into the cache folder.
@@ -52,13 +55,21 @@ class PackageSource:
             run_tool(["apt-get", *self._options, "update"])
             read.touch()
 
+    def knows(self, package):
+        """True when apt can fetch the package."""
+        return bool(run_tool(["apt-cache", *self._options, "search", "--names-only",
+                              f"^{re.escape(package)}$"]).strip())
+
+    def dependencies(self, package):
+        """The packages that one package needs itself."""
+        text = run_tool(["apt-cache", *self._options, "depends", package])
+        return re.findall(r"^ *Depends: (\S+)", text, re.MULTILINE)
+
     def _find_kernel(self):
-        for meta in KERNEL_META_PACKAGES:
-            known = run_tool(["apt-cache", *self._options, "search", "--names-only", f"^{meta}$"]).strip()
-            text = run_tool(["apt-cache", *self._options, "depends", meta]) if known else ""
-            found = re.search(r"Depends: (linux-image-\d\S+)", text)
-            if found:
-                return found.group(1)
+        for meta in filter(self.knows, KERNEL_META_PACKAGES):
+            for package in self.dependencies(meta):
+                if re.match(r"linux-image-\d", package):
+                    return package
         return None
 
     def resolve(self, packages):
@@ -67,6 +78,7 @@ class PackageSource:
         return _archive_names(self._install(packages, "-o", f"Dir::Cache::archives={self._none}",
                                             "--print-uris"))
 
+    @functools.lru_cache(maxsize=None)  # noqa: B019 - there is one source in a run
     def resolve_one(self, package):
         """The archive file name of one package alone."""
         return _archive_names(run_tool(["apt-get", *self._options, "--print-uris", "download", package]))[0]
@@ -75,10 +87,12 @@ class PackageSource:
         """Downloads the packages and all that they need into the cache folder."""
         self._install(packages)
 
-    def fetch_one(self, package):
-        """Downloads one package alone into the cache folder."""
-        if not (self.archives / self.resolve_one(package)).exists():
-            run_tool(["apt-get", *self._options, "download", package], cwd=self.archives)
+    def fetch_one(self, package, folder):
+        """Downloads one package alone into a folder, and returns the path of its archive."""
+        archive = folder / self.resolve_one(package)
+        if not archive.exists():
+            run_tool(["apt-get", *self._options, "download", package], cwd=folder)
+        return archive
 
 
 def _archive_names(uris):

@@ -35,39 +35,37 @@ class GuestImage:
         return self.kernel.exists() and self.base.exists()
 
 
-def cache_folder():
-    """The folder in which built guests and downloaded packages are kept."""
-    base = os.environ.get("XDG_CACHE_HOME") or os.path.join(os.path.expanduser("~"), ".cache")
-    return Path(base) / "scsitool-lab"
-
-
-def prepare_image(cache, say):
-    """The guest for the package versions that apt knows now, built when it is not there yet."""
-    cache.mkdir(parents=True, exist_ok=True)
-    source = PackageSource(cache)
-    with _only_one(cache / "lock"):
-        kernel = source.kernel_package()
-        packages = read_list(GUEST_FOLDER / "packages")
-        archives = source.resolve(packages)
-        kernel_archive = source.resolve_one(kernel)
-        image = GuestImage(cache / f"guest-{_key([*archives, kernel_archive])}")
-        if not image.complete():
-            say(f"building the guest from {len(archives)} packages and {kernel}")
-            source.fetch(packages)
-            source.fetch_one(kernel)
-            _build(image, cache, [source.archives / name for name in archives],
-                   source.archives / kernel_archive)
-            _forget_other_packages(source.archives, {*archives, kernel_archive})
-        os.utime(image.folder)
-        _forget_old_images(cache, image)
-    return image
-
-
 @contextlib.contextmanager
-def _only_one(path):
-    with open(path, "w", encoding="utf-8") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        yield
+def open_cache(say):
+    """Yields (folder, package source) while no other run builds anything there."""
+    base = os.environ.get("XDG_CACHE_HOME") or os.path.join(os.path.expanduser("~"), ".cache")
+    cache = Path(base) / "scsitool-lab"
+    cache.mkdir(parents=True, exist_ok=True)
+    with open(cache / "lock", "w", encoding="utf-8") as lock:
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            say("waiting for another run that builds a guest")
+            fcntl.flock(lock, fcntl.LOCK_EX)
+        yield cache, PackageSource(cache)
+
+
+def prepare_image(cache, source, say):
+    """The guest for the package versions that apt knows now, built when it is not there yet."""
+    kernel = source.kernel_package()
+    packages = read_list(GUEST_FOLDER / "packages")
+    archives = source.resolve(packages)
+    kernel_archive = source.resolve_one(kernel)
+    image = GuestImage(cache / f"guest-{_key([*archives, kernel_archive])}")
+    if not image.complete():
+        say(f"building the guest from {len(archives)} packages and {kernel}")
+        source.fetch(packages)
+        source.fetch_one(kernel, source.archives)
+        _build(image, cache, [source.archives / name for name in archives], source.archives / kernel_archive)
+        _forget_other_packages(source.archives, {*archives, kernel_archive})
+    os.utime(image.folder)
+    _forget_unused(cache)
+    return image
 
 
 def _key(archive_names):
@@ -120,7 +118,8 @@ def _forget_other_packages(folder, wanted):
             path.unlink()
 
 
-def _forget_old_images(cache, current):
-    for folder in cache.glob("guest-*"):
-        if folder != current.folder and time.time() - folder.stat().st_mtime > KEEP_UNUSED_SECONDS:
-            shutil.rmtree(folder, ignore_errors=True)
+def _forget_unused(cache):
+    for path in cache.glob("guest-*"):
+        if time.time() - path.stat().st_mtime > KEEP_UNUSED_SECONDS:
+            shutil.rmtree(path, ignore_errors=True)
+            path.unlink(missing_ok=True)

@@ -18,12 +18,15 @@ exec python3 -I -S '{program}' --relay '{socket}'
 class Hardware:
     """The machine that a job wants: disks of the emulator, a network card, an array behind it."""
 
-    def __init__(self, devices=(), network=False, targets=(), portals=len(PORTALS), memory_mib=1024):
+    def __init__(self, devices=(), network=False, targets=(), portals=len(PORTALS), memory_mib=1024,
+                 old_host=False):
         self.devices = list(devices)
         self.network = network or bool(targets)
         self.targets = list(targets)
         self.portals = PORTALS[:portals]
         self.memory_mib = memory_mib
+        # A kernel that calls itself 2.4, with modules that give it /proc/scsi/scsi.
+        self.old_host = old_host
 
 
 def disk_bus(name, hotplug=False):
@@ -40,13 +43,13 @@ def disk(bus, lun, size_mib=64, drive_type="scsi-hd", **properties):
 
 
 @contextlib.contextmanager
-def run_machine(image, ramdisk, hardware, on_end):
+def run_machine(guest_files, hardware, on_end):
     """Boots a machine for a job and yields (guest, machine); `on_end` gets the machine while it still stands."""
     with contextlib.ExitStack() as stack:
         devices = list(hardware.devices)
         if hardware.network:
             devices += _network(stack, hardware.targets, hardware.portals)
-        machine = stack.enter_context(Machine(image.kernel, ramdisk, devices, hardware.memory_mib))
+        machine = stack.enter_context(Machine(guest_files.kernel, guest_files.ramdisk, devices, hardware.memory_mib))
         stack.callback(on_end, machine)
         yield Guest(machine), machine
 

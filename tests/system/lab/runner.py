@@ -1,5 +1,6 @@
 """The command line: picks jobs, runs them in machines of their own, reports and counts."""
 import argparse
+import collections
 import concurrent.futures
 import functools
 import importlib
@@ -17,9 +18,10 @@ from lab.checks import Checks
 from lab.command_overlay import write_command_overlay
 from lab.errors import LabError
 from lab.host_tools import require_tools
-from lab.image import cache_folder, prepare_image
+from lab.image import open_cache, prepare_image
 from lab.job import run_machine
 from lab.machine import Machine
+from lab.proc_scsi import NotOffered, prepare_modules, write_old_release
 
 HERE = Path(__file__).resolve().parent.parent
 PROJECT = HERE.parent.parent
@@ -33,6 +35,12 @@ class Report:
         self._lock = threading.Lock()
         self.passed = 0
         self.failed = 0
+        self.skipped = 0
+
+    def skip(self, jobs, reason):
+        """Says that jobs cannot run on this machine."""
+        self.skipped += len(jobs)
+        print(f"skipped: {', '.join(jobs)}: {reason}", flush=True)
 
     def job_ended(self, name, seconds, checks):
         """Prints a job's checks."""
@@ -46,7 +54,8 @@ class Report:
         if self.passed + self.failed == 0:
             print("no check was made: that counts as a failure", flush=True)
             self.failed = 1
-        print(f"{self.passed} passed, {self.failed} failed", flush=True)
+        skipped = f", {self.skipped} skipped" if self.skipped else ""
+        print(f"{self.passed} passed, {self.failed} failed{skipped}", flush=True)
         return 1 if self.failed else 0
 
 
@@ -88,12 +97,15 @@ def find_command(given):
     return max(found, key=lambda path: path.stat().st_mtime)
 
 
+GuestFiles = collections.namedtuple("GuestFiles", "kernel ramdisk")
+
+
 class Laboratory:
     """What all jobs of a run share."""
 
-    def __init__(self, image, ramdisk, console_dir, report):
-        self._image = image
-        self._ramdisk = ramdisk
+    def __init__(self, usual, old_host, console_dir, report):
+        self._usual = usual
+        self._old_host = old_host
         self._console_dir = console_dir
         self._report = report
 
@@ -103,8 +115,10 @@ class Laboratory:
         begin = time.monotonic()
         try:
             job = load_job(name)
+            hardware = job.hardware()
+            files = self._old_host if hardware.old_host else self._usual
             keep = functools.partial(self._keep_console, name)
-            with run_machine(self._image, self._ramdisk, job.hardware(), keep) as (guest, machine):
+            with run_machine(files, hardware, keep) as (guest, machine):
                 job.run(guest, machine, checks)
         except LabError as error:
             checks.fail("the job runs to its end", str(error))
@@ -120,22 +134,51 @@ class Laboratory:
             (self._console_dir / f"{name}.console").write_text(machine.console_text(), "utf-8")
 
 
+def say(text):
+    """Tells the person at the terminal what takes its time."""
+    print(text, flush=True)
+
+
+def concatenate(target, parts):
+    """Archives one after the other make one tree in the guest, later files in the place of earlier ones."""
+    with open(target, "wb") as file:
+        for part in parts:
+            with open(part, "rb") as source:
+                shutil.copyfileobj(source, file)
+    return target
+
+
+def prepare_guests(arguments, names, work, report):
+    """The guest files for both kinds of host, and the jobs that can run with them."""
+    overlay = work / "command"
+    if not arguments.build_only:
+        write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
+    with open_cache(say) as (cache, source):
+        image = prepare_image(cache, source, say)
+        old_jobs = [name for name in names if load_job(name).hardware().old_host]
+        try:
+            modules = prepare_modules(cache, source, say) if old_jobs else None
+            old_kernel = work / "old-kernel"
+            if modules:
+                write_old_release(image.kernel, old_kernel)
+        except NotOffered as reason:
+            report.skip(old_jobs, str(reason))
+            names = [name for name in names if name not in old_jobs]
+            modules = None
+        if arguments.build_only:
+            say(f"the guest is ready in {image.folder}")
+            return None, None, []
+        usual = GuestFiles(image.kernel, concatenate(work / "ramdisk", [image.base, overlay]))
+        old = modules and GuestFiles(old_kernel, concatenate(work / "old-ramdisk", [image.base, overlay, modules]))
+    return usual, old, names
+
+
 def run_jobs(arguments, names, report):
     """Builds what is missing and runs the jobs."""
     require_tools()
-    image = prepare_image(cache_folder(), lambda text: print(text, flush=True))
-    if arguments.build_only:
-        print(f"the guest is ready in {image.folder}")
-        return
-    with tempfile.TemporaryDirectory(prefix="scsitool-system-") as work:
-        ramdisk = Path(work) / "ramdisk"
-        overlay = Path(work) / "overlay"
-        write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
-        with open(ramdisk, "wb") as target:
-            for part in (image.base, overlay):
-                with open(part, "rb") as source:
-                    shutil.copyfileobj(source, target)
-        laboratory = Laboratory(image, ramdisk, arguments.console_dir, report)
+    with tempfile.TemporaryDirectory(prefix="scsitool-system-") as folder:
+        usual, old, names = prepare_guests(arguments, names, Path(folder), report)
+        laboratory = Laboratory(usual, old, arguments.console_dir, report)
         with concurrent.futures.ThreadPoolExecutor(max(arguments.parallel, 1)) as pool:
             try:
                 list(pool.map(laboratory.run_job, names))
