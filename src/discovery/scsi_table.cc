@@ -1,0 +1,36 @@
+#include "discovery/scsi_table.h"
+
+#include "host/host.h"
+#include "kit/bounded_string.h"
+#include "tools/line_reader.h"
+
+namespace discovery {
+
+bool readScsiTable(host::Host& host, std::vector<std::string>& lines) {
+    constexpr std::size_t kLineBuffer = 255;
+    std::string content;
+    if (host.readFile(kScsiTable, content) < 0) {
+        return false;
+    }
+    lines = tools::fgetsPieces(content, kLineBuffer);
+    return true;
+}
+
+bool isDeviceLine(const std::string& line) {
+    return line.find("Host:") != std::string::npos;
+}
+
+bool parseAddress(const std::string& line, SLinuxScsiDevice& address) {
+    constexpr int kItems = 4;
+    return isDeviceLine(line) &&
+           qzfi_pdk_4_4::V_sscanf(line.c_str(), line.size(),
+                                  "Host: scsi%d Channel: %02d Id: %02d Lun: %02d", &address.host,
+                                  &address.channel, &address.id, &address.lun) == kItems;
+}
+
+const std::string* typeLine(const std::vector<std::string>& lines, std::size_t index) {
+    constexpr std::size_t kLinesBehind = 2;
+    return lines.size() > index + kLinesBehind ? &lines[index + kLinesBehind] : nullptr;
+}
+
+}  // namespace discovery
