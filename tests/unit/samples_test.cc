@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "recording/recorded_host.h"
+#include "recording/recorded_host_file.h"
+#include "udid/device_udid_factory.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using recording::Journal;
+using recording::RecordedHost;
+
+std::vector<std::string> sampleNames() {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(SCSITOOL_SAMPLES)) {
+        if (entry.path().extension() == ".json") {
+            names.push_back(entry.path().stem().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+struct Expectation {
+    std::string udid;
+    int claimLevel;
+};
+
+bool operator==(const Expectation& left, const Expectation& right) {
+    return left.udid == right.udid && left.claimLevel == right.claimLevel;
+}
+
+void PrintTo(const Expectation& expectation, std::ostream* stream) {
+    *stream << expectation.udid << " at level " << expectation.claimLevel;
+}
+
+using Expectations = std::map<std::string, Expectation>;
+
+/// The device map that the script which makes the samples works out from the facts of each volume.
+Expectations expectedMap(const std::string& sample) {
+    const fs::path path =
+        fs::path(SCSITOOL_SAMPLES).parent_path() / "tests/samples" / (sample + ".devices.json");
+    std::ifstream stream(path);
+    const nlohmann::json document = nlohmann::json::parse(stream);
+    Expectations expectations;
+    for (const auto& [name, device] : document.items()) {
+        expectations[name] = {device["udid"], device["claim_level"]};
+    }
+    return expectations;
+}
+
+Expectations asExpectations(const DeviceMap& devices) {
+    Expectations expectations;
+    for (const auto& [name, info] : devices) {
+        EXPECT_EQ(name, info.deviceName);
+        expectations[name] = {info.uid, info.dmpClaimLevel};
+    }
+    return expectations;
+}
+
+class SampleTest : public testing::TestWithParam<std::string> {
+  protected:
+    SampleTest()
+        : host(recording::loadRecordedHost(std::string(SCSITOOL_SAMPLES) + "/" + GetParam() +
+                                           ".json"),
+               journal),
+          m_scope(host) {}
+
+    Journal journal;
+    RecordedHost host;
+
+  private:
+    const host::Scope m_scope;
+};
+
+TEST_P(SampleTest, GivesTheDeviceMapThatItsVolumesMustHave) {
+    CUDIDFactory factory;
+    EXPECT_EQ(asExpectations(factory.enumerateDeviceMap(false, false, false, "", "")),
+              expectedMap(GetParam()));
+    EXPECT_EQ(journal.lines(), std::vector<std::string>{});
+    EXPECT_EQ(host.openDescriptors(), 0U);
+}
+
+TEST_P(SampleTest, GivesTheSameDeviceMapAfterARescanAndLeavesNoQuestionOpen) {
+    CUDIDFactory factory;
+    EXPECT_EQ(asExpectations(factory.enumerateDeviceMap(true, false, false, "", "")),
+              expectedMap(GetParam()));
+    EXPECT_EQ(journal.unanswered(), std::vector<std::string>{});
+    EXPECT_FALSE(journal.lines().empty());
+}
+
+TEST_P(SampleTest, GivesEachDeviceItsUdidByName) {
+    CUDIDFactory factory;
+    for (const auto& [name, expectation] : expectedMap(GetParam())) {
+        EXPECT_EQ(factory.getCachedUniqueDeviceID(name.c_str(), false), expectation.udid) << name;
+    }
+    EXPECT_EQ(journal.unanswered(), std::vector<std::string>{});
+}
+
+std::string testName(const testing::TestParamInfo<std::string>& sample) {
+    std::string name = sample.param;
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char letter) { return std::isalnum(letter) == 0; },
+        '_');
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(sampleNames()), testName);
+
+TEST(Samples, AreThere) {
+    EXPECT_GE(sampleNames().size(), 4U);
+}
+
+}  // namespace
