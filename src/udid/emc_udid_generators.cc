@@ -30,15 +30,18 @@ constexpr std::size_t kSymmetrixOldVolume = 38;
 constexpr std::size_t kSymmetrixOldVolumeBytes = 3;
 
 // The check hands its text back without a source; what it read is known here.
-void addSerial(udid::UdidText& body, unsigned page, int start, bool valid, std::string text) {
-    const std::string_view separator = udid::udid_separator;
-    if (valid && text.size() >= separator.size()) {
+void addSerial(udid::UdidText& body, unsigned page, int start, std::string text) {
+    const std::string separator = udid::udid_separator;
+    const bool separated =
+        text.size() >= separator.size() &&
+        text.compare(text.size() - separator.size(), separator.size(), separator) == 0;
+    if (separated) {
         text.resize(text.size() - separator.size());
     }
     body.piece({udid::Format::kText, page, static_cast<std::size_t>(start), kSerialCharacters,
                 std::move(text)});
-    if (valid) {
-        body.literal(udid::udid_separator);
+    if (separated) {
+        body.literal(separator);
     }
 }
 
@@ -100,7 +103,7 @@ std::string CEmcClariionUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device
         device->GetScsiModePage(code, &page, length);
         std::string serial;
         const bool valid = checkForArraySerialNo(&page, length, lengthIndex, start, serial);
-        addSerial(body, code, start, valid, std::move(serial));
+        addSerial(body, code, start, std::move(serial));
         return valid;
     };
     if (!readSerial(kArraySerialPage, kArraySerialLengthByte, kArraySerialStart)) {
