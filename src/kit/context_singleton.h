@@ -8,7 +8,7 @@
 namespace qzfi_pdk_4_4 {
 
 /// The name under which the plug-in's process-wide objects are kept.
-inline constexpr char FI_PGN_NAME[] = "devicefi";
+SCSITOOL_EXPORT inline constexpr char FI_PGN_NAME[] = "devicefi";
 
 /// The process-wide object of type T for the plug-in NAME. Safe for any number of threads.
 template <class T, const char* NAME>
