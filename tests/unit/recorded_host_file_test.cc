@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "recording/hex.h"
 #include "recording/strict_json.h"
@@ -416,10 +418,10 @@ TEST(RecordedHostFile, RefusesNestingThatNoRecordingHas) {
 }
 
 TEST(RecordedHostFile, RefusesAFileThatIsTooBig) {
-    std::string text = withMembers("");
-    text.resize(std::size_t{64} << 20, ' ');
-    EXPECT_EQ(refusalOf(text), "accepted");
-    text += ' ';
+    // One that is just not too big is looked at: its first byte is refused.
+    std::string text(std::size_t{64} << 20, '!');
+    EXPECT_EQ(refusalOf(text).substr(0, 24), "host.json: 1:1: not JSON");
+    text += '!';
     EXPECT_EQ(refusalOf(text), "host.json: expected at most 67108864 bytes, found 67108865");
 }
 
@@ -450,6 +452,22 @@ TEST(RecordedHostFile, SurvivesEveryByteReplaced) {
             text[index] = byte;
             const std::string message = refusalOf(text);
             EXPECT_EQ(message.find('\n'), std::string::npos) << text;
+        }
+    }
+}
+
+// Both the schema's test and this one read the table of cases.
+TEST(RecordedHostFile, AgreesWithTheCasesOfTheSchema) {
+    std::ifstream stream(std::string(SCSITOOL_SAMPLES) +
+                         "/../tests/schema/recorded_host_cases.json");
+    const nlohmann::json cases = nlohmann::json::parse(stream);
+    EXPECT_GE(cases["accepted"].size(), 10U);
+    EXPECT_GE(cases["refused"].size(), 50U);
+    for (const char* kind : {"accepted", "refused"}) {
+        for (nlohmann::json document : cases[kind]) {
+            document.emplace("format", "scsitool-host/1");
+            EXPECT_EQ(refusalOf(document.dump()) == "accepted", std::string(kind) == "accepted")
+                << document << ": " << refusalOf(document.dump());
         }
     }
 }

@@ -114,6 +114,28 @@ std::string testName(const testing::TestParamInfo<std::string>& sample) {
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(sampleNames()), testName);
 
+/// The first block of JSON in the page that describes the format.
+std::string documentedExample() {
+    std::ifstream stream(std::string(SCSITOOL_SAMPLES) + "/../docs/recorded-host.md");
+    const std::string page((std::istreambuf_iterator<char>(stream)), {});
+    const std::size_t begin = page.find("```json\n") + 8;
+    return page.substr(begin, page.find("```\n", begin) - begin);
+}
+
+TEST(Samples, TheDocumentedExampleIsWhatThePageSays) {
+    Journal journal;
+    RecordedHost host(recording::parseRecordedHost(documentedExample(), "recorded-host.md"),
+                      journal);
+    const host::Scope scope(host);
+    CUDIDFactory factory;
+    const std::string volume = "UDID##HP##3PAR##1303421##60002AC0000000000000002B0013E37D";
+    EXPECT_EQ(asExpectations(factory.enumerateDeviceMap(false, false, false, "", "")),
+              (Expectations{{"/dev/mapper/control", {"UDID######/DEV/MAPPER/CONTROL@DB01", 16}},
+                            {"/dev/mapper/mpatha", {volume, 16}},
+                            {"/dev/sda", {volume, 0}}}));
+    EXPECT_EQ(journal.lines(), std::vector<std::string>{});
+}
+
 TEST(Samples, AreThere) {
     EXPECT_GE(sampleNames().size(), 4U);
 }
