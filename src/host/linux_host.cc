@@ -21,17 +21,12 @@
 
 #include "host/command_runner.h"
 #include "host/descriptor.h"
+#include "host/request_limits.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
-constexpr std::size_t kCommandHeader = 8;
-// The longest command descriptor block but for the variable-length ones.
-constexpr std::size_t kLongestCdb = 16;
-constexpr std::size_t kLongestSense = 255;
-// The most that an allocation length of three bytes asks for.
-constexpr std::size_t kLargestResponse = std::size_t{16} << 20;
 
 int negatedErrno(int result) {
     return result < 0 ? -errno : result;
@@ -82,6 +77,11 @@ int openRegular(const std::string& path, int flags) {
     return file.release();
 }
 
+bool isRegularFile(int descriptor) {
+    struct stat status;
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 // The descriptor is gone whatever close(2) says; after EINTR it may already be another file's.
 int closeOnce(int descriptor) {
     return ::close(descriptor) != 0 && errno != EINTR ? -errno : 0;
@@ -113,14 +113,14 @@ int LinuxHost::closeDevice(int descriptor) {
 }
 
 int LinuxHost::sendCommand(int descriptor, CommandBuffer& buffer) {
-    std::uint32_t lengths[2] = {0, 0};
-    std::memcpy(lengths, buffer.data(), sizeof lengths);
-    const auto [inputLength, outputLength] = lengths;
-    const std::size_t room = buffer.size() - kCommandHeader;
-    // The kernel reads the input length behind the command descriptor block, and it writes the
-    // whole output length, whatever the device answered.
-    if (inputLength > room - kLongestCdb || outputLength > room) {
-        return -EINVAL;
+    const int refused = checkRequest(buffer);
+    if (refused != 0) {
+        return refused;
+    }
+    // The same number is FIBMAP to a regular file (which a copy to a device that was not there
+    // leaves under /dev): it would answer 0 and hand back no response at all.
+    if (isRegularFile(descriptor)) {
+        return -ENOTTY;
     }
     return control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
 }
@@ -135,9 +135,9 @@ int LinuxHost::addressWords(int descriptor, AddressWords& words) {
 }
 
 int LinuxHost::sgIo(int descriptor, SgIoRequest& request) {
-    if (request.cdb.empty() || request.cdb.size() > kLongestCdb ||
-        request.sense.size() > kLongestSense || request.data.size() > kLargestResponse) {
-        return -EINVAL;
+    const int refused = checkRequest(request);
+    if (refused != 0) {
+        return refused;
     }
     std::fill(request.data.begin(), request.data.end(), std::uint8_t{0});
     sg_io_hdr_t header;

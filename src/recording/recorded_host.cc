@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "host/request_limits.h"
 #include "recording/hex.h"
 
 namespace recording {
@@ -143,11 +144,12 @@ int RecordedHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     if (node == nullptr) {
         return -EBADF;
     }
+    const int refused = host::checkRequest(buffer);
+    if (refused != 0) {
+        return refused;
+    }
     std::uint32_t outputLength = 0;
     std::memcpy(&outputLength, buffer.data() + sizeof outputLength, sizeof outputLength);
-    if (outputLength > buffer.size() - kCommandHeader) {
-        return -EINVAL;
-    }
     const std::uint8_t* const block = buffer.data() + kCommandHeader;
     if (block[0] != kInquiry) {
         return -ENOTTY;
@@ -183,6 +185,10 @@ int RecordedHost::sgIo(int descriptor, host::SgIoRequest& request) {
     if (node == nullptr) {
         return -EBADF;
     }
+    const int refused = host::checkRequest(request);
+    if (refused != 0) {
+        return refused;
+    }
     const auto found = node->device.sgIo.find(request.cdb);
     if (found == node->device.sgIo.end()) {
         return -ENOTTY;
@@ -216,18 +222,21 @@ int RecordedHost::readFile(const std::string& path, std::string& content) {
         }
         return -found->second.error;
     }
-    if (isDirectory(path)) {
-        return -EISDIR;
+    return -whyNoFile(path);
+}
+
+int RecordedHost::whyNoFile(const std::string& path) const {
+    if (m_directories.count(withoutLastSlashes(path)) != 0) {
+        return EISDIR;
     }
-    // What lies on a disk is no part of a recording.
-    return m_devices.count(path) != 0 ? -EIO : -ENOENT;
+    return m_devices.count(path) != 0 ? EINVAL : ENOENT;
 }
 
 host::AppendResult RecordedHost::appendFile(const std::string& path, const std::string& text) {
     host::AppendResult result;
     const auto found = m_files.find(path);
     if (found == m_files.end()) {
-        result.openError = isDirectory(path) ? EISDIR : ENOENT;
+        result.openError = whyNoFile(path);
     } else {
         result.openError = found->second.error;
     }

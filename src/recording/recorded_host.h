@@ -71,6 +71,8 @@ class RecordedHost : public host::Host {
     const Node* nodeOf(int descriptor) const;
     const RecordedPage* findPage(const Node& node, bool evpd, std::uint8_t code, int& error);
     bool hasPath(const std::string& path) const;
+    /// The errno of opening as a file what is none.
+    int whyNoFile(const std::string& path) const;
     void noteDirectoriesAbove(const std::string& path);
 
     Journal& m_journal;

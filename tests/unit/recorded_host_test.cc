@@ -109,7 +109,9 @@ TEST_F(RecordedHostTest, CannotReadADirectoryOrADeviceAsAFile) {
     data.devices["/dev/sda"] = diskWithPages();
     std::string content;
     EXPECT_EQ(host().readFile("/dev/mapper/", content), -EISDIR);
-    EXPECT_EQ(host().readFile("/dev/sda", content), -EIO);
+    EXPECT_EQ(host().readFile("/dev/sda", content), -EINVAL);
+    EXPECT_EQ(host().appendFile("/dev/sda", "x").openError, EINVAL);
+    EXPECT_TRUE(journal.lines().empty());
 }
 
 TEST_F(RecordedHostTest, JournalsAnAppendAndKeepsTheContentThatLaterReadsSee) {

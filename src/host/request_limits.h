@@ -1,0 +1,18 @@
+#ifndef SCSITOOL_HOST_REQUEST_LIMITS_H
+#define SCSITOOL_HOST_REQUEST_LIMITS_H
+
+#include "host/host.h"
+
+/// What every implementation of `Host` refuses before it sends anything.
+namespace host {
+
+/// 0, or -EINVAL when the kernel would read or write behind the buffer: it takes the input length
+/// from behind the command descriptor block, and it hands back the whole output length.
+int checkRequest(const CommandBuffer& buffer);
+
+/// 0, or -EINVAL when the sizes are beyond those that SgIoRequest states.
+int checkRequest(const SgIoRequest& request);
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,63 @@
+#include "host/host.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "host/forwarding_host.h"
+#include "host/linux_host.h"
+
+namespace {
+
+using host::ForwardingHost;
+using host::Scope;
+
+TEST(Host, IsTheLinuxHostUnlessAScopeSaysOtherwise) {
+    EXPECT_EQ(&host::current(), &host::linuxHost());
+}
+
+TEST(HostScope, PutsAHostInPlaceAndRestoresTheFormerOne) {
+    ForwardingHost outer(host::linuxHost());
+    ForwardingHost inner(host::linuxHost());
+    {
+        const Scope outerScope(outer);
+        EXPECT_EQ(&host::current(), &outer);
+        {
+            const Scope innerScope(inner);
+            EXPECT_EQ(&host::current(), &inner);
+        }
+        EXPECT_EQ(&host::current(), &outer);
+    }
+    EXPECT_EQ(&host::current(), &host::linuxHost());
+}
+
+TEST(HostScope, RestoresTheFormerHostWhenAnExceptionLeavesIt) {
+    ForwardingHost other(host::linuxHost());
+    try {
+        const Scope scope(other);
+        throw 6;
+    } catch (int) {
+        EXPECT_EQ(&host::current(), &host::linuxHost());
+    }
+}
+
+TEST(HostScope, NewThreadStartsWithTheLinuxHost) {
+    ForwardingHost other(host::linuxHost());
+    const Scope scope(other);
+    host::Host* seen = nullptr;
+    std::thread([&seen] { seen = &host::current(); }).join();
+    EXPECT_EQ(seen, &host::linuxHost());
+}
+
+TEST(ReadCommand, IsListingAndPidofAlone) {
+    for (const char* const command : {"/bin/ls", "/bin/ls /sys", "/sbin/pidof multipathd"}) {
+        EXPECT_TRUE(host::isReadCommand(command)) << command;
+    }
+    for (const char* const command :
+         {"", "ls", "/bin/lsblk", "/bin/ls;", " /bin/ls", "/sbin/multipath -F", "/bin/l"}) {
+        EXPECT_FALSE(host::isReadCommand(command)) << command;
+    }
+}
+
+}  // namespace
