@@ -132,7 +132,7 @@ CEmcSymmetrixUdidGenerator::~CEmcSymmetrixUdidGenerator() = default;
 
 std::string CEmcSymmetrixUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     using udid::Format;
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kSymmetrixNeeds)) {
         fail(udid::kInvalidPageData);
     }

@@ -25,7 +25,7 @@ bool CFujitsuEternusUdidGenerator::claimDevice(CScsiDeviceData* device) {
 
 std::string CFujitsuEternusUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     using udid::Format;
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kInquiryNeeds)) {
         udid::failWithoutKeys(udid::kInvalidEnclosureData);
     }

@@ -12,7 +12,6 @@
 /// What the generators of the array families have in common.
 namespace udid {
 
-inline constexpr unsigned kStandardInquiry = 0;          ///< the standard INQUIRY data
 inline constexpr unsigned kUnitSerialNumber = 0x80;      ///< SPC-4 Unit Serial Number
 inline constexpr unsigned kDeviceIdentification = 0x83;  ///< SPC-4 Device Identification
 

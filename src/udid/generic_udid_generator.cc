@@ -224,8 +224,10 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
         const int status = checkFillPreSPC3Page0x83(info, whole.data(), kSearchTable[0], serial,
                                                     serialShort, maxLength);
         traceTo(m_traceLog, 6, "%s: Returning status:[%d]", kName, status);
-        reportShortSerial(*device, udid::Format::kKindAndHexLower, page.code, kPageHeader, view[3],
-                          serialShort);
+        // A long identifier does not fit whole.
+        const std::size_t digits = V_strnlen(serialShort, static_cast<std::size_t>(maxLength)) - 1;
+        reportShortSerial(*device, udid::Format::kKindAndHexLower, page.code, kPageHeader,
+                          digits / 2, serialShort);
         return status;
     }
     for (std::size_t row = 0; row < kSearchTable.size(); ++row) {

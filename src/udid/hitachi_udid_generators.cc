@@ -60,7 +60,7 @@ bool CHitachiUdidGenerator::claimDevice(CScsiDeviceData* device) {
 }
 
 std::string CHitachiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kNeeds)) {
         fail(udid::kInvalidPageData);
     }
@@ -83,7 +83,7 @@ bool CHpXpUdidGenerator::claimDevice(CScsiDeviceData* device) {
 }
 
 std::string CHpXpUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kNeeds)) {
         fail(udid::kInvalidPageData);
     }

@@ -43,7 +43,7 @@ bool CHpEvaUdidGenerator::claimDevice(CScsiDeviceData* device) {
 }
 
 std::string CHpEvaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kEvaNeeds)) {
         udid::failWithoutKeys(udid::kInvalidEnclosureData);
     }
@@ -72,7 +72,7 @@ bool CHpMsaUdidGenerator::claimDevice(CScsiDeviceData* device) {
 }
 
 std::string CHpMsaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
     if (udid::isShorter(inquiry, kMsaNeeds)) {
         fail(udid::kInvalidDeviceData);
     }

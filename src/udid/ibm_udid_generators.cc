@@ -95,7 +95,7 @@ void addSubsystem(udid::UdidText& body, CScsiDeviceData& record) {
 }
 
 void addDs8000Array(udid::UdidText& body, CScsiDeviceData& record) {
-    const udid::SourcePage inquiry = udid::takePage(record, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(record, udid::kInquiryData);
     if (!udid::isAvailable(inquiry)) {
         udid::remark(record, "there is no INQUIRY data: the UDID has no array part");
         return;
@@ -109,7 +109,7 @@ void addDs8000Array(udid::UdidText& body, CScsiDeviceData& record) {
 }
 
 void addDs4100Array(udid::UdidText& body, CScsiDeviceData& record) {
-    const udid::SourcePage inquiry = udid::takePage(record, udid::kStandardInquiry);
+    const udid::SourcePage inquiry = udid::takePage(record, udid::kInquiryData);
     if (udid::isShorter(inquiry, kInquiryNeeds)) {
         udid::remark(record, "the INQUIRY data is missing or short: the UDID has no array part");
         return;

@@ -16,8 +16,8 @@ bool CTAQUdidGenerator::claimDevice(CScsiDeviceData* /*device*/) {
 std::string CTAQUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) {
     udid::UdidText prefix(*device);
     prefix.literal(udid::taq_udid_prefix);
-    prefix.piece(
-        {udid::Format::kRightTrimmedText, udid::kInquiryData, 8, 8, udid::trimVendor(*device)});
+    prefix.piece(udid::recordPiece(*device, udid::Format::kRightTrimmedText, 8, 8,
+                                   udid::trimVendor(*device)));
     prefix.literal(udid::udid_separator);
     prefix.literal("TAQ_MODEL");
     prefix.literal(udid::udid_separator);

@@ -78,10 +78,14 @@ void remark(const CScsiDeviceData& record, const char* text) {
 
 Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offset,
                   std::size_t length, const std::string& text) {
-    const auto inquiry = record.m_pages.find(0);
-    const bool holdsIt = inquiry != record.m_pages.end() &&
-                         formatted(scsi::PageView(inquiry->second), format, offset, length) == text;
-    return {format, holdsIt ? 0U : kNoPage, holdsIt ? offset : 0, holdsIt ? length : 0, text};
+    if (evidenceOf(record) != nullptr) {
+        const auto inquiry = record.m_pages.find(kInquiryData);
+        if (inquiry != record.m_pages.end() &&
+            formatted(scsi::PageView(inquiry->second), format, offset, length) == text) {
+            return {format, kInquiryData, offset, length, text};
+        }
+    }
+    return {format, kNoPage, 0, 0, text};
 }
 
 const std::string& trimVendor(CScsiDeviceData& record) {
@@ -94,9 +98,9 @@ std::string recordPrefix(CScsiDeviceData& record) {
     const std::string product = record.GetProductId();
     UdidText prefix(record);
     prefix.literal(udid_prefix);
-    prefix.piece({Format::kRightTrimmedText, kInquiryData, 8, 8, vendor});
+    prefix.piece(recordPiece(record, Format::kRightTrimmedText, 8, 8, vendor));
     prefix.literal(udid_separator);
-    prefix.piece({Format::kBlanksAsUnderscores, kInquiryData, 16, 16, underscored(product)});
+    prefix.piece(recordPiece(record, Format::kBlanksAsUnderscores, 16, 16, underscored(product)));
     prefix.literal(udid_separator);
     return CStringTool::tostrupper(prefix.str());
 }
