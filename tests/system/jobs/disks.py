@@ -92,6 +92,8 @@ def run(guest, machine, checks):
     debug_nodes = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "scsi_debug"))
     check_map(guest, checks, nodes, debug_nodes)
     check_records(guest, checks, nodes, debug_nodes)
+    check_single_questions(guest, checks, nodes)
+    check_hexadecimal_form(guest, checks, [nodes[0], debug_nodes[0]])
     check_sizes(guest, checks, nodes, debug_nodes)
     check_vanished_disk(guest, machine, checks, nodes)
 
@@ -137,6 +139,32 @@ def check_records(guest, checks, nodes, debug_nodes):
 def field(page, start, end):
     """Text of a page up to its first NUL."""
     return page[start:end].split(b"\0")[0].decode("latin-1")
+
+
+def check_single_questions(guest, checks, nodes):
+    """One device asked for by its name."""
+    node, udid = nodes[6], CASES[6].udid
+    checks.equal("udid", guest.scsitool("udid", node)["udid"], udid)
+    checks.equal("validate", [(entry["name"], entry["udid"]) for entry in guest.scsitool("validate", node)["devices"]],
+                 [(node, udid)])
+    checks.equal("devices NAME", [(entry["name"], entry["udid"])
+                                  for entry in guest.scsitool("devices", node)["devices"]], [(node, udid)])
+
+
+def check_hexadecimal_form(guest, checks, nodes):
+    """sg_inq and sg_vpd decode what `inquiry --hex` prints as they decode the disk itself."""
+    for node in nodes:
+        live = guest.run(f"sg_inq --len=252 {node}").stdout.splitlines()
+        printed = guest.run(f"scsitool inquiry {node} --hex >/tmp/hex && sg_inq --inhex=/tmp/hex").stdout.splitlines()
+        # Both but for the length, which follows what was asked for, and the serial number, which is in another page.
+        checks.equal(f"{node}: sg_inq decodes the printed data as the disk's",
+                     [line for line in printed if "length=" not in line],
+                     [line for line in live if "length=" not in line and "Unit serial number" not in line])
+        for page, name in (("80", "sn"), ("83", "di")):
+            checks.equal(f"{node}: sg_vpd decodes the printed page {page} as the disk's",
+                         guest.run(f"scsitool inquiry {node} --hex --page {page} >/tmp/hex\n"
+                                   f"sg_vpd --page={name} --inhex=/tmp/hex").stdout,
+                         guest.run(f"sg_vpd --page={name} {node}").stdout)
 
 
 def check_sizes(guest, checks, nodes, debug_nodes):
