@@ -38,7 +38,7 @@ bool canBeOpened(CScsiDeviceData& record) {
 // The list owns the record once it has grown: no record is lost when it cannot.
 void append(std::vector<CScsiDeviceData*>& devices, std::unique_ptr<CScsiDeviceData> record) {
     devices.push_back(record.get());
-    record.release();
+    static_cast<void>(record.release());
 }
 
 // Keeps a record whose device can be opened; `kind` is "DMP" or "Native".
