@@ -23,6 +23,8 @@ add_compile_options(
   -Wnon-virtual-dtor -Wformat=2 -Wundef -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-Wduplicated-cond -Wlogical-op)
+  # As Clang does: a function of the library is not replaced from outside, so it may be inlined.
+  add_compile_options(-fno-semantic-interposition)
 endif()
 if(SCSITOOL_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all

@@ -24,9 +24,11 @@ constexpr int kSizeRequestFailed = 27;
 constexpr int kOpenFailed = 26;
 constexpr int kCloseFailed = 25;
 
+using RecordPointer = std::unique_ptr<CScsiDeviceData>;
+
 // A record of which nothing is known yet but its name.
-CScsiDeviceData newRecord(const std::string& deviceName, const std::string& hostName) {
-    return CScsiDeviceData(deviceName, "", hostName, 0, 0, 0, -1, "", "", "", 0);
+RecordPointer newRecord(const std::string& deviceName, const std::string& hostName) {
+    return std::make_unique<CScsiDeviceData>(deviceName, "", hostName, 0, 0, 0, -1, "", "", "", 0);
 }
 
 bool canBeOpened(CScsiDeviceData& record) {
@@ -36,14 +38,13 @@ bool canBeOpened(CScsiDeviceData& record) {
 }
 
 // The list owns the record once it has grown: no record is lost when it cannot.
-void append(std::vector<CScsiDeviceData*>& devices, std::unique_ptr<CScsiDeviceData> record) {
+void append(std::vector<CScsiDeviceData*>& devices, RecordPointer record) {
     devices.push_back(record.get());
     static_cast<void>(record.release());
 }
 
 // Keeps a record whose device can be opened; `kind` is "DMP" or "Native".
-void keepIfItOpens(CLinuxDeviceDiscovery& discovery, const char* kind,
-                   std::unique_ptr<CScsiDeviceData> record,
+void keepIfItOpens(CLinuxDeviceDiscovery& discovery, const char* kind, RecordPointer record,
                    std::vector<CScsiDeviceData*>& devices) {
     const std::string path = record->m_deviceName;
     if (!canBeOpened(*record)) {
@@ -74,7 +75,7 @@ bool partitionName(const std::string& line, std::string& name) {
     int blocks = 0;
     char buffer[10] = {};
     constexpr int kItems = 4;
-    if (V_sscanf(line.c_str(), line.size(), " %d %d %d %8s", &major, &minor, &blocks, buffer) !=
+    if (V_sscanf(line.c_str(), line.size() + 1, " %d %d %d %8s", &major, &minor, &blocks, buffer) !=
         kItems) {
         return false;
     }
@@ -104,7 +105,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
         for (const auto& [path, info] : pseudoDevices) {
             if (passes(path)) {
                 traceTo(m_traceLog, 3, "dmp: %s", path.c_str());
-                auto record = std::make_unique<CScsiDeviceData>(newRecord(path, hostName));
+                auto record = newRecord(path, hostName);
                 record->m_dmpClaimLevel = info.dmpClaimLevel;
                 record->m_busType = 1;
                 record->m_multipath = 1;
@@ -113,9 +114,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
         }
         for (const std::string& path : enumerateNativeDevicePaths()) {
             if (passes(path)) {
-                keepIfItOpens(*this, "Native",
-                              std::make_unique<CScsiDeviceData>(newRecord(path, hostName)),
-                              devices);
+                keepIfItOpens(*this, "Native", newRecord(path, hostName), devices);
             }
         }
     } catch (...) {
@@ -131,7 +130,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::validateEnumerateDevices(
     std::vector<CScsiDeviceData*> devices;
     try {
         const std::string hostName = hostNameOf(host::current());
-        auto record = std::make_unique<CScsiDeviceData>(newRecord(deviceName, hostName));
+        auto record = newRecord(deviceName, hostName);
         if (canBeOpened(*record)) {
             append(devices, std::move(record));
         }
@@ -224,7 +223,8 @@ int CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt(std::vector<CScsiDevice
             return scsi::kFailure;
         }
         for (const std::string& path : paths) {
-            CScsiDeviceData record = newRecord(path, hostName.substr(0, kHostNameSize));
+            const RecordPointer owned = newRecord(path, hostName.substr(0, kHostNameSize));
+            CScsiDeviceData& record = *owned;
             unsigned long sizeKb = 0;
             if (getDiskSize(path, sizeKb) == 0) {
                 record.m_sizeKb = sizeKb;

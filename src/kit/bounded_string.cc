@@ -23,11 +23,16 @@ int V_snprintf(char* destination, std::size_t size, const char* format, ...) {
 }
 
 int V_sscanf(const char* source, std::size_t size, const char* format, ...) {
-    // A copy that certainly ends: the scan must not run past the stated size.
-    const std::string text(source, V_strnlen(source, size));
+    // Where no NUL ends the text within its size, a copy is scanned that certainly ends.
+    std::string copy;
+    const char* text = source;
+    if (std::memchr(source, '\0', size) == nullptr) {
+        copy.assign(source, size);
+        text = copy.c_str();
+    }
     std::va_list arguments;
     va_start(arguments, format);
-    const int converted = std::vsscanf(text.c_str(), format, arguments);
+    const int converted = std::vsscanf(text, format, arguments);
     va_end(arguments);
     return converted;
 }

@@ -21,7 +21,9 @@ void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::s
 
 int CFiConfiguration::importConfig(const std::string& directory, const std::string& file) {
     std::string content;
-    std::string path = directory;
+    std::string path;
+    path.reserve(directory.size() + 1 + file.size());
+    path += directory;
     path += '/';
     path += file;
     if (host::current().readFile(path, content) < 0) {

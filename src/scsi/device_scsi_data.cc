@@ -50,7 +50,9 @@ CScsiDeviceData& CScsiDeviceData::operator=(const CScsiDeviceData& other) = defa
 CScsiDeviceData::~CScsiDeviceData() = default;
 
 std::string CScsiDeviceData::GetProductId() {
-    m_productId = CStringTool::rtrim(m_productId, ' ');
+    if (!m_productId.empty() && m_productId.back() == ' ') {
+        m_productId = CStringTool::rtrim(m_productId, ' ');
+    }
     return m_productId;
 }
 

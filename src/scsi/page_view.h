@@ -35,11 +35,12 @@ class PageView {
 
     /// At most `count` bytes as text, up to the first NUL or the end of the page.
     std::string text(std::size_t offset, std::size_t count) const {
-        std::string result;
-        for (std::size_t i = 0; i < count && (*this)[offset + i] != 0; ++i) {
-            result += static_cast<char>((*this)[offset + i]);
+        if (offset >= m_length) {
+            return std::string();
         }
-        return result;
+        const unsigned char* const first = m_bytes + offset;
+        const unsigned char* const last = first + std::min(count, m_length - offset);
+        return std::string(first, std::find(first, last, static_cast<unsigned char>(0)));
     }
 
     /// Exactly `count` bytes; those past the end are 0.

@@ -20,23 +20,23 @@ constexpr std::size_t kPrefixLength = 2;
 constexpr std::size_t kConversionFailed = static_cast<std::size_t>(-1);
 constexpr unsigned kNoDigit = 16;
 
-// The C library's character functions take the value of an unsigned char.
-bool isLetter(char c) {
-    return std::isalpha(static_cast<unsigned char>(c)) != 0;
-}
-
-template <class Text, class IsLetter, class Convert>
-Text convertLetters(Text text, IsLetter isLetterOf, Convert convert) {
-    for (auto& c : text) {
-        if (isLetterOf(c)) {
-            c = convert(c);
-        }
-    }
+// The C library's conversions leave what is no letter alone, so they need no test before them.
+template <class Convert>
+std::wstring convertLetters(std::wstring text, Convert convert) {
+    std::transform(text.begin(), text.end(), text.begin(), convert);
     return text;
 }
 
-bool isWideLetter(wchar_t c) {
-    return std::iswalpha(static_cast<std::wint_t>(c)) != 0;
+template <class Convert>
+std::string convertLetters(std::string text, Convert convert) {
+    for (char& c : text) {
+        // No locale of the C library has a letter before 'A': digits and signs need no look-up.
+        const auto value = static_cast<unsigned char>(c);
+        if (value >= 'A') {
+            c = static_cast<char>(convert(value));
+        }
+    }
+    return text;
 }
 
 unsigned hexadecimalDigit(char c) {
@@ -61,25 +61,21 @@ bool CStringTool::isalphaNumeric(const std::string& s) {
 }
 
 std::string CStringTool::tostrupper(const std::string& s) {
-    return convertLetters(s, isLetter, [](char c) {
-        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    });
+    return convertLetters(s, [](int c) { return std::toupper(c); });
 }
 
 std::string CStringTool::tostrlower(const std::string& s) {
-    return convertLetters(s, isLetter, [](char c) {
-        return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    });
+    return convertLetters(s, [](int c) { return std::tolower(c); });
 }
 
 std::wstring CStringTool::tostrupper(const std::wstring& s) {
-    return convertLetters(s, isWideLetter, [](wchar_t c) {
+    return convertLetters(s, [](wchar_t c) {
         return static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(c)));
     });
 }
 
 std::wstring CStringTool::tostrlower(const std::wstring& s) {
-    return convertLetters(s, isWideLetter, [](wchar_t c) {
+    return convertLetters(s, [](wchar_t c) {
         return static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c)));
     });
 }

@@ -17,12 +17,12 @@ namespace {
 constexpr char kSource[] = "device_udid_factory";
 constexpr std::size_t kShortUdid = 7;
 
-SDeviceInfo deviceInfo(int claimLevel, const std::string& deviceName, const std::string& uid) {
-    SDeviceInfo info;
+void enter(DeviceMap& devices, int claimLevel, const std::string& deviceName, std::string uid) {
+    SDeviceInfo& info = devices[deviceName];
     info.dmpClaimLevel = claimLevel;
     info.deviceName = deviceName;
-    info.uid = uid;
-    return info;
+    info.uid = std::move(uid);
+    info.nativePaths.clear();
 }
 
 void warnOfShortUdid(const CUDIDFactory& factory, const std::string& deviceName,
@@ -39,7 +39,7 @@ void enterFailed(const CUDIDFactory& factory, const CUdidGeneratorException& fai
     traceTo(factory.m_traceLog, 2,
             "WARNING: Caught CUdidGeneratorException [%s]: %s assigned empty UDID",
             failure.getMessageId().c_str(), deviceName.c_str());
-    devices[deviceName] = deviceInfo(0, deviceName, "");
+    enter(devices, 0, deviceName, std::string());
 }
 
 // Puts the UDID together. The prefix stands in the result before the body is asked for, and stays
@@ -122,10 +122,10 @@ DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag,
 void CUDIDFactory::enterDevice(CScsiDeviceData& device) {
     const std::string& name = device.m_deviceName;
     try {
-        const std::string uid = getUniqueDeviceID(&device);
+        std::string uid = getUniqueDeviceID(&device);
         traceTo(m_traceLog, 3, "Generated UDID is %s", uid.c_str());
         warnOfShortUdid(*this, name, uid);
-        m_deviceMap[name] = deviceInfo(device.m_dmpClaimLevel, name, uid);
+        enter(m_deviceMap, device.m_dmpClaimLevel, name, std::move(uid));
     } catch (const CUdidGeneratorException& failure) {
         enterFailed(*this, failure, name, m_deviceMap);
     }
@@ -216,7 +216,7 @@ DeviceMap CUDIDFactory::validateDeviceMap(std::string deviceName) {
     for (CScsiDeviceData* const device : records.list()) {
         const std::string& name = device->m_deviceName;
         try {
-            const std::string uid = getUniqueDeviceID(device);
+            std::string uid = getUniqueDeviceID(device);
             if (!m_taqMode) {
                 warnOfShortUdid(*this, name, uid);
             } else if (uid.size() < std::strlen(udid::taq_udid_prefix)) {
@@ -225,7 +225,7 @@ DeviceMap CUDIDFactory::validateDeviceMap(std::string deviceName) {
                         "UDID",
                         name.c_str());
             }
-            devices[name] = deviceInfo(device->m_dmpClaimLevel, name, uid);
+            enter(devices, device->m_dmpClaimLevel, name, std::move(uid));
         } catch (const CUdidGeneratorException& failure) {
             enterFailed(*this, failure, name, devices);
         }

@@ -89,8 +89,12 @@ Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offs
 }
 
 const std::string& trimVendor(CScsiDeviceData& record) {
-    record.m_vendorId = CStringTool::rtrim(record.m_vendorId, ' ');
-    return record.m_vendorId;
+    std::string& vendor = record.m_vendorId;
+    // Mostly it is trimmed already: every generator asks.
+    if (!vendor.empty() && vendor.back() == ' ') {
+        vendor = CStringTool::rtrim(vendor, ' ');
+    }
+    return vendor;
 }
 
 std::string recordPrefix(CScsiDeviceData& record) {

@@ -44,7 +44,9 @@ std::string recordPrefix(CScsiDeviceData& record);
 /// The prefix or the body of a UDID while it is built, each piece reported with its source.
 class UdidText {
   public:
-    explicit UdidText(const CScsiDeviceData& record) : m_evidence(evidenceOf(record)) {}
+    explicit UdidText(const CScsiDeviceData& record) : m_evidence(evidenceOf(record)) {
+        m_text.reserve(kUsualLength);
+    }
 
     void literal(const std::string& text);
     /// Bytes of a page, as text, as hexadecimal digits or as a decimal number (every format that
@@ -60,6 +62,8 @@ class UdidText {
     const std::string& str() const { return m_text; }
 
   private:
+    static constexpr std::size_t kUsualLength = 80;
+
     Evidence* m_evidence;
     std::string m_text;
 };
