@@ -19,6 +19,16 @@ std::string diskName(std::size_t index) {
     return "sd" + letters;
 }
 
+// The index of "/dev/sd..." in that order.
+std::size_t diskIndex(const std::string& path) {
+    constexpr std::size_t kLetters = 7;
+    std::size_t index = 0;
+    for (std::size_t i = kLetters; i < path.size(); ++i) {
+        index = index * 26 + static_cast<std::size_t>(path[i] - 'a') + 1;
+    }
+    return index - 1;
+}
+
 using Page = std::vector<std::uint8_t>;
 
 Page inquiryData() {
@@ -56,17 +66,17 @@ const Page* pageFor(const std::uint8_t* cdb) {
 
 }  // namespace
 
-MemoryHost::MemoryHost(std::size_t disks) : m_partitions("major minor  #blocks  name\n\n") {
+MemoryHost::MemoryHost(std::size_t disks)
+    : m_partitions("major minor  #blocks  name\n\n"), m_disks(disks) {
     for (std::size_t i = 0; i < disks; ++i) {
         const std::string name = diskName(i);
         m_partitions += "   8 " + std::to_string(i * 16) + " 1048576 " + name + "\n";
-        m_disks.emplace("/dev/" + name, static_cast<int>(i));
     }
 }
 
 int MemoryHost::openDevice(const std::string& path, host::OpenMode /*mode*/) {
-    const auto found = m_disks.find(path);
-    return found == m_disks.end() ? -ENOENT : kFirstDescriptor + found->second;
+    const std::size_t index = diskIndex(path);
+    return index < m_disks ? kFirstDescriptor + static_cast<int>(index) : -ENOENT;
 }
 
 int MemoryHost::closeDevice(int /*descriptor*/) {

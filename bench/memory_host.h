@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "host/host.h"
@@ -41,7 +40,7 @@ class MemoryHost final : public host::Host {
 
   private:
     std::string m_partitions;
-    std::unordered_map<std::string, int> m_disks;
+    std::size_t m_disks;
 };
 
 }  // namespace bench

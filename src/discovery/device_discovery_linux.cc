@@ -28,7 +28,9 @@ using RecordPointer = std::unique_ptr<CScsiDeviceData>;
 
 // A record of which nothing is known yet but its name.
 RecordPointer newRecord(const std::string& deviceName, const std::string& hostName) {
-    return std::make_unique<CScsiDeviceData>(deviceName, "", hostName, 0, 0, 0, -1, "", "", "", 0);
+    const std::string none;
+    return std::make_unique<CScsiDeviceData>(deviceName, none, hostName, 0, 0, 0, -1, none, none,
+                                             none, 0);
 }
 
 bool canBeOpened(CScsiDeviceData& record) {
@@ -46,14 +48,14 @@ void append(std::vector<CScsiDeviceData*>& devices, RecordPointer record) {
 // Keeps a record whose device can be opened; `kind` is "DMP" or "Native".
 void keepIfItOpens(CLinuxDeviceDiscovery& discovery, const char* kind, RecordPointer record,
                    std::vector<CScsiDeviceData*>& devices) {
-    const std::string path = record->m_deviceName;
+    const char* const path = record->m_deviceName.c_str();
     if (!canBeOpened(*record)) {
-        traceTo(discovery.m_traceLog, 3, "INFO: %s device %s deleted.", kind, path.c_str());
+        traceTo(discovery.m_traceLog, 3, "INFO: %s device %s deleted.", kind, path);
         return;
     }
     append(devices, std::move(record));
     traceTo(discovery.m_traceLog, 3, "INFO: %s device %s added. %s device enumeration done", kind,
-            path.c_str(), kind);
+            path, kind);
 }
 
 // The host's name as far as a buffer of 255 bytes holds it; empty when it cannot be read.

@@ -16,7 +16,8 @@ constexpr char kBlanks[] = " \t\r\n";
 void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::string& directory,
                                                  std::string& file) {
     directory = "/etc/scsitool";
-    file = name + ".conf";
+    file = name;
+    file += ".conf";
 }
 
 int CFiConfiguration::importConfig(const std::string& directory, const std::string& file) {

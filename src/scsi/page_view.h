@@ -1,6 +1,8 @@
 #ifndef SCSITOOL_SCSI_PAGE_VIEW_H
 #define SCSITOOL_SCSI_PAGE_VIEW_H
 
+#include <string.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -38,9 +40,8 @@ class PageView {
         if (offset >= m_length) {
             return std::string();
         }
-        const unsigned char* const first = m_bytes + offset;
-        const unsigned char* const last = first + std::min(count, m_length - offset);
-        return std::string(first, std::find(first, last, static_cast<unsigned char>(0)));
+        const char* const first = reinterpret_cast<const char*>(m_bytes) + offset;
+        return std::string(first, ::strnlen(first, std::min(count, m_length - offset)));
     }
 
     /// Exactly `count` bytes; those past the end are 0.

@@ -31,7 +31,7 @@ int CScsiDeviceHandle::open(CScsiDeviceData& device, bool noThrow) {
 
 int CScsiDeviceHandle::openDevice(CScsiDeviceData& device, bool noThrow) {
     try {
-        const std::string path = device.m_deviceName;
+        const std::string& path = device.m_deviceName;
         CScsiTuningParams settings;
         CScsiConfiguration::importTuningSettings(settings);
         const int opened = host::current().openDevice(path, host::OpenMode::kReadWriteNonBlocking);

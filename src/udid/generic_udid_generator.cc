@@ -164,7 +164,7 @@ std::string CGenericUdidGenerator::getUniqueDeviceID(CScsiDeviceData* /*device*/
 }
 
 int CGenericUdidGenerator::getDeviceScsiInfo(CScsiDeviceData* device, CDeviceScsiInfo& info) {
-    constexpr char kName[] = "CGenericUdidGenerator::getDeviceScsiInfo";
+    static constexpr char kName[] = "CGenericUdidGenerator::getDeviceScsiInfo";
     V_strlcpy(info.devicePath, device->m_deviceName.c_str(), sizeof info.devicePath);
     const char* const path = holderOf(info);
     constexpr int kMaxLength = sizeof info.serial;
@@ -206,7 +206,7 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
                                                     char* serial, char* serialShort, int maxLength,
                                                     char* /*unitSerialNumber*/, char* wwn,
                                                     char* wwnVendorExtension, char* tgptGroup) {
-    constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage83";
+    static constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage83";
     const udid::SourcePage page = udid::takePage(*device, kDeviceIdentification);
     const scsi::PageView& view = page.view;
     if (!view.hasBuffer()) {
@@ -266,7 +266,7 @@ int CGenericUdidGenerator::checkFillIdPage0x83(CDeviceScsiInfo& info,
                                                const SScsiIdSearchValues& searchRow, char* serial,
                                                char* serialShort, int maxLength, char* wwn,
                                                char* wwnVendorExtension, char* tgptGroup) {
-    constexpr char kName[] = "CGenericUdidGenerator::checkFillIdPage0x83";
+    static constexpr char kName[] = "CGenericUdidGenerator::checkFillIdPage0x83";
     const char* const path = holderOf(info);
     if (!isWanted(*this, descriptor, searchRow, path, kName)) {
         return kNotTaken;
@@ -313,7 +313,7 @@ int CGenericUdidGenerator::checkFillPreSPC3Page0x83(CDeviceScsiInfo& info,
                                                     const SScsiIdSearchValues& searchRow,
                                                     char* serial, char* serialShort,
                                                     int maxLength) {
-    constexpr char kName[] = "CGenericUdidGenerator::checkFillPreSPC3Page0x83";
+    static constexpr char kName[] = "CGenericUdidGenerator::checkFillPreSPC3Page0x83";
     traceTo(m_traceLog, 6, "%s:Using pre-spc3-83 for %s", kName, holderOf(info));
     const std::size_t size = static_cast<std::size_t>(maxLength);
     serial[0] = kHexDigits[searchRow.idType & 0xF];
@@ -327,7 +327,7 @@ int CGenericUdidGenerator::checkFillPreSPC3Page0x83(CDeviceScsiInfo& info,
 int CGenericUdidGenerator::getInformationFromPage80(CScsiDeviceData* device, CDeviceScsiInfo& info,
                                                     char* serial, char* serialShort,
                                                     int maxLength) {
-    constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage80";
+    static constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage80";
     const char* const path = holderOf(info);
     const udid::SourcePage page = udid::takePage(*device, kUnitSerialNumber);
     if (!page.view.hasBuffer()) {
