@@ -8,10 +8,10 @@ namespace host {
 
 /// 0, or -EINVAL when the kernel would read or write behind the buffer: it takes the input length
 /// from behind the command descriptor block, and it hands back the whole output length.
-int checkRequest(const CommandBuffer& buffer);
+SCSITOOL_EXPORT int checkRequest(const CommandBuffer& buffer);
 
 /// 0, or -EINVAL when the sizes are beyond those that SgIoRequest states.
-int checkRequest(const SgIoRequest& request);
+SCSITOOL_EXPORT int checkRequest(const SgIoRequest& request);
 
 }  // namespace host
 
