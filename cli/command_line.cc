@@ -1,0 +1,98 @@
+#include "cli/command_line.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "cli/failure.h"
+
+namespace cli {
+namespace {
+
+constexpr int kHighestLevel = 9;
+
+void declareOptions(CLI::App& app, Options& options) {
+    app.add_option("--host", options.hostFile, "Work on a recorded host instead of this machine")
+        ->type_name("FILE");
+    app.add_option("--journal", options.journalFile,
+                   "Write every effect on the host to FILE, one JSON object a line (- is standard "
+                   "error)")
+        ->type_name("FILE");
+    app.add_flag("--dry-run", options.dryRun, "Show the effects in order, carry out none");
+    CLI::Option* const trace =
+        app.add_option("--trace", options.traceLevel,
+                       "Write trace lines up to LEVEL (1 errors ... 6 detail, 8 operator)")
+            ->type_name("LEVEL")
+            ->check(CLI::Range(1, kHighestLevel));
+    app.add_option("--trace-file", options.traceFile,
+                   "Where trace lines go (default - is standard error)")
+        ->type_name("FILE")
+        ->needs(trace);
+    app.add_flag("--trace-time", options.traceTime, "Put time and process in front of trace lines")
+        ->needs(trace);
+    app.add_flag("--json", options.json, "Print one JSON document");
+}
+
+// A message of the parser speaks of its own terms; what a user gets wrong most is said plainly.
+std::string explained(const CLI::ParseError& error, const CLI::App& app) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    if (chosen.empty()) {
+        const std::vector<std::string> unknown = app.remaining();
+        const auto word = std::find_if(unknown.begin(), unknown.end(),
+                                       [](const std::string& text) { return text[0] != '-'; });
+        if (word != unknown.end()) {
+            return "unknown command '" + *word + "'; 'scsitool --help' lists the commands";
+        }
+        if (error.get_name() == "RequiredError") {
+            return unknown.empty() ? "no command given; 'scsitool --help' lists the commands"
+                                   : "unknown option '" + unknown.front() +
+                                         "'; 'scsitool --help' lists the options";
+        }
+    }
+    std::string text = error.what();
+    text.erase(text.find_last_not_of(" \n.") + 1);
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text + "; see 'scsitool " + (chosen.empty() ? "" : chosen.front()->get_name() + " ") +
+           "--help'";
+}
+
+}  // namespace
+
+std::string versionText() {
+    return SCSITOOL_VERSION;
+}
+
+Request readCommandLine(const CommandList& commands, const std::vector<std::string>& arguments) {
+    Request request;
+    CLI::App app(
+        "Shows a host's SCSI disks under identifiers that stay the same across hosts, "
+        "paths and reboots, and makes the host see or forget disks.",
+        "scsitool");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.set_version_flag("--version", "scsitool " + versionText());
+    declareOptions(app, request.options);
+    std::vector<std::pair<CLI::App*, Command*>> declared;
+    for (const auto& command : commands) {
+        declared.emplace_back(command->declare(app), command.get());
+    }
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        request.text = app.help();
+        return request;
+    } catch (const CLI::CallForVersion& version) {
+        request.text = std::string(version.what()) + "\n";
+        return request;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(explained(error, app));
+    }
+    for (const auto& [parsed, command] : declared) {
+        if (parsed->parsed()) {
+            request.command = command;
+        }
+    }
+    return request;
+}
+
+}  // namespace cli

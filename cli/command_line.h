@@ -1,0 +1,27 @@
+#ifndef SCSITOOL_CLI_COMMAND_LINE_H
+#define SCSITOOL_CLI_COMMAND_LINE_H
+
+#include <string>
+#include <vector>
+
+#include "cli/command.h"
+#include "cli/options.h"
+
+namespace cli {
+
+/// What the command line asks for: a command, or a text such as the help.
+struct Request {
+    Options options;
+    Command* command = nullptr;  ///< null when `text` is all that is asked for
+    std::string text;
+};
+
+/// Reads the command line. Throws UsageError.
+Request readCommandLine(const CommandList& commands, const std::vector<std::string>& arguments);
+
+/// The version, as --version and every JSON document tell it.
+std::string versionText();
+
+}  // namespace cli
+
+#endif

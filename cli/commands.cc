@@ -1,0 +1,20 @@
+#include "cli/command.h"
+
+namespace cli {
+
+Command::~Command() = default;
+
+CommandList makeCommands() {
+    CommandList commands;
+    commands.push_back(makeDevices());
+    commands.push_back(makeVolumes());
+    commands.push_back(makeUdid());
+    commands.push_back(makeValidate());
+    commands.push_back(makeInquiry());
+    commands.push_back(makeDisks());
+    commands.push_back(makeBus());
+    commands.push_back(makeWwpn());
+    return commands;
+}
+
+}  // namespace cli

@@ -1,0 +1,28 @@
+#ifndef SCSITOOL_CLI_INQUIRY_TEXT_H
+#define SCSITOOL_CLI_INQUIRY_TEXT_H
+
+#include <map>
+#include <string>
+
+#include "cli/report.h"
+#include "scsi/device_scsi_data.h"
+
+namespace cli {
+
+/// The key of a page in JSON and on the command line: "std" for the standard INQUIRY data, else
+/// the VPD page code as two lower-case hexadecimal digits.
+std::string pageKey(unsigned page);
+
+/// A record as JSON.
+Json recordJson(const CScsiDeviceData& record);
+
+/// A record for people.
+std::string recordText(const CScsiDeviceData& record);
+
+/// Pages as sg_vpd and sg_inq read them with --inhex: a block a page, a comment line in front. Both
+/// tools take the first page of a file. Only the page of key `only`, if that is not empty.
+std::string recordHex(const CScsiDeviceData& record, const std::string& only);
+
+}  // namespace cli
+
+#endif

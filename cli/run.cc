@@ -1,0 +1,241 @@
+#include "cli/run.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "cli/command.h"
+#include "cli/command_line.h"
+#include "cli/context.h"
+#include "cli/failure.h"
+#include "cli/output.h"
+#include "cli/text.h"
+#include "cli/trace_sink.h"
+#include "kit/context_singleton.h"
+#include "recording/recorded_host_file.h"
+#include "udid/udid_generator_exception.h"
+
+namespace cli {
+namespace {
+
+using qzfi_pdk_4_4::CFiTraceLog;
+using ProcessTrace = qzfi_pdk_4_4::CFiContextSingleton<CFiTraceLog, qzfi_pdk_4_4::FI_PGN_NAME>;
+
+constexpr const char* kClearLine = "\r\033[K";
+
+// A file for trace or journal lines; "-" is standard error.
+class LineFile {
+  public:
+    LineFile(const std::string& path, const char* what, std::ostream& err)
+        : m_path(path), m_what(what), m_err(err) {
+        if (path != "-") {
+            m_file.open(path, std::ios::out | std::ios::trunc);
+            if (!m_file) {
+                throw UsageError(path + ": cannot open the " + what +
+                                 " file for writing: " + std::strerror(errno));
+            }
+        }
+    }
+    std::ostream& stream() { return m_path == "-" ? m_err : m_file; }
+    void finish() {
+        if (m_path != "-" && !m_file.flush()) {
+            throw OperationError(m_path + ": cannot write the " + m_what + " file; it ends early");
+        }
+    }
+
+  private:
+    std::string m_path;
+    const char* m_what;
+    std::ostream& m_err;
+    std::ofstream m_file;
+};
+
+// The trace log in place for one run, for the objects and process-wide.
+class TraceScope {
+  public:
+    TraceScope(const Options& options, std::ostream* stream, const Surroundings& surroundings) {
+        if (stream == nullptr) {
+            return;
+        }
+        m_log = Context::TraceLog(new CFiTraceLog);
+        m_log->setSink(
+            std::make_shared<TraceSink>(*stream, options.traceTime ? surroundings.processId : 0),
+            options.traceLevel);
+        m_former = ProcessTrace::instance(false);
+        ProcessTrace::registerInstance(m_log);
+    }
+    ~TraceScope() {
+        if (!m_log.isNull()) {
+            m_log->setSink(nullptr, 0);
+            ProcessTrace::registerInstance(m_former);
+        }
+    }
+    TraceScope(const TraceScope&) = delete;
+    TraceScope& operator=(const TraceScope&) = delete;
+    Context::TraceLog& log() { return m_log; }
+
+  private:
+    Context::TraceLog m_log;
+    Context::TraceLog m_former;
+};
+
+class Run {
+  public:
+    Run(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+        const Surroundings& surroundings, host::Host& live)
+        : m_arguments(arguments),
+          m_out(out),
+          m_err(err),
+          m_surroundings(surroundings),
+          m_live(live) {}
+
+    int execute() {
+        try {
+            const CommandList commands = makeCommands();
+            m_request = readCommandLine(commands, m_arguments);
+            if (m_request.command == nullptr) {
+                return write(m_request.text) ? kDone : kFailed;
+            }
+            return executeCommand();
+        } catch (const UsageError& error) {
+            return say(error.what(), kWrong);
+        } catch (const recording::RecordedHostError& error) {
+            return say(error.what(), kWrong);
+        } catch (const std::exception& error) {
+            return say(error.what(), kFailed);
+        }
+    }
+
+  private:
+    int executeCommand() {
+        const Options& options = m_request.options;
+        std::optional<LineFile> journal;
+        if (!options.journalFile.empty()) {
+            journal.emplace(options.journalFile, "journal", m_err);
+        }
+        std::optional<LineFile> trace;
+        if (options.traceLevel > 0) {
+            trace.emplace(options.traceFile.empty() ? "-" : options.traceFile, "trace", m_err);
+        }
+        HostStack hosts(options, m_live, journal ? &journal->stream() : nullptr, progress());
+        Report report = runCommand(hosts, trace ? &trace->stream() : nullptr);
+        clearProgress();
+        finish(journal, report);
+        finish(trace, report);
+        return present(report, hosts);
+    }
+
+    Report runCommand(HostStack& hosts, std::ostream* traceStream) {
+        TraceScope trace(m_request.options, traceStream, m_surroundings);
+        const host::Scope scope(hosts.top());
+        const bool tty = m_surroundings.outIsTerminal;
+        const Layout layout = {tty ? m_surroundings.width : 0, tty && m_surroundings.colour};
+        Context context = {m_request.options, layout, hosts, trace.log(), m_surroundings.isRoot};
+        try {
+            return m_request.command->run(context);
+        } catch (const OperationError& error) {
+            return failed(error.what());
+        } catch (const CUdidGeneratorException& error) {
+            return failed("no UDID: " + error.getMessageId());
+        } catch (int code) {
+            return failed("the operation failed with code " + std::to_string(code));
+        }
+    }
+
+    static Report failed(const std::string& message) {
+        Report report;
+        report.failure = message;
+        return report;
+    }
+
+    static void finish(std::optional<LineFile>& file, Report& report) {
+        try {
+            if (file) {
+                file->finish();
+            }
+        } catch (const OperationError& error) {
+            report.failure = report.failure.empty() ? error.what() : report.failure;
+        }
+    }
+
+    int present(const Report& report, const HostStack& hosts) {
+        const int status = report.failure.empty() ? kDone : kFailed;
+        const std::vector<std::string> journal = hosts.dryRunLines();
+        std::string text;
+        if (m_request.options.json) {
+            const bool dry = m_request.options.dryRun && m_request.options.journalFile.empty();
+            text = documentText(report, m_arguments, status, dry, journal);
+        } else if (status == kDone) {
+            text = readableText(report, journal);
+        }
+        if (status != kDone) {
+            say(report.failure, status);
+            // One line is enough: what the reader of the output missed is the lesser trouble.
+            m_out << text << std::flush;
+            return status;
+        }
+        return write(text) ? status : kFailed;
+    }
+
+    bool write(const std::string& text) {
+        errno = 0;
+        if (m_out << text << std::flush) {
+            return true;
+        }
+        const int error = errno;
+        say(std::string("cannot write to standard output") +
+                (error != 0 ? std::string(": ") + std::strerror(error) : ""),
+            kFailed);
+        return false;
+    }
+
+    int say(const std::string& message, int status) {
+        clearProgress();
+        const bool red = m_surroundings.errIsTerminal && m_surroundings.colour;
+        m_err << (red ? "\033[31mscsitool:\033[0m " : "scsitool: ") << visible(message)
+              << std::endl;
+        return status;
+    }
+
+    // Only on a terminal, and only where no trace or journal lines go.
+    WatchedHost::Progress progress() {
+        const Options& options = m_request.options;
+        const bool traced =
+            options.traceLevel > 0 && (options.traceFile.empty() || options.traceFile == "-");
+        if (!m_surroundings.errIsTerminal || traced || options.journalFile == "-") {
+            return {};
+        }
+        return [this](const std::string& inHand) {
+            const std::size_t room = m_surroundings.width > 1 ? m_surroundings.width - 1 : 1;
+            m_err << kClearLine << wrapped(visible(inHand), room).front() << std::flush;
+            m_progressShown = true;
+        };
+    }
+
+    void clearProgress() {
+        if (m_progressShown) {
+            m_err << kClearLine << std::flush;
+            m_progressShown = false;
+        }
+    }
+
+    const std::vector<std::string>& m_arguments;
+    std::ostream& m_out;
+    std::ostream& m_err;
+    const Surroundings& m_surroundings;
+    host::Host& m_live;
+    Request m_request;
+    bool m_progressShown = false;
+};
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+        const Surroundings& surroundings, host::Host& live) {
+    return Run(arguments, out, err, surroundings, live).execute();
+}
+
+}  // namespace cli

@@ -1,0 +1,310 @@
+#include <cerrno>
+#include <streambuf>
+
+#include "cli/run.h"
+#include "cli_harness.h"
+#include "kit/context_singleton.h"
+
+namespace {
+
+using test::CliMachine;
+using test::CliResult;
+using test::smallHost;
+using test::TempFolder;
+
+const std::string kRecordedHost = R"({"format":"scsitool-host/1","hostname":"db01",
+ "files":{"/proc/partitions":"   8        0    1048576 sda\n"},
+ "devices":{"/dev/sda":{"id_lun":"0x02000105","size_bytes":1073741824,"inquiry":{
+   "std":"000005021f00000241434d45202020204469736b20202020202020202020202030343330",
+   "00":"000000020080","80":"0080000441423132"}}}})";
+
+// One line that begins with the program's name.
+void expectOneLine(const CliResult& result, const std::string& part) {
+    EXPECT_EQ(result.err.compare(0, 10, "scsitool: "), 0) << result.err;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+    EXPECT_THAT(result.err, testing::HasSubstr(part));
+}
+
+void expectRefused(const CliResult& result, int status, const std::string& part) {
+    EXPECT_EQ(result.status, status) << result.err;
+    EXPECT_EQ(result.out, "");
+    expectOneLine(result, part);
+}
+
+TEST(CliRun, NoCommandIsRefused) {
+    CliMachine machine({});
+    expectRefused(machine.run({}), 2, "no command given; 'scsitool --help' lists the commands");
+}
+
+TEST(CliRun, AnUnknownCommandIsNamed) {
+    CliMachine machine({});
+    expectRefused(machine.run({"frobnicate"}), 2, "unknown command 'frobnicate'");
+    expectRefused(machine.run({"--json", "a\nb"}), 2, "unknown command 'a\\nb'");
+}
+
+TEST(CliRun, AnUnknownOptionIsNamed) {
+    CliMachine machine({});
+    expectRefused(machine.run({"--bogus"}), 2, "unknown option '--bogus'");
+    expectRefused(machine.run({"devices", "--bogus"}), 2, "--bogus; see 'scsitool devices --help'");
+}
+
+TEST(CliRun, AMissingArgumentIsNamed) {
+    CliMachine machine({});
+    expectRefused(machine.run({"udid"}), 2, "NAME is required; see 'scsitool udid --help'");
+    expectRefused(machine.run({"devices", "--host"}), 2, "--host");
+}
+
+TEST(CliRun, ATraceLevelOutsideOneToNineIsRefused) {
+    for (const char* level : {"0", "10", "-1", "x", "1.5", ""}) {
+        CliMachine machine({});
+        expectRefused(machine.run({"--trace", level, "devices"}), 2, "--trace");
+    }
+    CliMachine machine(smallHost());
+    EXPECT_EQ(machine.run({"--trace", "1", "devices"}).status, 0);
+    EXPECT_EQ(machine.run({"--trace", "9", "devices"}).status, 0);
+}
+
+TEST(CliRun, TraceOptionsNeedATraceLevel) {
+    CliMachine machine({});
+    expectRefused(machine.run({"--trace-file", "x", "devices"}), 2, "requires --trace");
+    expectRefused(machine.run({"--trace-time", "devices"}), 2, "requires --trace");
+}
+
+TEST(CliRun, HelpAndVersionGoToStandardOutput) {
+    CliMachine machine({});
+    const CliResult help = machine.run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    EXPECT_THAT(help.out, testing::HasSubstr("Usage: scsitool"));
+    const CliResult commandHelp = machine.run({"inquiry", "--help"});
+    EXPECT_EQ(commandHelp.status, 0);
+    EXPECT_THAT(commandHelp.out, testing::HasSubstr("Usage: scsitool inquiry"));
+    EXPECT_EQ(machine.run({"--version"}).out, "scsitool 1.0.0\n");
+}
+
+TEST(CliRun, CommandsThatDoNotExistYetAreNotOffered) {
+    CliMachine machine({});
+    const std::string help = machine.run({"--help"}).out;
+    for (const char* command : {"capture", "diff", "doctor"}) {
+        EXPECT_EQ(help.find(std::string("\n  ") + command), std::string::npos) << command;
+        expectRefused(machine.run({command}), 2, "unknown command");
+    }
+}
+
+TEST(CliRun, GlobalOptionsStandBeforeOrBehindTheCommand) {
+    const TempFolder folder;
+    const std::string file = folder.write("host.json", kRecordedHost);
+    CliMachine machine({});
+    const CliResult before = machine.run({"--host", file, "udid", "/dev/sda"});
+    const CliResult behind = machine.run({"udid", "--host", file, "/dev/sda"});
+    EXPECT_EQ(before.status, 0) << before.err;
+    EXPECT_EQ(before.out, behind.out);
+    EXPECT_EQ(before.out, "UDID##ACME##DISK##/DEV/SDA@DB01\n");
+}
+
+TEST(CliRun, AMissingRecordedHostIsRefused) {
+    CliMachine machine({});
+    expectRefused(machine.run({"--host", "/nowhere/host.json", "devices"}), 2,
+                  "/nowhere/host.json");
+}
+
+TEST(CliRun, ARecordedHostThatIsNoJsonIsRefusedWithThePlace) {
+    const TempFolder folder;
+    CliMachine machine({});
+    const std::string file = folder.write("host.json", "{\"format\": nonsense}");
+    expectRefused(machine.run({"--host", file, "devices", "--json"}), 2, file + ": 1:13: ");
+}
+
+TEST(CliRun, ARecordedHostOfAWrongTypeDeepInsideIsRefusedWithThePlace) {
+    const TempFolder folder;
+    CliMachine machine({});
+    const std::string file = folder.write(
+        "host.json", R"({"format":"scsitool-host/1","devices":{"/dev/sda":{"inquiry":{"80":7}}}})");
+    expectRefused(machine.run({"--host", file, "devices"}), 2, "/devices/~1dev~1sda/inquiry/80");
+}
+
+TEST(CliRun, AnOddNumberOfHexadecimalDigitsIsRefusedWithThePlace) {
+    const TempFolder folder;
+    CliMachine machine({});
+    const std::string file = folder.write(
+        "host.json",
+        R"({"format":"scsitool-host/1","devices":{"/dev/sda":{"inquiry":{"80":"008"}}}})");
+    expectRefused(machine.run({"--host", file, "devices"}), 2, "/devices/~1dev~1sda/inquiry/80");
+}
+
+TEST(CliRun, AnUnwritableTraceFileStopsTheCommandBeforeItRuns) {
+    CliMachine machine(smallHost());
+    expectRefused(
+        machine.run({"--trace", "6", "--trace-file", "/nowhere/trace", "devices", "--rescan"}), 2,
+        "/nowhere/trace: cannot open the trace file for writing: No such file or directory");
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+}
+
+TEST(CliRun, AnUnwritableJournalFileStopsTheCommandBeforeItRuns) {
+    CliMachine machine(smallHost());
+    expectRefused(machine.run({"--journal", "/nowhere/journal", "devices", "--rescan"}), 2,
+                  "/nowhere/journal: cannot open the journal file for writing: "
+                  "No such file or directory");
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+}
+
+TEST(CliRun, ATraceFileThatFillsUpIsAFailure) {
+    CliMachine machine(smallHost());
+    expectRefused(machine.run({"--trace", "6", "--trace-file", "/dev/full", "devices"}), 1,
+                  "/dev/full: cannot write the trace file; it ends early");
+}
+
+// A stream that takes nothing, as a closed pipe or a full disk.
+struct FullBuffer : std::streambuf {
+    int overflow(int /*c*/) override { return traits_type::eof(); }
+    std::streamsize xsputn(const char* /*s*/, std::streamsize /*n*/) override {
+        errno = ENOSPC;
+        return 0;
+    }
+};
+
+TEST(CliRun, OutputThatCannotBeWrittenIsAFailure) {
+    for (const char* command : {"devices", "--help"}) {
+        CliMachine machine(smallHost());
+        FullBuffer full;
+        std::ostream out(&full);
+        std::ostringstream err;
+        EXPECT_EQ(cli::run({command}, out, err, {}, machine.host()), 1);
+        EXPECT_EQ(err.str(),
+                  "scsitool: cannot write to standard output: No space left on device\n");
+    }
+}
+
+TEST(CliRun, TraceLinesComeOneALineOnStandardError) {
+    CliMachine machine(smallHost());
+    const CliResult result = machine.run({"--trace", "3", "disks"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, testing::HasSubstr("[3] INFO: reading /proc/partitions\n[3] Size of"));
+    EXPECT_EQ(result.err.find("\n\n"), std::string::npos);
+    EXPECT_EQ(result.err.find("\n[6]"), std::string::npos);
+}
+
+TEST(CliRun, TraceFileTakesTheLinesAndStandardErrorNone) {
+    const TempFolder folder;
+    CliMachine machine(smallHost());
+    const CliResult result =
+        machine.run({"disks", "--trace", "6", "--trace-file", folder.path("trace")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(folder.read("trace"), testing::HasSubstr("[6] Entering Function "));
+}
+
+TEST(CliRun, TraceTimePutsTimeAndProcessFirst) {
+    CliMachine machine(smallHost());
+    cli::Surroundings surroundings;
+    surroundings.processId = 4711;
+    const CliResult result = machine.run({"disks", "--trace", "3", "--trace-time"}, surroundings);
+    const std::string first = result.err.substr(0, result.err.find('\n'));
+    EXPECT_THAT(first,
+                testing::MatchesRegex("....-..-..T..:..:..\\....Z scsitool\\[4711\\] "
+                                      "\\[3\\] INFO: registering trace log on discovery module"));
+}
+
+TEST(CliRun, WhatADeviceSaysStaysOnItsTraceLine) {
+    recording::RecordedHostData data = smallHost();
+    data.files["/proc/partitions"] = "   8  0  1 sda\x1b[2J\n";
+    data.devices["/dev/sda\x1b[2J"] = data.devices["/dev/sda"];
+    CliMachine machine(data);
+    const CliResult result = machine.run({"--trace", "3", "devices"});
+    EXPECT_EQ(result.err.find('\x1b'), std::string::npos);
+    EXPECT_EQ(result.out.find('\x1b'), std::string::npos);
+    EXPECT_THAT(result.err, testing::HasSubstr("sda\\x1b[2J"));
+}
+
+TEST(CliRun, TheProcessWideTraceLogIsTakenAwayAtTheEnd) {
+    using qzfi_pdk_4_4::CFiTraceLog;
+    using Context = qzfi_pdk_4_4::CFiContextSingleton<CFiTraceLog, qzfi_pdk_4_4::FI_PGN_NAME>;
+    CliMachine machine(smallHost());
+    machine.run({"--trace", "6", "devices"});
+    EXPECT_TRUE(Context::instance(false).isNull());
+}
+
+TEST(CliRun, JsonBeginsWithItsFormatVersionCommandAndStatus) {
+    CliMachine machine(smallHost());
+    const auto document = machine.run({"devices", "--json", "/dev/sda"}).json();
+    EXPECT_EQ(document.begin().key(), "scsitool");
+    EXPECT_EQ(document["scsitool"].dump(),
+              R"({"json_format":1,"version":"1.0.0","command":["devices","--json","/dev/sda"],)"
+              R"("exit_status":0})");
+}
+
+TEST(CliRun, AFailureUnderJsonIsOneWholeDocumentAndOneLine) {
+    CliMachine machine({});
+    const CliResult result = machine.run({"devices", "--json"});
+    EXPECT_EQ(result.status, 1);
+    expectOneLine(result, "no SCSI disk found");
+    const auto document = result.json();
+    EXPECT_EQ(document["scsitool"]["exit_status"], 1);
+    EXPECT_EQ("scsitool: " + document["error"].get<std::string>() + "\n", result.err);
+    EXPECT_TRUE(document["devices"].empty());
+}
+
+TEST(CliRun, BytesThatAreNoUtf8AreLatin1InJson) {
+    CliMachine machine({});
+    const auto document = machine.run({"udid", "--json", "/dev/\xff\x80"}).json();
+    EXPECT_EQ(document["name"], "/dev/\u00ff\u0080");
+}
+
+TEST(CliRun, WithoutRootTheMessageSaysSo) {
+    CliMachine machine({});
+    cli::Surroundings surroundings;
+    surroundings.isRoot = false;
+    expectRefused(machine.run({"devices"}, surroundings), 1, "run it as root");
+    expectRefused(machine.run({"devices"}), 1, "try 'scsitool rescan'");
+}
+
+TEST(CliRun, ADeviceThatDeniesAccessIsNamed) {
+    recording::RecordedHostData data = smallHost();
+    data.devices["/dev/sdc"].openError = EACCES;
+    CliMachine machine(data);
+    cli::Surroundings surroundings;
+    surroundings.isRoot = false;
+    expectRefused(machine.run({"inquiry", "/dev/sdc"}, surroundings), 1,
+                  "/dev/sdc: cannot open the device: Permission denied; run it as root");
+}
+
+TEST(CliRun, ColourAndProgressAppearOnATerminalOnly) {
+    CliMachine machine(smallHost());
+    cli::Surroundings terminal;
+    terminal.outIsTerminal = true;
+    terminal.errIsTerminal = true;
+    terminal.colour = true;
+    terminal.width = 20;
+    const CliResult result = machine.run({"devices"}, terminal);
+    EXPECT_THAT(result.out, testing::StartsWith("\x1b[1mDEVICE"));
+    EXPECT_THAT(result.err, testing::HasSubstr("\r\x1b[K/dev/mapper/control\r\x1b[K"));
+    EXPECT_THAT(result.err, testing::EndsWith("\r\x1b[K/dev/sdb\r\x1b[K"));
+    terminal.colour = false;
+    EXPECT_THAT(machine.run({"devices"}, terminal).out, testing::StartsWith("DEVICE"));
+    const CliResult piped = machine.run({"devices"});
+    EXPECT_EQ(piped.err, "");
+    EXPECT_EQ(piped.out.find('\x1b'), std::string::npos);
+}
+
+TEST(CliRun, ProgressGivesWayToTraceLines) {
+    CliMachine machine(smallHost());
+    cli::Surroundings terminal;
+    terminal.errIsTerminal = true;
+    EXPECT_EQ(machine.run({"devices", "--trace", "1"}, terminal).err.find('\r'), std::string::npos);
+}
+
+TEST(CliRun, EveryDescriptorIsClosedAgain) {
+    CliMachine machine(smallHost());
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"devices"},
+                                               {"volumes"},
+                                               {"disks"},
+                                               {"udid", "/dev/sda"},
+                                               {"udid", "/dev/sdc"},
+                                               {"inquiry", "/dev/sdb"}}) {
+        machine.run(arguments);
+        EXPECT_EQ(machine.openDescriptors(), 0U) << arguments.front();
+    }
+}
+
+}  // namespace
