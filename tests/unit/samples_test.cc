@@ -8,6 +8,8 @@
 
 #include "recording/recorded_host.h"
 #include "recording/recorded_host_file.h"
+#include "scsi/scsitool.h"
+#include "tools/WWPN_discovery.h"
 #include "udid/device_udid_factory.h"
 
 namespace {
@@ -100,6 +102,43 @@ TEST_P(SampleTest, GivesEachDeviceItsUdidByName) {
     CUDIDFactory factory;
     for (const auto& [name, expectation] : expectedMap(GetParam())) {
         EXPECT_EQ(factory.getCachedUniqueDeviceID(name.c_str(), false), expectation.udid) << name;
+    }
+    EXPECT_EQ(journal.unanswered(), std::vector<std::string>{});
+}
+
+TEST_P(SampleTest, LeavesNoQuestionOpenWhenTheHostIsCleanedUp) {
+    CLinuxDeviceDiscovery discovery;
+    std::vector<CScsiDeviceData*> devices = discovery.rescan(false, false, false, "", "");
+    const std::vector<CScsiDeviceData*> owned = devices;
+    discovery.removeDeadDevices(devices, true);
+    for (CScsiDeviceData* device : owned) {
+        delete device;
+    }
+    for (const auto& entry : expectedMap(GetParam())) {
+        if (entry.first != "/dev/mapper/control") {
+            discovery.removeDevice(entry.first);
+        }
+    }
+    discovery.removeStaleDevices("");
+    discovery.FlushMultipathStaleDevices();
+    std::vector<CScsiDeviceData> disks;
+    EXPECT_EQ(discovery.enumerateNativeDevicePathsExt(disks), 0);
+    EXPECT_FALSE(disks.empty());
+    EXPECT_EQ(journal.unanswered(), std::vector<std::string>{});
+    EXPECT_EQ(host.openDescriptors(), 0U);
+}
+
+TEST_P(SampleTest, LeavesNoQuestionOpenWhenTheInitiatorsAreAsked) {
+    WWPN().getWWPN();
+    CScsiTool tool;
+    std::string name;
+    std::string portal = "192.0.2.10:3260";
+    std::string target = "iqn.1992-08.com.netapp:sn.135902718";
+    tool.DiscoverIscsiTargets(portal);
+    tool.RescanIscsiSessions();
+    if (tool.GetHostIQN(name) == 0) {
+        tool.LoginToIscsiIQN(target);
+        tool.LogoutFromIscsiIQN(target);
     }
     EXPECT_EQ(journal.unanswered(), std::vector<std::string>{});
 }
