@@ -76,6 +76,11 @@ bool Semaphores::isHeldByOthers(const Set& set) {
     });
 }
 
+int Semaphores::waiting() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_waiting;
+}
+
 int Semaphores::operate(int identifier, const std::vector<host::SemaphoreOperation>& operations) {
     if (operations.empty()) {
         return -EINVAL;
@@ -103,7 +108,9 @@ int Semaphores::operate(int identifier, const std::vector<host::SemaphoreOperati
         if (!isHeldByOthers(set)) {
             return -EDEADLK;
         }
+        ++m_waiting;
         m_changed.wait(lock);
+        --m_waiting;
     }
 }
 

@@ -21,6 +21,8 @@ class Semaphores {
     int open(int key, int count, int flags);
     /// semop(2).
     int operate(int identifier, const std::vector<host::SemaphoreOperation>& operations);
+    /// How many threads wait just now.
+    int waiting();
 
   private:
     struct Set {
@@ -38,6 +40,7 @@ class Semaphores {
     std::map<int, int> m_identifiers;  // key to identifier
     std::map<int, Set> m_sets;         // identifier to set
     int m_nextIdentifier;
+    int m_waiting = 0;
 };
 
 }  // namespace recording

@@ -4,10 +4,11 @@
 #include <sys/ipc.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
+
+#include "recording/semaphores.h"
 
 namespace {
 
@@ -597,18 +598,21 @@ TEST_F(RecordedHostTest, RefusesASemaphoreWaitThatOnlyTheWaiterCouldEnd) {
     EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
 }
 
-TEST_F(RecordedHostTest, LetsAThreadWaitForTheSemaphoreOfAnother) {
-    const int identifier = host().openSemaphore(1001, 1, kCreate);
-    EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
-    std::atomic<bool> released{false};
+TEST(Semaphores, LetAThreadWaitForTheSemaphoreOfAnother) {
+    recording::Semaphores semaphores;
+    const int identifier = semaphores.open(1001, 1, kCreate);
+    EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
     std::thread other([&] {
-        EXPECT_EQ(host().operateSemaphore(identifier, kLock), 0);
-        EXPECT_TRUE(released);
-        EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+        EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
+        EXPECT_EQ(semaphores.operate(identifier, kUnlock), 0);
     });
-    released = true;
-    EXPECT_EQ(host().operateSemaphore(identifier, kUnlock), 0);
+    while (semaphores.waiting() == 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(semaphores.operate(identifier, kUnlock), 0);
     other.join();
+    EXPECT_EQ(semaphores.waiting(), 0);
+    EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
 }
 
 }  // namespace
