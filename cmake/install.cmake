@@ -1,0 +1,31 @@
+# What an installation holds: the library with its headers, how to find it, and the command.
+include(CMakePackageConfigHelpers)
+include(cmake/public_headers.cmake)
+
+set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/scsitool)
+foreach(header ${SCSITOOL_PUBLIC_HEADERS})
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES src/${header} DESTINATION ${header_folder}/${folder})
+endforeach()
+
+install(TARGETS scsitool EXPORT scsitool LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT scsitool NAMESPACE scsitool:: FILE scsitool-targets.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+configure_package_config_file(cmake/scsitool-config.cmake.in scsitool-config.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+write_basic_package_version_file(scsitool-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/scsitool-config.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/scsitool-config-version.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+configure_file(cmake/scsitool.pc.in scsitool.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/scsitool.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(TARGET scsitool_command)
+  set_target_properties(scsitool_command PROPERTIES
+    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS scsitool_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  file(GLOB schemas CONFIGURE_DEPENDS cli/*.schema.json src/recording/*.schema.json)
+  install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool)
+endif()

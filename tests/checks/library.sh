@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Checks the built shared library: what it needs, how it is called, and that it exports nothing but
+# the published names.
+#   library.sh LIBRARY
+set -euo pipefail
+library=$1
+status=0
+complain() {
+    echo "$*" >&2
+    status=1
+}
+
+dynamic=$(readelf -d "$library")
+soname=$(sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p' <<<"$dynamic")
+[ "$soname" = libscsitool.so.1 ] || complain "the SONAME is '$soname'"
+while read -r needed; do
+    case $needed in
+        libstdc++.so.6 | libgcc_s.so.1 | libm.so.6 | libc.so.6 | ld-linux*) ;;
+        *) complain "needs $needed, which is neither the C++ runtime nor libc" ;;
+    esac
+done < <(sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' <<<"$dynamic")
+
+# Function and object names, and what the compiler makes for a class.
+published='(qzfi_pdk_4_4|host|udid)::|C[A-Z][A-Za-z0-9]*(::|$)|WWPN(::|$)'
+exported=$(nm -DC --defined-only "$library" | cut -d' ' -f3- | sed 's/@@SCSITOOL_1$//')
+[ -n "$exported" ] || complain "exports nothing"
+stray=$(grep -vE "^(SCSITOOL_1|((typeinfo|vtable|VTT|typeinfo name|guard variable|construction vtable|(non-)?virtual thunk) (for|to) )?($published))" <<<"$exported" || true)
+[ -z "$stray" ] || complain "exports names that are not published:"$'\n'"$stray"
+for class in CUDIDFactory CLinuxDeviceDiscovery CScsiTool WWPN; do
+    grep -q "^$class::" <<<"$exported" || complain "does not export $class"
+done
+exit $status
