@@ -10,7 +10,9 @@ TYPICAL_SECONDS = 20
 IQN = "iqn.2026-01.lab.example:families"
 ADDED_LUN = 40
 ADDED_UDID = "UDID##DGC##CLARIION##CKM00112233445##60:06:01:60:A1:B2:C3:D4:E5:F6:07:18:29:30:4A:40"
-HOSTILE_NAME = "iqn.2026-01.lab.example:x;touch /tmp/a`touch /tmp/b`$(touch /tmp/c)|touch /tmp/d"
+# What a shell would make programs of: with blanks and quotes, which no target's name has, and without.
+REFUSED_NAME = "iqn.2026-01.lab.example:x;touch /tmp/a`touch /tmp/b`$(touch /tmp/c)|touch /tmp/d"
+HOSTILE_NAME = "iqn.2026-01.lab.example:x;id>/tmp/a|id>/tmp/b&$(id>/tmp/c)"
 # The kernel keeps the addressing method of a number above 255: flat space is 0x4000.
 FLAT_SPACE = 0x4000
 
@@ -114,6 +116,8 @@ def device_map_or_empty(guest):
 
 def check_hostile_name(guest, checks):
     """What stands in a target's name starts no program."""
-    checks.equal("a hostile target name is only a name the initiator does not know",
+    checks.equal("a target name with blanks and quotes is a wrong command line",
+                 guest.run(["scsitool", "iscsi", "login", REFUSED_NAME], status=None).status, 2)
+    checks.equal("another hostile target name is only a name the initiator does not know",
                  guest.scsitool("iscsi", "login", HOSTILE_NAME)["result"], 0)
-    checks.equal("no program came of it", guest.run("ls /tmp").stdout, "")
+    checks.equal("no program came of either", guest.run("ls /tmp").stdout, "")
