@@ -34,11 +34,12 @@ def run(guest, _, checks):
     check_volumes(guest, checks, maps)
     names = sorted(maps)
     check_dry_run(guest, checks, names)
-    check_mounted_map(guest, checks, names[1], maps[names[1]])
-    check_swap(guest, checks, names[2])
     check_removal(guest, checks, names[0])
     check_refresh(guest, checks, names)
-    check_flush(guest, checks)
+    check_swap(guest, checks, names[2])
+    mount_map(guest, names[1])
+    check_mounted_map(guest, checks, names[1], maps[names[1]])
+    check_flush(guest, checks, names[1])
 
 
 def check_without_daemon(guest, checks):
@@ -102,29 +103,34 @@ def check_dry_run(guest, checks, names):
     checks.equal("a dry run takes no map away", existing_maps(guest), names)
 
 
-def check_refused(guest, checks, what, arguments):
+def check_refused(guest, checks, what, arguments, reason):
     """A refusal is exit status 1, nothing on standard output and one line on standard error."""
     result = guest.run(["scsitool", *arguments], status=None)
     checks.equal(f"{what}: refused", [result.status, result.stdout, result.stderr.count("\n")], [1, "", 1])
+    checks.contains(f"{what}: the reason is named", result.stderr, reason)
     checks.contains(f"{what}: the way round is named", result.stderr, "--force")
+
+
+def mount_map(guest, name):
+    """Puts a file system on a map and mounts it."""
+    guest.run(f"mke2fs {name} >/dev/null && modprobe ext4 && mount -t ext4 {name} /mnt")
 
 
 def check_mounted_map(guest, checks, name, paths):
     """A map with a mounted file system, and the disks behind it, are protected."""
-    guest.run(f"mke2fs {name} >/dev/null && modprobe ext4 && mount -t ext4 {name} /mnt")
-    check_refused(guest, checks, "removal of a mounted map", ["remove", name])
-    check_refused(guest, checks, "flush of the maps while one is mounted", ["flush-multipath"])
-    guest.run(["scsitool", "remove", "--force", name], status=None)
-    checks.contains("a forced removal of a mounted map is left to device-mapper, which keeps it",
-                    existing_maps(guest), name)
-    guest.run("umount /mnt")
-    checks.equal("paths of the map are still there", multipath.map_members(guest)[name], paths)
+    check_refused(guest, checks, "removal of a mounted map", ["remove", name], "mounted at /mnt")
+    addresses = {node: address for address, node in disks_of.disks_by_address(guest).items()}
+    check_refused(guest, checks, "removal of a path of a mounted map",
+                  ["remove-address", *addresses[paths[0]].split(":")], "mounted at /mnt")
+    forced = guest.run(["scsitool", "remove", "--force", name], status=None)
+    checks.equal("a forced removal of a mounted map fails, because device-mapper keeps it",
+                 [forced.status, name in existing_maps(guest)], [1, True])
 
 
 def check_swap(guest, checks, name):
     """A map used as swap space is protected."""
     guest.run(f"mkswap {name} && swapon {name}")
-    check_refused(guest, checks, "removal of a map used as swap", ["remove", name])
+    check_refused(guest, checks, "removal of a map used as swap", ["remove", name], "used as swap")
     guest.run(f"swapoff {name}")
 
 
@@ -145,10 +151,17 @@ def check_refresh(guest, checks, names):
     checks.equal("the refresh makes the removed map anew", existing_maps(guest), names)
 
 
-def check_flush(guest, checks):
-    """`flush-multipath` takes all unused maps away."""
-    checks.equal("flush-multipath ends well", guest.scsitool("flush-multipath")["result"], 0)
-    # udev may still hold a map for a moment after its last user has gone: that one goes with the next flush.
-    guest.run("udevadm settle -t 20\nscsitool flush-multipath", status=None)
-    checks.equal("flush-multipath takes all unused maps away", existing_maps(guest), [])
+def check_flush(guest, checks, mounted):
+    """`flush-multipath` takes all unused maps away, and those alone."""
+    flush(guest, checks, "while one is mounted")
+    checks.equal("a flush leaves the mounted map alone", existing_maps(guest), [mounted])
+    guest.run("umount /mnt")
+    flush(guest, checks, "with none in use")
+    checks.equal("a flush takes all unused maps away", existing_maps(guest), [])
     checks.equal("the paths stay", len(disks_of.disks_by_address(guest)), PATHS * len(LUNS))
+
+
+def flush(guest, checks, when):
+    """Flushes, and once more: udev may still hold a map for a moment after its last user has gone."""
+    checks.equal(f"flush-multipath {when} ends well", guest.scsitool("flush-multipath")["result"], 0)
+    guest.run("udevadm settle -t 20\nscsitool flush-multipath", status=None)

@@ -6,6 +6,7 @@ from lab.proc_scsi import DRIVER_NAME, GUEST_FOLDER, OLD_RELEASE
 TYPICAL_SECONDS = 25
 
 DISKS = 3
+JOURNAL = "/tmp/journal"
 LOAD_DRIVERS = f"""
 modprobe -a scsi_common crc-t10dif
 insmod /{GUEST_FOLDER}/scsi_mod.ko
@@ -27,6 +28,7 @@ def run(guest, _, checks):
     check_inventory(guest, checks)
     check_removal_of_address(guest, checks)
     check_rescan(guest, checks)
+    check_dead_removal(guest, checks)
 
 
 def addresses(guest):
@@ -46,11 +48,23 @@ def check_inventory(guest, checks):
 def check_removal_of_address(guest, checks):
     """`remove-address` takes one disk from the kernel."""
     before = addresses(guest)
-    guest.run("scsitool --dry-run remove-address 0 0 0 1")
-    checks.equal("dry run of remove-address removes nothing", addresses(guest), before)
-    guest.run("scsitool remove-address 0 0 0 1")
+    checks.equal("dry run of remove-address", journal_of_dry_run(guest, "remove-address", "0", "0", "0", "1")[0],
+                 removal_of("0 0 0 1"))
+    checks.equal("a dry run removes nothing", addresses(guest), before)
+    guest.scsitool("remove-address", "0", "0", "0", "1")
     checks.equal("remove-address takes one disk away", addresses(guest), [[0, 0, 0, 0], [0, 0, 0, 2]])
     checks.equal("bus no longer lists it", guest.scsitool("bus")["devices"], [[0, 0, 0, 0], [0, 0, 0, 2]])
+
+
+def journal_of_dry_run(guest, *arguments):
+    """The effects that a command would have, in order."""
+    guest.run(["scsitool", "--dry-run", "--journal", JOURNAL, *arguments])
+    return guest.journal(JOURNAL)
+
+
+def removal_of(address):
+    """The order to the kernel that removes an address."""
+    return {"effect": "append", "path": "/proc/scsi/scsi", "data": f"scsi remove-single-device {address}\n"}
 
 
 def check_rescan(guest, checks):
@@ -59,4 +73,14 @@ def check_rescan(guest, checks):
     checks.contains("rescan takes the way of a 2.4 kernel", result.stderr, "INFO: doing 2.4 kernel SCSI bus scan")
     checks.contains("rescan asks the adapter for a scan of its own", result.stderr,
                     f"INFO: low-level rescanning qlogic hba: /proc/scsi/{DRIVER_NAME}/0")
-    checks.contains("rescan finds the disk again", addresses(guest), [0, 0, 0, 1])
+    checks.equal("rescan finds the disk again", addresses(guest), [[0, 0, 0, lun] for lun in range(DISKS)])
+
+
+def check_dead_removal(guest, checks):
+    """`remove-dead` takes the address away at which no disk answers any more."""
+    guest.run(f"echo {DISKS - 1} >/sys/bus/pseudo/drivers/scsi_debug/max_luns")
+    checks.equal("dry run of remove-dead", journal_of_dry_run(guest, "remove-dead")[0], removal_of("0 0 0 2"))
+    checks.equal("a dry run removes no dead address", len(addresses(guest)), DISKS)
+    checks.equal("remove-dead names what it removed", guest.scsitool("remove-dead", seconds=120)["addresses"],
+                 [[0, 0, 0, 2]])
+    checks.equal("remove-dead leaves the disks that answer", addresses(guest), [[0, 0, 0, 0], [0, 0, 0, 1]])

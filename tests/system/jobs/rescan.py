@@ -61,9 +61,11 @@ def check_dry_run(guest, checks, known):
 
 def check_rescan(guest, checks, known, added):
     """`rescan --changes` finds the disk and names it."""
-    text = guest.run("scsitool rescan --changes", seconds=180).stdout
-    checks.contains("rescan --changes names the new disk", text, added)
-    checks.true("rescan --changes names no other", not any(udid in text for udid in known), text)
+    document = guest.scsitool("rescan", "--changes", seconds=180)
+    checks.equal("rescan ends well", document["result"], 0)
+    node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
+    checks.equal("rescan --changes names the new disk and no other", document["changes"],
+                 {"appeared": [{"udid": added, "devices": [node], "whole_volume": True}], "disappeared": []})
     checks.equal("the new disk is in the map", udids(guest), known | {added})
 
 

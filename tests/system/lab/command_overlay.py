@@ -30,10 +30,10 @@ def write_command_overlay(command, library_dir, target):
 def _needed(command, library_dir):
     environment = dict(os.environ)
     if library_dir:
-        environment["LD_LIBRARY_PATH"] = str(library_dir)
+        environment["LD_LIBRARY_PATH"] = os.path.abspath(library_dir)
     done = subprocess.run([find_tool("ldd"), str(command)], env=environment, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, check=False)
-    missing = re.findall(r"^\s*(\S+) => not found", done.stdout, re.MULTILINE)
+    missing = re.findall(r"^\s*(\S+) => (?!/)", done.stdout, re.MULTILINE)
     if missing:
         raise LabError(f"{command} needs {', '.join(missing)}: name the folder with --library-dir")
     loader = re.search(r"^\s*(/\S*ld-linux\S*) \(", done.stdout, re.MULTILINE)
