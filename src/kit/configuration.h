@@ -18,8 +18,10 @@ class SCSITOOL_EXPORT CFiConfigurationPathTool {
 };
 
 /// One configuration file: sections in square brackets, "KEY = value" lines, comments from "#" or
-/// ";" to the end of the line. A line of another form is passed over, and so is a file that cannot
-/// be read: the keys are then missing. One object is used by one thread at a time.
+/// ";" to the end of the line. Blanks and tabs around names and values do not count, letters are
+/// told apart by their case, and a key or section that stands twice is continued: the last value
+/// counts. A line of another form is passed over, and so is a file that cannot be read: the keys
+/// are then missing. One object is used by one thread at a time.
 class SCSITOOL_EXPORT CFiConfiguration {
   public:
     /// Reads a configuration from the current host. Gives 0, or 6 when the file cannot be read.

@@ -1,6 +1,7 @@
 #include "kit/context_singleton.h"
 
 #include <mutex>
+#include <utility>
 
 namespace qzfi_pdk_4_4 {
 namespace {
@@ -33,8 +34,10 @@ CFiSmartPtr<T> CFiContextSingleton<T, NAME>::instance(bool create) {
 template <class T, const char* NAME>
 void CFiContextSingleton<T, NAME>::registerInstance(const CFiSmartPtr<T>& object) {
     Slot<T>& place = slot<T, NAME>();
+    // The former object goes when the lock is free again: its end may ask for the instance.
+    CFiSmartPtr<T> exchanged(object);
     const std::lock_guard<std::mutex> lock(place.mutex);
-    place.object = object;
+    std::swap(place.object, exchanged);
 }
 
 template class CFiContextSingleton<CFiTraceLog, FI_PGN_NAME>;

@@ -20,13 +20,15 @@ class SCSITOOL_EXPORT CFiExecPipeBase : public CFiTraceable {
   public:
     /// Runs a command on the current host, without a shell, and waits for its end. `output` gets
     /// what it printed, one string a line without the line feed (the former content is dropped).
-    /// `timeLimit` is in seconds. The empty texts stand for what this kit does not offer: standard
-    /// input, a user and a working directory. Gives one of the results above.
+    /// `timeLimit` is in seconds. The last four texts stand for what this kit does not offer
+    /// (standard input, a user, a group, a working directory): with one that is not empty nothing
+    /// is run and the result is 11. Gives one of the results above. An effect on the host.
     int Exec(const std::string& command, std::vector<std::string>& output, const std::string& input,
              int timeLimit, const std::string& user, const std::string& group,
              const std::string& directory);
 
-    /// The wait status of the last command as waitpid(2) hands it over; 0 before the first one.
+    /// The wait status of the last command as waitpid(2) hands it over: that of signal 9 after a
+    /// time-out, 127 << 8 for a command that could not be started, 0 before the first one.
     long getWaitPidStatus() const { return m_waitPidStatus; }
 
   protected:

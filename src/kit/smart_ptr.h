@@ -1,7 +1,9 @@
 #ifndef SCSITOOL_KIT_SMART_PTR_H
 #define SCSITOOL_KIT_SMART_PTR_H
 
+#include <memory>
 #include <mutex>
+#include <utility>
 
 namespace qzfi_pdk_4_4 {
 
@@ -13,18 +15,27 @@ class CFiSmartPtr {
   public:
     CFiSmartPtr() = default;
     /// Takes ownership of `object` (deleted with the last owner); null gives a null pointer.
-    explicit CFiSmartPtr(T* object) : m_shared(object != nullptr ? new Shared(object) : nullptr) {}
+    explicit CFiSmartPtr(T* object) {
+        if (object != nullptr) {
+            std::unique_ptr<T> owned(object);
+            m_shared = new Shared(object);
+            owned.release();
+        }
+    }
     CFiSmartPtr(const CFiSmartPtr& other) : m_shared(other.m_shared) { acquire(); }
+    CFiSmartPtr(CFiSmartPtr&& other) noexcept : m_shared(std::exchange(other.m_shared, nullptr)) {}
     ~CFiSmartPtr() { release(); }
 
-    /// Releases what was held. Assigning a pointer to itself changes nothing.
+    /// Releases what was held, last of all: its end may take this pointer or `other` along.
+    /// Assigning a pointer to itself changes nothing.
     CFiSmartPtr& operator=(const CFiSmartPtr& other) {
-        if (this != &other) {
-            Shared* const kept = other.m_shared;
-            other.acquire();
-            release();
-            m_shared = kept;
-        }
+        CFiSmartPtr exchanged(other);
+        std::swap(m_shared, exchanged.m_shared);
+        return *this;
+    }
+    CFiSmartPtr& operator=(CFiSmartPtr&& other) noexcept {
+        CFiSmartPtr exchanged(std::move(other));
+        std::swap(m_shared, exchanged.m_shared);
         return *this;
     }
 

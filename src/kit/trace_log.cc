@@ -1,14 +1,17 @@
 #include "kit/trace_log.h"
 
+#include <climits>
 #include <cstdio>
 #include <utility>
 
 namespace qzfi_pdk_4_4 {
 namespace {
 
-// Below every level that is in use: nothing passes.
-constexpr int kSilent = -1;
+// Below every level: nothing passes.
+constexpr int kSilent = INT_MIN;
 constexpr int kFunctionTraceLevel = 6;
+// Nearly every message fits and is formatted once.
+constexpr std::size_t kUsualLength = 512;
 
 std::string formatted(const char* format, std::va_list arguments)
     __attribute__((format(printf, 1, 0)));
@@ -16,12 +19,17 @@ std::string formatted(const char* format, std::va_list arguments)
 std::string formatted(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
+    char usual[kUsualLength];
+    const int length = std::vsnprintf(usual, sizeof usual, format, again);
     va_end(again);
-    if (length <= 0) {
+    if (length < 0) {
         return std::string();
     }
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    const std::size_t size = static_cast<std::size_t>(length);
+    if (size < sizeof usual) {
+        return std::string(usual, size);
+    }
+    std::string text(size + 1, '\0');
     std::vsnprintf(text.data(), text.size(), format, arguments);
     text.pop_back();
     return text;
@@ -37,7 +45,8 @@ CFiTraceLog::~CFiTraceLog() = default;
 void CFiTraceLog::setSink(std::shared_ptr<CFiTraceSink> sink, int level) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_level = sink != nullptr ? level : kSilent;
-    m_sink = std::move(sink);
+    // The former sink goes with the argument, when the lock is free again.
+    m_sink.swap(sink);
 }
 
 void CFiTraceLog::trace(int level, const char* format, ...) {
@@ -51,10 +60,15 @@ void CFiTraceLog::traceArguments(int level, const char* format, std::va_list arg
     if (!isEnabled(level)) {
         return;
     }
-    const std::string message = formatted(format, arguments);
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_sink != nullptr) {
-        m_sink->write(level, message);
+    try {
+        const std::string message = formatted(format, arguments);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_sink != nullptr) {
+            m_sink->write(level, message);
+        }
+    } catch (...) {
+        // Destructors trace: a lost line is better than an exception out of one.
+        return;
     }
 }
 

@@ -12,7 +12,7 @@
 
 namespace qzfi_pdk_4_4 {
 
-/// Where trace lines go. `write` is called by one thread at a time.
+/// Where trace lines go. `write` is called by one thread at a time and must not trace itself.
 class SCSITOOL_EXPORT CFiTraceSink {
   public:
     virtual ~CFiTraceSink();
@@ -23,7 +23,8 @@ class SCSITOOL_EXPORT CFiTraceSink {
 /// The trace log: printf-style messages with a numeric level (1 errors, 2 warnings, 3 information,
 /// 4 entry and exit lines, 5 and 6 detail, 8 the one message to the operator) that go to an
 /// exchangeable sink. A message above the log's level, or while there is no sink, is dropped
-/// before anything is formatted. Safe for any number of threads.
+/// before anything is formatted. Tracing never throws: a message that cannot be formatted or
+/// written is lost. Safe for any number of threads.
 class SCSITOOL_EXPORT CFiTraceLog {
   public:
     CFiTraceLog();

@@ -2,10 +2,8 @@
 // would not is a defect of the recorded host.
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
-#include <sys/sem.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -22,6 +20,7 @@
 #include "recording/dry_run_host.h"
 #include "recording/journal.h"
 #include "recording/recorded_host.h"
+#include "semaphore_key.h"
 #include "temporary_directory.h"
 
 namespace {
@@ -33,6 +32,7 @@ using host::Host;
 using host::OpenMode;
 using host::SemaphoreOperation;
 using host::SgIoRequest;
+using test::SemaphoreKey;
 using Names = std::vector<std::string>;
 
 const std::string kPlain = "first line\nsecond \0 \xFF line"s;
@@ -142,25 +142,6 @@ class HostContract : public testing::TestWithParam<Kind> {
 
   private:
     std::unique_ptr<Fixture> m_fixture;
-};
-
-/// A key that no other process uses; the set goes away with the test.
-class SemaphoreKey {
-  public:
-    SemaphoreKey() : m_key(0x5C000000 | (::getpid() & 0x00FFFFFF)) { remove(); }
-    ~SemaphoreKey() { remove(); }
-    SemaphoreKey(const SemaphoreKey&) = delete;
-    SemaphoreKey& operator=(const SemaphoreKey&) = delete;
-    int get() const { return m_key; }
-
-  private:
-    void remove() const {
-        const int identifier = ::semget(m_key, 1, 0);
-        if (identifier >= 0) {
-            ::semctl(identifier, 0, IPC_RMID);
-        }
-    }
-    int m_key;
 };
 
 CommandBuffer commandWithLengths(std::uint32_t inputLength, std::uint32_t outputLength) {
