@@ -13,7 +13,6 @@ namespace {
 
 using recording::Bytes;
 using recording::parseRecordedHost;
-using recording::RecordedCommand;
 using recording::RecordedDevice;
 using recording::RecordedHostData;
 using recording::RecordedHostError;

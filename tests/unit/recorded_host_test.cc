@@ -4,6 +4,7 @@
 #include <sys/ipc.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -18,7 +19,6 @@ using host::OpenMode;
 using host::SgIoRequest;
 using recording::Bytes;
 using recording::Journal;
-using recording::RecordedCommand;
 using recording::RecordedDevice;
 using recording::RecordedHost;
 using recording::RecordedHostData;
@@ -602,13 +602,16 @@ TEST(Semaphores, LetAThreadWaitForTheSemaphoreOfAnother) {
     recording::Semaphores semaphores;
     const int identifier = semaphores.open(1001, 1, kCreate);
     EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
+    std::atomic<bool> isThrough{false};
     std::thread other([&] {
         EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
+        isThrough = true;
         EXPECT_EQ(semaphores.operate(identifier, kUnlock), 0);
     });
-    while (semaphores.waiting() == 0) {
+    while (semaphores.waiting() == 0 && !isThrough) {
         std::this_thread::yield();
     }
+    EXPECT_FALSE(isThrough);
     EXPECT_EQ(semaphores.operate(identifier, kUnlock), 0);
     other.join();
     EXPECT_EQ(semaphores.waiting(), 0);
