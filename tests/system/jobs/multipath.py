@@ -145,7 +145,7 @@ def check_removal(guest, checks, name):
 def check_refresh(guest, checks, names):
     """A rescan ends with the multipath tool's own, which makes the map anew."""
     # No adapter has this number: the rescan script, which other jobs watch, ends at once.
-    result = guest.run("scsitool --trace 6 devices --rescan --rescan-args=--hosts=99", seconds=120)
+    result = guest.run("scsitool --trace 6 devices --rescan --rescan-args=--hosts=99")
     checks.contains("a rescan has the maps refreshed", result.stderr, "calling command [/sbin/multipath -v0 ].")
     guest.run("udevadm settle -t 20")
     checks.equal("the refresh makes the removed map anew", existing_maps(guest), names)

@@ -69,7 +69,7 @@ def removal_of(address):
 
 def check_rescan(guest, checks):
     """`rescan` asks the adapter, probes the addresses around the known ones and finds the disk again."""
-    result = guest.run("scsitool --trace 3 rescan", seconds=120)
+    result = guest.run("scsitool --trace 3 rescan")
     checks.contains("rescan takes the way of a 2.4 kernel", result.stderr, "INFO: doing 2.4 kernel SCSI bus scan")
     checks.contains("rescan asks the adapter for a scan of its own", result.stderr,
                     f"INFO: low-level rescanning qlogic hba: /proc/scsi/{DRIVER_NAME}/0")
@@ -78,9 +78,9 @@ def check_rescan(guest, checks):
 
 def check_dead_removal(guest, checks):
     """`remove-dead` takes the address away at which no disk answers any more."""
-    guest.run(f"echo {DISKS - 1} >/sys/bus/pseudo/drivers/scsi_debug/max_luns")
+    guest.run(f"echo {DISKS - 1} >/sys/bus/pseudo/drivers/{DRIVER_NAME}/max_luns")
     checks.equal("dry run of remove-dead", journal_of_dry_run(guest, "remove-dead")[0], removal_of("0 0 0 2"))
     checks.equal("a dry run removes no dead address", len(addresses(guest)), DISKS)
-    checks.equal("remove-dead names what it removed", guest.scsitool("remove-dead", seconds=120)["addresses"],
+    checks.equal("remove-dead names what it removed", guest.scsitool("remove-dead")["addresses"],
                  [[0, 0, 0, 2]])
     checks.equal("remove-dead leaves the disks that answer", addresses(guest), [[0, 0, 0, 0], [0, 0, 0, 1]])

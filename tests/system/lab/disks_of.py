@@ -1,6 +1,8 @@
 """What the guest's kernel says of its disks."""
 import base64
 
+from lab.guest import WAIT_SECONDS
+
 
 def disks_by_address(guest):
     """Node of every SCSI disk by its address, such as {"0:0:0:3": "/dev/sda"}."""
@@ -22,7 +24,7 @@ def host_of_driver(guest, driver):
                      f'done; true').stdout.split()[0]
 
 
-def wait_for_disks(guest, count, seconds=30):
+def wait_for_disks(guest, count, seconds=WAIT_SECONDS):
     """Waits until the kernel shows at least so many disks and has finished with each of them."""
     guest.wait_for(f"{count} disks", f'[ "$(grep -c " sd[a-z]*$" /proc/partitions)" -ge {count} ]', seconds)
 
@@ -34,7 +36,7 @@ def pages_by_sg_utils(guest, nodes, codes):
         '  echo "$node std $(sg_inq --raw --len=252 "$node" | base64 -w0)"\n'
         f'  for code in {" ".join(codes)}; do\n'
         '    echo "$node $code $(sg_vpd --raw --page=0x$code "$node" 2>/dev/null | base64 -w0)"\n'
-        '  done\ndone', seconds=120).stdout
+        '  done\ndone').stdout
     pages = {node: {} for node in nodes}
     for line in listing.splitlines():
         node, code, *content = line.split()

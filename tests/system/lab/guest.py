@@ -1,5 +1,4 @@
 """The guest as a job sees it: programs are run in it and their results come back."""
-import base64
 import json
 import shlex
 import time
@@ -7,7 +6,8 @@ import time
 from lab.errors import GuestError
 
 BOOT_SECONDS = 180
-COMMAND_SECONDS = 60
+COMMAND_SECONDS = 120
+WAIT_SECONDS = 60
 # The guest ends a command at its limit; the host waits a little longer for that news.
 GRACE_SECONDS = 30
 TIMED_OUT = 124
@@ -20,7 +20,6 @@ class Result:
     def __init__(self, command, status, stdout, stderr):
         self.command = command
         self.status = status
-        self.raw = stdout
         self.stdout = stdout.decode("utf-8", "replace")
         self.stderr = stderr.decode("utf-8", "replace")
 
@@ -51,11 +50,7 @@ class Guest:
 
         Any exit status but the expected one is an error, unless that is None.
         """
-        script = command if isinstance(command, str) else shlex.join(command)
-        escaped = script.replace("\\", "\\\\").replace("\n", "\\n")
-        self._machine.agent.settimeout(None)
-        self._machine.agent.sendall(f"{seconds} {escaped}\n".encode())
-        result = self._read_result(script, seconds + GRACE_SECONDS)
+        result = self._ask(command, seconds)
         if result.status == TIMED_OUT and status != TIMED_OUT:
             raise GuestError(f"no end within {seconds} s: {result}\nconsole:\n{self._machine.console_tail()}")
         if status is not None and result.status != status:
@@ -71,24 +66,22 @@ class Guest:
             raise GuestError(f"the document does not begin with its own exit status: {result}")
         return document
 
-    def wait_for(self, what, script, seconds=30):
+    def wait_for(self, what, script, seconds=WAIT_SECONDS):
         """Waits until a script ends with status 0, which is asked inside the guest every tenth of a second."""
         loop = f"until {{ {script}\n}}; do sleep 0.1; done"
-        if self.run(loop, status=None, seconds=seconds).status != 0:
+        if self._ask(loop, seconds).status != 0:
             raise GuestError(f"waited {seconds} s in vain for {what}\nconsole:\n{self._machine.console_tail()}")
-
-    def write_file(self, path, content):
-        """Writes a file in the guest."""
-        encoded = base64.b64encode(content).decode()
-        self.run(f"base64 -d <<<{encoded} >{shlex.quote(path)}")
-
-    def read_file(self, path):
-        """The bytes of a file in the guest."""
-        return self.run(["cat", path]).raw
 
     def journal(self, path):
         """The effects that a journal of the command holds, in order."""
         return [json.loads(line) for line in self.run(["cat", path]).stdout.splitlines()]
+
+    def _ask(self, command, seconds):
+        script = command if isinstance(command, str) else shlex.join(command)
+        escaped = script.replace("\\", "\\\\").replace("\n", "\\n")
+        self._machine.agent.settimeout(None)
+        self._machine.agent.sendall(f"{seconds} {escaped}\n".encode())
+        return self._read_result(script, seconds + GRACE_SECONDS)
 
     def _read_result(self, script, seconds):
         words = self._read_line(seconds).split()
