@@ -1,4 +1,4 @@
-"""Real device-mapper maps over two paths: what `devices` makes of them, how they are taken away, and what protects them."""
+"""Real device-mapper maps over two paths: what `devices` makes of them, how they go away, and what protects them."""
 from array_families import FAMILIES
 from iscsi_target import Target
 from lab import disks_of, multipath

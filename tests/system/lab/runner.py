@@ -190,8 +190,9 @@ def run_jobs(arguments, names, report):
 
 def main():
     """Runs the command line; returns the exit status."""
-    # A terminated run unwinds like an interrupted one, so that machines and folders go away.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    # A run that is ended unwinds like any other, so that machines and folders go away.
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda received, _: sys.exit(128 + received))
     arguments = parse_arguments()
     known = job_names()
     unknown = [name for name in arguments.jobs if name not in known]
