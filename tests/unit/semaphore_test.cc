@@ -140,9 +140,8 @@ class Holder {
         if (m_process == 0) {
             CFiSemaphoreLinux semaphore(key, 1, kRescanFlags);
             const CFiSemaphoreLockFunction lock(semaphore);
-            const bool told = ::write(ready[1], "!", 1) == 1;
-            while (told) {
-                ::alarm(120);
+            ::alarm(120);
+            if (::write(ready[1], "!", 1) == 1) {
                 ::pause();
             }
             ::_exit(1);

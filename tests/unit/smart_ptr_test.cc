@@ -107,7 +107,7 @@ TEST_F(SmartPtr, CountSurvivesSeveralThreads) {
             for (int round = 0; round < 5000; ++round) {
                 CFiSmartPtr<Counted> own(copy);
                 CFiSmartPtr<Counted> another;
-                another = own;
+                another = std::move(own);
             }
         });
     }
