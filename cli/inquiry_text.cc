@@ -50,19 +50,18 @@ std::string asciiBytes(const Bytes& bytes, std::size_t start) {
     return line;
 }
 
-std::string dump(const Bytes& bytes) {
-    std::string text;
-    for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
-        text += fmt::format("  {:02x}  {:<48}  {}\n", start, hexBytes(bytes, start),
-                            asciiBytes(bytes, start));
+// The bytes of one line with a place before each and behind the last, where a bracket may stand.
+std::string markedLine(const Bytes& bytes, std::size_t start, const std::vector<bool>& marks) {
+    const std::size_t end = std::min(bytes.size(), start + kBytesALine);
+    std::string line;
+    bool open = false;
+    for (std::size_t i = start; i < end; ++i) {
+        const char* const border = open == marks[i] ? " " : open ? "]" : "[";
+        const char* const middle = i % 8 == 0 && i != start ? " " : "";
+        line += fmt::format("{}{}{:02x}", open ? border : middle, open ? middle : border, bytes[i]);
+        open = marks[i];
     }
-    return text;
-}
-
-std::string pageTitle(unsigned page, std::size_t length) {
-    return page == kStandardInquiry
-               ? fmt::format("{}, {} bytes", pageName(page), length)
-               : fmt::format("VPD page 0x{:02x}, {}, {} bytes", page, pageName(page), length);
+    return line + (open ? "]" : " ");
 }
 
 std::string field(const char* name, const std::string& value) {
@@ -76,6 +75,28 @@ std::string addressText(const CScsiDeviceData& record) {
 }
 
 }  // namespace
+
+std::string pageTitle(unsigned page, std::size_t length) {
+    return page == kStandardInquiry
+               ? fmt::format("{}, {} bytes", pageName(page), length)
+               : fmt::format("VPD page 0x{:02x}, {}, {} bytes", page, pageName(page), length);
+}
+
+std::string pageDump(const Bytes& bytes, const std::vector<udid::ByteRange>& marked) {
+    std::vector<bool> marks(bytes.size());
+    for (const udid::ByteRange& range : marked) {
+        for (std::size_t i = range.offset; i < range.offset + range.length && i < marks.size();
+             ++i) {
+            marks[i] = true;
+        }
+    }
+    std::string text;
+    for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
+        text += fmt::format("  {:02x} {:<50} {}\n", start, markedLine(bytes, start, marks),
+                            asciiBytes(bytes, start));
+    }
+    return text;
+}
 
 std::string pageKey(unsigned page) {
     return page == kStandardInquiry ? "std" : fmt::format("{:02x}", page);
@@ -123,7 +144,7 @@ std::string recordText(const CScsiDeviceData& record) {
     text += field("Supported pages", supported.empty() ? "none" : joined(supported, " "));
     for (const auto& [code, page] : record.m_pages) {
         const Bytes bytes = bytesOf(page);
-        text += "\n" + pageTitle(code, bytes.size()) + "\n" + dump(bytes);
+        text += "\n" + pageTitle(code, bytes.size()) + "\n" + pageDump(bytes);
     }
     return text;
 }

@@ -1,17 +1,27 @@
 #ifndef SCSITOOL_CLI_INQUIRY_TEXT_H
 #define SCSITOOL_CLI_INQUIRY_TEXT_H
 
-#include <map>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "cli/report.h"
 #include "scsi/device_scsi_data.h"
+#include "udid/explanation.h"
 
 namespace cli {
 
 /// The key of a page in JSON and on the command line: "std" for the standard INQUIRY data, else
 /// the VPD page code as two lower-case hexadecimal digits.
 std::string pageKey(unsigned page);
+
+/// What a page is and how many bytes it has, in one line for people.
+std::string pageTitle(unsigned page, std::size_t length);
+
+/// A page's bytes with offsets in front and characters behind. Those of `marked`, which are in
+/// order and apart from each other, stand in brackets.
+std::string pageDump(const std::vector<std::uint8_t>& bytes,
+                     const std::vector<udid::ByteRange>& marked = {});
 
 /// A record as JSON.
 Json recordJson(const CScsiDeviceData& record);

@@ -52,7 +52,7 @@ inline std::vector<FamilySample> familySamples() {
     msaNames.designator(2, 0, 1, Bytes(40, ' ')).text(28, "HP      ");
     msaNames.text(36, "600C0FF000D5A1B2C3D4E5F601000000");
     Page netAppNames = unitNames();
-    netAppNames.cut(40).bytes(21, counting(12, 0x6E));
+    netAppNames.cut(40).pageLength(36).bytes(21, counting(12, 0x6E));
     Page controllerReply = Page(Bytes(4096));
     controllerReply.set(8, 0x22).set(11, 64).text(36, "4082368-508");
 
