@@ -311,13 +311,12 @@ TEST(MapRemoval, FailureIsTracedWithOutputAndStatus) {
     TraceCapture trace;
     TracedDiscovery discovery(trace);
     discovery.removeDevice("/dev/mapper/mpatha");
+    const std::string command = "[/usr/sbin/dmsetup remove /dev/mapper/mpatha]";
     EXPECT_EQ(trace.stableLines(),
               (Texts{"[6] Entering Function removeDevice [N, device_discovery_linux]",
-                     "[3] CLinuxDeviceDiscovery::removeDevice - Executing "
-                     "command:[/usr/sbin/dmsetup remove /dev/mapper/mpatha]",
-                     "[2] CLinuxDeviceDiscovery::removeDevice - command  failed "
-                     "[/usr/sbin/dmsetup remove /dev/mapper/mpatha] with output [device "
-                     "busyCommand failed]",
+                     "[3] CLinuxDeviceDiscovery::removeDevice - Executing command:" + command,
+                     "[2] CLinuxDeviceDiscovery::removeDevice - command  failed " + command +
+                         " with output [device busyCommand failed]",
                      "[2] CLinuxDeviceDiscovery::removeDevice - Return code: 1",
                      "[6] Exiting Function removeDevice [N, device_discovery_linux]"}));
 }

@@ -13,7 +13,6 @@
 
 namespace {
 
-using recording::RecordedCommand;
 using recording::RecordedHostData;
 using test::appended;
 using test::kScsiTable;
@@ -135,14 +134,15 @@ TEST(RescanScript, MissingScriptIsToldToTheOperator) {
     TracedDiscovery discovery(trace);
     EXPECT_EQ(discovery.executeRescanScsiScript(" -d"), 6);
     EXPECT_EQ(host.effects(), Texts{});
+    const std::string told =
+        "[8] Failed to open rescan script:/usr/bin/rescan-scsi-bus.sh. Snapshot disks will not be "
+        "visible to the host to be protected.";
     EXPECT_EQ(trace.stableLines(),
               (Texts{"[6] Entering Function executeRescanScsiScript [N, device_discovery_linux]",
                      "[3] Info:Trying with rescan-scsi-bus.sh",
                      "[3] Info: failed to open file[/bin/rescan-scsi-bus.sh]",
                      "[3] Info:Trying with [/usr/bin/rescan-scsi-bus.sh]",
-                     "[3] Info: failed to open file[/usr/bin/rescan-scsi-bus.sh]",
-                     "[8] Failed to open rescan script:/usr/bin/rescan-scsi-bus.sh. Snapshot disks "
-                     "will not be visible to the host to be protected.",
+                     "[3] Info: failed to open file[/usr/bin/rescan-scsi-bus.sh]", told,
                      "[6] Exiting Function executeRescanScsiScript [N, device_discovery_linux]"}));
 }
 

@@ -217,15 +217,16 @@ TEST(PortNames, ScsiHostsAreReadInBothLayouts) {
     EXPECT_EQ(wwpn.getWWPN(), (Texts{"0xa@@host0", "0xc@@host1"}));
     EXPECT_EQ(host.effects(), (Texts{ran(kListQla2xxx), ran(kListQla2300), ran(kListLpfc),
                                      ran(kListFcHosts), ran(kListScsiHosts)}));
-    EXPECT_EQ(trace.lines(), (Texts{"[3] Entering fuction getWWPN",
-                                    "[1] Error: command /bin/ls /proc/scsi/qla2xxx/ failed.\n",
-                                    "[1] Error: command /bin/ls /proc/scsi/qla2300/ failed.\n",
-                                    "[1] Error: command /bin/ls /proc/scsi/lpfc/ failed.\n",
-                                    "[1] Error: command /bin/ls /sys/class/fc_host/ failed.\n",
-                                    "[1] Error: failed to open file "
-                                    "/sys/class/scsi_host/host2/device/fc_host/host2/port_name and "
-                                    "/sys/class/scsi_host/host2/device/fc_host:host2/port_name",
-                                    "[3] Exiting fuction getWWPN"}));
+    const std::string device = "/sys/class/scsi_host/host2/device/";
+    EXPECT_EQ(trace.lines(),
+              (Texts{"[3] Entering fuction getWWPN",
+                     "[1] Error: command /bin/ls /proc/scsi/qla2xxx/ failed.\n",
+                     "[1] Error: command /bin/ls /proc/scsi/qla2300/ failed.\n",
+                     "[1] Error: command /bin/ls /proc/scsi/lpfc/ failed.\n",
+                     "[1] Error: command /bin/ls /sys/class/fc_host/ failed.\n",
+                     "[1] Error: failed to open file " + device + "fc_host/host2/port_name and " +
+                         device + "fc_host:host2/port_name",
+                     "[3] Exiting fuction getWWPN"}));
 }
 
 TEST(PortNames, ShortScsiHostEndsTheDiscoveryToo) {
