@@ -32,6 +32,7 @@ def run(guest, _, checks):
     nodes = family_nodes(guest)
     check_families(guest, checks, nodes)
     check_explanations(guest, checks, nodes)
+    check_untrusted_address(guest, checks)
     check_new_unit(guest, checks)
     check_withdrawn_unit(guest, checks, nodes)
     check_logout(guest, checks)
@@ -60,9 +61,17 @@ def check_name_and_discovery(guest, checks):
 
 def check_login(guest, checks):
     """Login brings a session and the disks."""
+    check_dry_run(guest, checks, "login")
+    checks.true("a dry run opens no session", guest.run("iscsiadm -m session", status=None).status != 0)
     checks.equal("iscsi login ends well", guest.scsitool("iscsi", "login", IQN)["result"], 0)
     checks.contains("iscsi login opens a session", guest.run("iscsiadm -m session").stdout, IQN)
     disks_of.wait_for_disks(guest, len(FAMILIES))
+
+
+def check_dry_run(guest, checks, word):
+    """A dry run tells the command and leaves it undone."""
+    checks.equal(f"dry run of iscsi {word}", guest.dry_run("iscsi", word, IQN),
+                 [{"effect": "command", "command": f"/sbin/iscsiadm -m node -T {IQN} --{word}", "timeout": 600}])
 
 
 def check_families(guest, checks, nodes):
@@ -76,8 +85,25 @@ def check_families(guest, checks, nodes):
 def check_explanations(guest, checks, nodes):
     """`explain` ends in the same UDID."""
     for lun in (0, 1, 3, 5, 300):
-        text = guest.run(["scsitool", "explain", nodes[lun]]).stdout
-        checks.contains(f"explain names the UDID of {FAMILIES[lun].what}", text, FAMILIES[lun].udid)
+        explained = guest.run(["scsitool", "explain", nodes[lun]], status=None)
+        checks.contains(f"explain names the UDID of {FAMILIES[lun].what}", str(explained), FAMILIES[lun].udid)
+
+
+def check_untrusted_address(guest, checks):
+    """A number above 255 is not told from another one by the kernel's address word: no removal by it."""
+    lun = FLAT_SPACE | 300
+    host = disks_of.host_of_driver(guest, "iscsi_tcp")
+    before = disks_of.disks_by_address(guest)
+    checks.contains("the disk that nobody may remove is there", before, f"{host}:0:0:{lun}")
+    refused = guest.run(["scsitool", "remove-address", host, "0", "0", str(lun)], status=None)
+    checks.equal("removal by a number above 255 is refused",
+                 [refused.status, refused.stdout, refused.stderr.count("\n")], [1, "", 1])
+    checks.contains("the way round the refusal is named", refused.stderr, "--force")
+    failed = guest.run(["scsitool", "remove-address", host, "0", "0", "0"], status=None)
+    checks.equal("removal by address fails on a kernel without /proc/scsi/scsi",
+                 [failed.status, failed.stdout, failed.stderr.count("\n")], [1, "", 1])
+    checks.contains("the missing file is named", failed.stderr, "/proc/scsi/scsi")
+    checks.equal("neither took a disk away", disks_of.disks_by_address(guest), before)
 
 
 def check_new_unit(guest, checks):
@@ -101,6 +127,8 @@ def check_withdrawn_unit(guest, checks, nodes):
 
 def check_logout(guest, checks):
     """Logout takes the session and the disks away."""
+    check_dry_run(guest, checks, "logout")
+    checks.contains("a dry run closes no session", guest.run("iscsiadm -m session").stdout, IQN)
     checks.equal("iscsi logout ends well", guest.scsitool("iscsi", "logout", IQN)["result"], 0)
     guest.wait_for("the disks to go", "! ls /sys/block | grep -q '^sd'")
     checks.true("iscsi logout closes the session", guest.run("iscsiadm -m session", status=None).status != 0)

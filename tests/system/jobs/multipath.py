@@ -11,7 +11,6 @@ IQN = "iqn.2026-01.lab.example:paths"
 LUNS = [0, 1, 7, 11]
 PATHS = len(PORTALS)
 MULTIPATH_CLAIM = 16
-JOURNAL = "/tmp/journal"
 
 target = Target(IQN, {lun: FAMILIES[lun].unit for lun in LUNS})
 
@@ -87,18 +86,11 @@ def existing_maps(guest):
     return [f"/dev/mapper/{name}" for name in guest.run("ls /dev/mapper").stdout.split() if name != "control"]
 
 
-def journal_of_dry_run(guest, *arguments):
-    """The effects that a command would have, in order."""
-    guest.run(["rm", "-f", JOURNAL])
-    guest.run(["scsitool", "--dry-run", "--journal", JOURNAL, *arguments])
-    return guest.journal(JOURNAL)
-
-
 def check_dry_run(guest, checks, names):
     """A dry run tells the commands in their order and leaves everything as it is."""
-    checks.equal("dry run of remove", journal_of_dry_run(guest, "remove", names[0]),
+    checks.equal("dry run of remove", guest.dry_run("remove", names[0]),
                  [{"effect": "command", "command": f"/usr/sbin/dmsetup remove {names[0]}", "timeout": 600}])
-    checks.equal("dry run of flush-multipath", journal_of_dry_run(guest, "flush-multipath"),
+    checks.equal("dry run of flush-multipath", guest.dry_run("flush-multipath"),
                  [{"effect": "command", "command": "/sbin/multipath -F", "timeout": 600}])
     checks.equal("a dry run takes no map away", existing_maps(guest), names)
 

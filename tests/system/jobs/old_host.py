@@ -6,7 +6,6 @@ from lab.proc_scsi import DRIVER_NAME, GUEST_FOLDER, OLD_RELEASE
 TYPICAL_SECONDS = 25
 
 DISKS = 3
-JOURNAL = "/tmp/journal"
 LOAD_DRIVERS = f"""
 modprobe -a scsi_common crc-t10dif
 insmod /{GUEST_FOLDER}/scsi_mod.ko
@@ -48,18 +47,12 @@ def check_inventory(guest, checks):
 def check_removal_of_address(guest, checks):
     """`remove-address` takes one disk from the kernel."""
     before = addresses(guest)
-    checks.equal("dry run of remove-address", journal_of_dry_run(guest, "remove-address", "0", "0", "0", "1")[0],
+    checks.equal("dry run of remove-address", guest.dry_run("remove-address", "0", "0", "0", "1")[0],
                  removal_of("0 0 0 1"))
     checks.equal("a dry run removes nothing", addresses(guest), before)
     guest.scsitool("remove-address", "0", "0", "0", "1")
     checks.equal("remove-address takes one disk away", addresses(guest), [[0, 0, 0, 0], [0, 0, 0, 2]])
     checks.equal("bus no longer lists it", guest.scsitool("bus")["devices"], [[0, 0, 0, 0], [0, 0, 0, 2]])
-
-
-def journal_of_dry_run(guest, *arguments):
-    """The effects that a command would have, in order."""
-    guest.run(["scsitool", "--dry-run", "--journal", JOURNAL, *arguments])
-    return guest.journal(JOURNAL)
 
 
 def removal_of(address):
@@ -79,7 +72,7 @@ def check_rescan(guest, checks):
 def check_dead_removal(guest, checks):
     """`remove-dead` takes the address away at which no disk answers any more."""
     guest.run(f"echo {DISKS - 1} >/sys/bus/pseudo/drivers/{DRIVER_NAME}/max_luns")
-    checks.equal("dry run of remove-dead", journal_of_dry_run(guest, "remove-dead")[0], removal_of("0 0 0 2"))
+    checks.equal("dry run of remove-dead", guest.dry_run("remove-dead")[0], removal_of("0 0 0 2"))
     checks.equal("a dry run removes no dead address", len(addresses(guest)), DISKS)
     checks.equal("remove-dead names what it removed", guest.scsitool("remove-dead")["addresses"],
                  [[0, 0, 0, 2]])

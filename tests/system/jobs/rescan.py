@@ -14,7 +14,6 @@ if grep -q 'Device_type=' {SCRIPT} && ! sg_inq /dev/sda | grep -q 'Device_type='
 fi
 """
 NEW_LUN = 5
-JOURNAL = "/tmp/journal"
 
 
 def hardware():
@@ -53,9 +52,9 @@ def present_disk(machine):
 
 def check_dry_run(guest, checks, known):
     """A dry run tells the script's command and finds nothing."""
-    guest.run(["scsitool", "--dry-run", "--journal", JOURNAL, "rescan"])
-    commands = [effect["command"] for effect in guest.journal(JOURNAL) if effect["effect"] == "command"]
-    checks.equal("dry run of rescan", commands, ["/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d"])
+    checks.equal("dry run of rescan", guest.dry_run("rescan"),
+                 [{"effect": "command", "command": "/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d",
+                   "timeout": 600}])
     checks.equal("a dry run finds no disk", udids(guest), known)
 
 

@@ -11,6 +11,7 @@ WAIT_SECONDS = 60
 # The guest ends a command at its limit; the host waits a little longer for that news.
 GRACE_SECONDS = 30
 TIMED_OUT = 124
+JOURNAL = "/run/journal"
 MAXIMUM_ANSWER_LINE = 200
 
 
@@ -72,9 +73,10 @@ class Guest:
         if self._ask(loop, seconds).status != 0:
             raise GuestError(f"waited {seconds} s in vain for {what}\nconsole:\n{self._machine.console_tail()}")
 
-    def journal(self, path):
-        """The effects that a journal of the command holds, in order."""
-        return [json.loads(line) for line in self.run(["cat", path]).stdout.splitlines()]
+    def dry_run(self, *arguments):
+        """The effects, in order, that the command would have: its journal of a dry run."""
+        self.run(["scsitool", "--dry-run", "--journal", JOURNAL, *arguments])
+        return [json.loads(line) for line in self.run(["cat", JOURNAL]).stdout.splitlines()]
 
     def _ask(self, command, seconds):
         script = command if isinstance(command, str) else shlex.join(command)
