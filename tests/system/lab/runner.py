@@ -148,44 +148,50 @@ def concatenate(target, parts):
     return target
 
 
-def prepare_guests(arguments, names, work, report):
-    """The guest files for both kinds of host, and the jobs that can run with them."""
-    overlay = work / "command"
-    if not arguments.build_only:
-        write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
+def build_guests(names, work, report):
+    """The guest, what an old host needs beside it or None, and the jobs that can run."""
+    old_jobs = [name for name in names if load_job(name).hardware().old_host]
     with open_cache(say) as (cache, source):
         image = prepare_image(cache, source, say)
-        old_jobs = [name for name in names if load_job(name).hardware().old_host]
+        if not old_jobs:
+            return image, None, names
         try:
-            modules = prepare_modules(cache, source, say) if old_jobs else None
-            old_kernel = work / "old-kernel"
-            if modules:
-                write_old_release(image.kernel, old_kernel)
+            modules = prepare_modules(cache, source, say)
+            kernel = work / "old-kernel"
+            write_old_release(image.kernel, kernel)
         except NotOffered as reason:
             report.skip(old_jobs, str(reason))
-            names = [name for name in names if name not in old_jobs]
-            modules = None
-        if arguments.build_only:
-            say(f"the guest is ready in {image.folder}")
-            return None, None, []
-        usual = GuestFiles(image.kernel, concatenate(work / "ramdisk", [image.base, overlay]))
-        old = modules and GuestFiles(old_kernel, concatenate(work / "old-ramdisk", [image.base, overlay, modules]))
-    return usual, old, names
+            return image, None, [name for name in names if name not in old_jobs]
+    return image, GuestFiles(kernel, modules), names
 
 
 def run_jobs(arguments, names, report):
     """Builds what is missing and runs the jobs."""
     require_tools()
     with tempfile.TemporaryDirectory(prefix="scsitool-system-") as folder:
-        usual, old, names = prepare_guests(arguments, names, Path(folder), report)
-        laboratory = Laboratory(usual, old, arguments.console_dir, report)
-        with concurrent.futures.ThreadPoolExecutor(max(arguments.parallel, 1)) as pool:
-            try:
-                list(pool.map(laboratory.run_job, names))
-            except BaseException:
-                pool.shutdown(wait=False, cancel_futures=True)
-                Machine.end_all()
-                raise
+        work = Path(folder)
+        overlay = work / "command"
+        if not arguments.build_only:
+            write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
+        image, old, names = build_guests(names, work, report)
+        if arguments.build_only:
+            say(f"the guest is ready in {image.folder}")
+            return
+        usual = GuestFiles(image.kernel, concatenate(work / "ramdisk", [image.base, overlay]))
+        if old:
+            old = GuestFiles(old.kernel, concatenate(work / "old-ramdisk", [usual.ramdisk, old.ramdisk]))
+        run_in_parallel(Laboratory(usual, old, arguments.console_dir, report), names, arguments.parallel)
+
+
+def run_in_parallel(laboratory, names, machines):
+    """Runs the jobs with so many machines at a time."""
+    with concurrent.futures.ThreadPoolExecutor(max(machines, 1)) as pool:
+        try:
+            list(pool.map(laboratory.run_job, names))
+        except BaseException:
+            pool.shutdown(wait=False, cancel_futures=True)
+            Machine.end_all()
+            raise
 
 
 def main():
