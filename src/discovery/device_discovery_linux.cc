@@ -33,23 +33,24 @@ RecordPointer newRecord(const std::string& deviceName, const std::string& hostNa
                                              none, 0);
 }
 
-bool canBeOpened(CScsiDeviceData& record) {
-    // The handle has no trace log: a device that does not open is told by the enumeration alone.
-    CScsiDeviceHandle handle;
-    return handle.open(record, true) != -1;
-}
-
 // The list owns the record once it has grown: no record is lost when it cannot.
 void append(std::vector<CScsiDeviceData*>& devices, RecordPointer record) {
     devices.push_back(record.get());
     static_cast<void>(record.release());
 }
 
+// The handle is one without a trace log: that a device does not open is told by the enumeration
+// alone.
+bool opens(CScsiDeviceHandle& handle, CScsiDeviceData& record) {
+    return handle.open(record, true) != -1;
+}
+
 // Keeps a record whose device can be opened; `kind` is "DMP" or "Native".
 void keepIfItOpens(CLinuxDeviceDiscovery& discovery, const char* kind, RecordPointer record,
                    std::vector<CScsiDeviceData*>& devices) {
     const char* const path = record->m_deviceName.c_str();
-    if (!canBeOpened(*record)) {
+    CScsiDeviceHandle handle;
+    if (!opens(handle, *record)) {
         traceTo(discovery.m_traceLog, 3, "INFO: %s device %s deleted.", kind, path);
         return;
     }
@@ -58,13 +59,28 @@ void keepIfItOpens(CLinuxDeviceDiscovery& discovery, const char* kind, RecordPoi
             path, kind);
 }
 
-// The host's name as far as a buffer of 255 bytes holds it; empty when it cannot be read.
-std::string hostNameOf(host::Host& host) {
-    std::string name;
+// What gethostname does with a buffer of 255 bytes: a name that does not fit into it together with
+// its NUL is cut and refused. False when the name was refused or cannot be read.
+bool readHostName(host::Host& host, std::string& name) {
     if (host.hostName(name) < 0) {
-        return std::string();
+        name.clear();
+        return false;
     }
-    return name.substr(0, kHostNameSize - 1);
+    if (name.size() < kHostNameSize) {
+        return true;
+    }
+    name.resize(kHostNameSize - 1);
+    return false;
+}
+
+// A record of a multipath pseudo-device.
+RecordPointer pseudoRecord(const std::string& path, const SDeviceInfo& info,
+                           const std::string& hostName) {
+    RecordPointer record = newRecord(path, hostName);
+    record->m_dmpClaimLevel = info.dmpClaimLevel;
+    record->m_busType = 1;
+    record->m_multipath = 1;
+    return record;
 }
 
 // The name in a line of /proc/partitions, at most 8 characters; false for any other line.
@@ -99,7 +115,8 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
     };
     try {
         DeviceMap pseudoDevices;
-        const std::string hostName = hostNameOf(host::current());
+        std::string hostName;
+        readHostName(host::current(), hostName);
         m_dmpDiscoveryManager.registerTraceLog(m_traceLog);
         m_dmpDiscoveryManager.enumerateDmpDevices(pseudoDevices);
         traceTo(m_traceLog, 3, "INFO: enumerate DMP devices returned [%ld] devices",
@@ -107,11 +124,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
         for (const auto& [path, info] : pseudoDevices) {
             if (passes(path)) {
                 traceTo(m_traceLog, 3, "dmp: %s", path.c_str());
-                auto record = newRecord(path, hostName);
-                record->m_dmpClaimLevel = info.dmpClaimLevel;
-                record->m_busType = 1;
-                record->m_multipath = 1;
-                keepIfItOpens(*this, "DMP", std::move(record), devices);
+                keepIfItOpens(*this, "DMP", pseudoRecord(path, info, hostName), devices);
             }
         }
         for (const std::string& path : enumerateNativeDevicePaths()) {
@@ -131,9 +144,11 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::validateEnumerateDevices(
     const CFiTraceLogFunction function(m_traceLog, "validateEnumerateDevices", kSource);
     std::vector<CScsiDeviceData*> devices;
     try {
-        const std::string hostName = hostNameOf(host::current());
+        std::string hostName;
+        readHostName(host::current(), hostName);
         auto record = newRecord(deviceName, hostName);
-        if (canBeOpened(*record)) {
+        CScsiDeviceHandle handle;
+        if (opens(handle, *record)) {
             append(devices, std::move(record));
         }
     } catch (...) {
@@ -215,7 +230,7 @@ int CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt(std::vector<CScsiDevice
     const CFiTraceLogFunction function(m_traceLog, "enumerateNativeDevicePathsExt", kSource);
     try {
         std::string hostName;
-        if (host::current().hostName(hostName) < 0) {
+        if (!readHostName(host::current(), hostName)) {
             traceTo(m_traceLog, 1, "Failed to get the hostname");
             return scsi::kFailure;
         }
@@ -225,7 +240,7 @@ int CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt(std::vector<CScsiDevice
             return scsi::kFailure;
         }
         for (const std::string& path : paths) {
-            const RecordPointer owned = newRecord(path, hostName.substr(0, kHostNameSize));
+            const RecordPointer owned = newRecord(path, hostName);
             CScsiDeviceData& record = *owned;
             unsigned long sizeKb = 0;
             if (getDiskSize(path, sizeKb) == 0) {
@@ -233,7 +248,8 @@ int CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt(std::vector<CScsiDevice
             }
             record.m_busType = 1;
             record.m_multipath = 1;
-            if (!canBeOpened(record)) {
+            CScsiDeviceHandle handle;
+            if (!opens(handle, record)) {
                 traceTo(m_traceLog, 3, "INFO: Native device %s ignored.", path.c_str());
                 continue;
             }

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr unsigned kSupportedPages = 0;
+constexpr std::size_t kHostNameSize = 512;
 
 // Fills `info` where the record has what the extraction needs.
 bool findIdentifier(CScsiDeviceData& device, CDeviceScsiInfo& info) {
@@ -57,7 +58,8 @@ std::string CDefaultUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         return body.str();
     }
     std::string hostName;
-    if (host::current().hostName(hostName) < 0) {
+    // gethostname refuses a name that does not fit into its buffer together with the NUL.
+    if (host::current().hostName(hostName) < 0 || hostName.size() >= kHostNameSize) {
         hostName = "UNKNOWN";
     }
     body.piece({udid::Format::kDeviceName, udid::kNoPage, 0, 0, device->m_deviceName});

@@ -75,10 +75,10 @@ class Records {
 
 }  // namespace
 
-CUDIDFactory::CUDIDFactory()
-    : m_generators(udid::createGenerators()),
-      m_taqGenerator(new CTAQUdidGenerator("TAQ", "TAQ")),
-      m_taqMode(false) {}
+CUDIDFactory::CUDIDFactory() : m_taqGenerator(nullptr), m_taqMode(false) {
+    m_generators = udid::createGenerators();
+    m_taqGenerator = new CTAQUdidGenerator("TAQ", "TAQ");
+}
 
 CUDIDFactory::~CUDIDFactory() {
     // The other generators stay: whoever took one from the list may still hold it.

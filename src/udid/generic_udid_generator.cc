@@ -58,12 +58,17 @@ constexpr std::size_t kGroupSize = 8;
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
+// What is read of a descriptor whatever its length: the NAA digit and the port group's number stand
+// in the first four bytes of the identifier.
+constexpr std::size_t kLeastRead = kDescriptorHeader + 4;
+
 // A descriptor, or a whole page, as contiguous bytes: those of the page where it holds all of them,
 // else a copy that is made whole with zeros.
 class WholeBytes {
   public:
     WholeBytes(const scsi::PageView& view, std::size_t offset) {
-        const std::size_t length = kDescriptorHeader + view[offset + 3];
+        const std::size_t length =
+            std::max(kDescriptorHeader + std::size_t{view[offset + 3]}, kLeastRead);
         if (offset + length <= view.length()) {
             m_data = view.data() + offset;
             return;
@@ -133,8 +138,68 @@ void appendIdentifier(char* serial, std::size_t position, std::size_t size,
     }
 }
 
-const char* holderOf(const CDeviceScsiInfo& info) {
-    return info.devicePath;
+// An NAA identifier in its two halves; what follows the first 16 digits is the vendor's extension.
+void copyWwn(const char* value, char* wwn, char* extension) {
+    const std::size_t taken = V_strlncpy(wwn, kWwnSize, value, kWwnSize - 1);
+    if (extension != nullptr) {
+        V_strlncpy(extension, kWwnSize, value + taken, kWwnSize - 1);
+    }
+}
+
+// Where the search for an identifier puts what it finds.
+struct Buffers {
+    char* serial;
+    char* serialShort;
+    int maxLength;
+    char* wwn;
+    char* wwnVendorExtension;
+    char* tgptGroup;
+};
+
+// Offers every descriptor of page 0x83 for one row of the table. `start` is then the descriptor
+// that was taken, if one was.
+int searchRow(CGenericUdidGenerator& generator, CDeviceScsiInfo& info, const scsi::PageView& view,
+              std::size_t row, const Buffers& out, std::size_t& start) {
+    static constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage83";
+    const auto& log = generator.m_traceLog;
+    const SScsiIdSearchValues& wanted = kSearchTable[row];
+    const int number = static_cast<int>(row);
+    for (start = kPageHeader; start <= view[3] + std::size_t{3};
+         start += kDescriptorHeader + view[start + 3]) {
+        const WholeBytes descriptor(view, start);
+        const int status = generator.checkFillIdPage0x83(
+            info, descriptor.data(), wanted, out.serial, out.serialShort, out.maxLength, out.wwn,
+            out.wwnVendorExtension, out.tgptGroup);
+        traceTo(log, 6, "%s: %s id desc %d/%d/%d\n", kName, kName, wanted.idType, wanted.naaType,
+                wanted.codeSet);
+        if (status == kTaken) {
+            traceTo(log, 6, "%s: For device:[%s], identifier:[%d] is used", kName, info.devicePath,
+                    number);
+            return status;
+        }
+        if (status < 0) {
+            traceTo(log, 2, "%s: For device:[%s], query for Identifier:[%d] failed", kName,
+                    info.devicePath, number);
+            return status;
+        }
+        traceTo(log, 6, "%s:For device:[%s], identifier:[%d] is not used", kName, info.devicePath,
+                number);
+    }
+    return kNotTaken;
+}
+
+// The fields that do not depend on which identifier was found.
+void fillIdentity(CScsiDeviceData& device, const std::string& enclosure, CDeviceScsiInfo& info) {
+    V_strlcpy(info.vendor, udid::trimVendor(device).c_str(), sizeof info.vendor);
+    V_strlcpy(info.model, device.GetProductId().c_str(), sizeof info.model);
+    V_strlcpy(info.revision, device.m_firmwareLevel.c_str(), sizeof info.revision);
+    V_strlcpy(info.unitSerialNumber, enclosure.c_str(), sizeof info.unitSerialNumber);
+    if (udid::Evidence* const evidence = udid::evidenceOf(device)) {
+        const udid::SourcePage page = udid::takePage(device, kUnitSerialNumber);
+        evidence->foundField("unitSerialNumber",
+                             {udid::Format::kTrimmedText, kUnitSerialNumber, kPageHeader,
+                              page.view[3], info.unitSerialNumber});
+    }
 }
 
 // Reports where the short serial came from.
@@ -166,7 +231,7 @@ std::string CGenericUdidGenerator::getUniqueDeviceID(CScsiDeviceData* /*device*/
 int CGenericUdidGenerator::getDeviceScsiInfo(CScsiDeviceData* device, CDeviceScsiInfo& info) {
     static constexpr char kName[] = "CGenericUdidGenerator::getDeviceScsiInfo";
     V_strlcpy(info.devicePath, device->m_deviceName.c_str(), sizeof info.devicePath);
-    const char* const path = holderOf(info);
+    const char* const path = info.devicePath;
     constexpr int kMaxLength = sizeof info.serial;
     if (getInformationFromPage83(device, info, info.serial, info.serialShort, kMaxLength,
                                  info.unitSerialNumber, info.wwn, info.wwnVendorExtension,
@@ -187,17 +252,7 @@ int CGenericUdidGenerator::getDeviceScsiInfo(CScsiDeviceData* device, CDeviceScs
         traceTo(m_traceLog, 6, "%s: For device:[%s]. Serial number using page 0x80[%s]", kName,
                 path, info.serialShort);
     }
-    const std::string enclosure = CStringTool::trim(getEnclousureId(device));
-    V_strlcpy(info.vendor, udid::trimVendor(*device).c_str(), sizeof info.vendor);
-    V_strlcpy(info.model, device->GetProductId().c_str(), sizeof info.model);
-    V_strlcpy(info.revision, device->m_firmwareLevel.c_str(), sizeof info.revision);
-    V_strlcpy(info.unitSerialNumber, enclosure.c_str(), sizeof info.unitSerialNumber);
-    if (udid::Evidence* const evidence = udid::evidenceOf(*device)) {
-        const udid::SourcePage page = udid::takePage(*device, kUnitSerialNumber);
-        evidence->foundField("unitSerialNumber",
-                             {udid::Format::kTrimmedText, kUnitSerialNumber, kPageHeader,
-                              page.view[3], info.unitSerialNumber});
-    }
+    fillIdentity(*device, CStringTool::trim(getEnclousureId(device)), info);
     printDeviceScsiInfo(info);
     return kTaken;
 }
@@ -230,33 +285,19 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
                           digits / 2, serialShort);
         return status;
     }
+    const Buffers out = {serial, serialShort, maxLength, wwn, wwnVendorExtension, tgptGroup};
     for (std::size_t row = 0; row < kSearchTable.size(); ++row) {
-        const SScsiIdSearchValues& wanted = kSearchTable[row];
-        for (std::size_t start = kPageHeader; start <= view[3] + std::size_t{3};
-             start += kDescriptorHeader + view[start + 3]) {
-            const WholeBytes descriptor(view, start);
-            const int status =
-                checkFillIdPage0x83(info, descriptor.data(), wanted, serial, serialShort, maxLength,
-                                    wwn, wwnVendorExtension, tgptGroup);
-            traceTo(m_traceLog, 6, "%s: %s id desc %d/%d/%d\n", kName, kName, wanted.idType,
-                    wanted.naaType, wanted.codeSet);
-            if (status == kTaken) {
-                traceTo(m_traceLog, 6, "%s: For device:[%s], identifier:[%d] is used", kName,
-                        holderOf(info), static_cast<int>(row));
-                reportShortSerial(
-                    *device,
-                    wanted.codeSet == kBinary ? udid::Format::kHexLower : udid::Format::kText,
-                    page.code, start + kDescriptorHeader, view[start + 3], serialShort);
-                return kTaken;
-            }
-            if (status < 0) {
-                traceTo(m_traceLog, 2, "%s: For device:[%s], query for Identifier:[%d] failed",
-                        kName, holderOf(info), static_cast<int>(row));
-                return status;
-            }
-            traceTo(m_traceLog, 6, "%s:For device:[%s], identifier:[%d] is not used", kName,
-                    holderOf(info), static_cast<int>(row));
+        std::size_t start = 0;
+        const int status = searchRow(*this, info, view, row, out, start);
+        if (status == kNotTaken) {
+            continue;
         }
+        if (status == kTaken) {
+            const bool binary = kSearchTable[row].codeSet == kBinary;
+            reportShortSerial(*device, binary ? udid::Format::kHexLower : udid::Format::kText,
+                              page.code, start + kDescriptorHeader, view[start + 3], serialShort);
+        }
+        return status;
     }
     return kNotTaken;
 }
@@ -267,7 +308,7 @@ int CGenericUdidGenerator::checkFillIdPage0x83(CDeviceScsiInfo& info,
                                                char* serialShort, int maxLength, char* wwn,
                                                char* wwnVendorExtension, char* tgptGroup) {
     static constexpr char kName[] = "CGenericUdidGenerator::checkFillIdPage0x83";
-    const char* const path = holderOf(info);
+    const char* const path = info.devicePath;
     if (!isWanted(*this, descriptor, searchRow, path, kName)) {
         return kNotTaken;
     }
@@ -299,11 +340,7 @@ int CGenericUdidGenerator::checkFillIdPage0x83(CDeviceScsiInfo& info,
     appendIdentifier(serial, value, static_cast<std::size_t>(maxLength), descriptor, binary);
     V_strlcpy(serialShort, serial + value, static_cast<std::size_t>(maxLength));
     if (searchRow.idType == kNaa && wwn != nullptr) {
-        V_strlncpy(wwn, kWwnSize, serial + value, kWwnSize - 1);
-        if (wwnVendorExtension != nullptr) {
-            const std::size_t taken = V_strnlen(wwn, kWwnSize);
-            V_strlncpy(wwnVendorExtension, kWwnSize, serial + value + taken, kWwnSize - 1);
-        }
+        copyWwn(serial + value, wwn, wwnVendorExtension);
     }
     return kTaken;
 }
@@ -314,7 +351,7 @@ int CGenericUdidGenerator::checkFillPreSPC3Page0x83(CDeviceScsiInfo& info,
                                                     char* serial, char* serialShort,
                                                     int maxLength) {
     static constexpr char kName[] = "CGenericUdidGenerator::checkFillPreSPC3Page0x83";
-    traceTo(m_traceLog, 6, "%s:Using pre-spc3-83 for %s", kName, holderOf(info));
+    traceTo(m_traceLog, 6, "%s:Using pre-spc3-83 for %s", kName, info.devicePath);
     const std::size_t size = static_cast<std::size_t>(maxLength);
     serial[0] = kHexDigits[searchRow.idType & 0xF];
     writeHex(serial, 1, size - 3, page + kPageHeader, page[3]);
@@ -328,7 +365,7 @@ int CGenericUdidGenerator::getInformationFromPage80(CScsiDeviceData* device, CDe
                                                     char* serial, char* serialShort,
                                                     int maxLength) {
     static constexpr char kName[] = "CGenericUdidGenerator::getInformationFromPage80";
-    const char* const path = holderOf(info);
+    const char* const path = info.devicePath;
     const udid::SourcePage page = udid::takePage(*device, kUnitSerialNumber);
     if (!page.view.hasBuffer()) {
         traceTo(m_traceLog, 1, "%s: For device:[%s], page 0x80 is NULL", kName, path);

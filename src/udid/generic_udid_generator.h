@@ -36,8 +36,8 @@ class SCSITOOL_EXPORT CGenericUdidGenerator : public CUdidGenerator {
     int getInformationFromPage83(CScsiDeviceData* device, CDeviceScsiInfo& info, char* serial,
                                  char* serialShort, int maxLength, char* unitSerialNumber,
                                  char* wwn, char* wwnVendorExtension, char* tgptGroup);
-    /// Takes one designation descriptor, 4 bytes and as many as its byte 3 says, if it is of the
-    /// kind that is looked for. A target port group is only recorded. `wwn`,
+    /// Takes one designation descriptor, 4 bytes and as many as its byte 3 says but at least 8, if
+    /// it is of the kind that is looked for. A target port group is only recorded. `wwn`,
     /// `wwnVendorExtension` and `tgptGroup` may be null. Gives 0 taken, 1 not taken.
     int checkFillIdPage0x83(CDeviceScsiInfo& info, const unsigned char* descriptor,
                             const SScsiIdSearchValues& searchRow, char* serial, char* serialShort,
