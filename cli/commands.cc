@@ -14,6 +14,13 @@ CommandList makeCommands() {
     commands.push_back(makeExplain());
     commands.push_back(makeDisks());
     commands.push_back(makeBus());
+    commands.push_back(makeRescan());
+    commands.push_back(makeRemove());
+    commands.push_back(makeRemoveAddress());
+    commands.push_back(makeRemoveDead());
+    commands.push_back(makeRemoveStale());
+    commands.push_back(makeFlushMultipath());
+    commands.push_back(makeIscsi());
     commands.push_back(makeWwpn());
     return commands;
 }

@@ -1,0 +1,370 @@
+#include <cerrno>
+
+#include "cli/changes.h"
+#include "cli/removed_addresses.h"
+#include "cli_harness.h"
+
+namespace {
+
+using test::CliMachine;
+using test::CliResult;
+using test::smallHost;
+using test::TempFolder;
+
+constexpr const char* kScript = "/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d";
+constexpr const char* kJournaledScript =
+    R"({"effect":"command","command":"/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d","timeout":600})";
+
+recording::RecordedHostData hostWithScript() {
+    recording::RecordedHostData data = smallHost();
+    data.files["/bin/rescan-scsi-bus.sh"] = "";
+    data.commands = {{kScript, {"Scanning SCSI subsystem"}}};
+    return data;
+}
+
+TEST(CliRescan, RunsExactlyTheBusRescan) {
+    CliMachine machine(hostWithScript());
+    const CliResult result = machine.run({"rescan"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "Scanning SCSI subsystem\n");
+    EXPECT_THAT(machine.journal(), testing::ElementsAre(kJournaledScript));
+}
+
+TEST(CliRescan, ArgumentsFollowWithABlank) {
+    CliMachine machine(hostWithScript());
+    machine.run({"rescan", "--", "--hosts=1", "-r"});
+    EXPECT_THAT(machine.journal()[0], testing::HasSubstr("--issue-lip -d --hosts=1 -r\""));
+}
+
+TEST(CliRescan, DevicesPassesRescanArgumentsOn) {
+    CliMachine machine(hostWithScript());
+    machine.run({"devices", "--rescan", "--rescan-args=--hosts=1"});
+    EXPECT_THAT(machine.journal()[0], testing::HasSubstr("--issue-lip -d --hosts=1\""));
+}
+
+TEST(CliRescan, AMissingScriptIsNamed) {
+    CliMachine machine(smallHost());
+    const CliResult result = machine.run({"rescan", "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "scsitool: rescan-scsi-bus.sh is neither in /bin nor in /usr/bin: install "
+              "sg3-utils\n");
+    EXPECT_EQ(result.json()["result"], 6);
+}
+
+TEST(CliRescan, AFailingScriptIsShownWithItsLastLine) {
+    recording::RecordedHostData data = hostWithScript();
+    data.commands = {{kScript, {"first", "no \x1b[1mroot", ""}, 3}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"rescan"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err,
+              std::string("scsitool: ") + kScript + " ended with exit status 3: no \\x1b[1mroot\n");
+}
+
+TEST(CliRescan, HowTheScriptEndedIsTold) {
+    recording::RecordedCommand ended;
+    ended.command = kScript;
+    ended.timedOut = true;
+    recording::RecordedHostData data = hostWithScript();
+    data.commands = {ended};
+    CliMachine timedOut(data);
+    EXPECT_EQ(timedOut.run({"rescan"}).err,
+              std::string("scsitool: ") + kScript + " was ended at its time limit\n");
+    ended.timedOut = false;
+    ended.signal = 11;
+    data.commands = {ended};
+    CliMachine killed(data);
+    const CliResult result = killed.run({"rescan", "--json"});
+    EXPECT_EQ(result.err, std::string("scsitool: ") + kScript + " was killed by signal 11\n");
+    EXPECT_EQ(result.json()["commands"][0].dump(),
+              std::string(R"({"command":")") + kScript + R"(","signal":11,"output":[]})");
+}
+
+TEST(CliRescan, ChangesAreEnumeratedBeforeAndAfter) {
+    CliMachine machine(hostWithScript());
+    const CliResult result = machine.run({"rescan", "--changes", "--json"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.json()["changes"].dump(), R"({"appeared":[],"disappeared":[]})");
+    EXPECT_EQ(machine.run({"rescan", "--changes"}).out, "Scanning SCSI subsystem\n\nno change\n");
+}
+
+// A disk that is there from the rescan on.
+struct GrowingHost : recording::RecordedHost {
+    GrowingHost(recording::RecordedHostData data, recording::Journal& journal)
+        : RecordedHost(std::move(data), journal) {}
+    host::CommandResult runCommand(const std::string& command, int seconds) override {
+        m_grown = true;
+        return RecordedHost::runCommand(command, seconds);
+    }
+    int readFile(const std::string& path, std::string& content) override {
+        const int result = RecordedHost::readFile(path, content);
+        if (path == "/proc/partitions" && !m_grown) {
+            content = "   8        0    1048576 sda\n";
+        }
+        return result;
+    }
+    bool m_grown = false;
+};
+
+TEST(CliRescan, ChangesShowANewPathByItsUdid) {
+    recording::RecordedHostData data = hostWithScript();
+    data.directories.clear();
+    recording::Journal journal;
+    GrowingHost host(data, journal);
+    const CliResult result = test::runCli({"rescan", "--changes"}, host);
+    EXPECT_EQ(result.out,
+              "Scanning SCSI subsystem\n\n"
+              "CHANGE    OF    UDID                                      DEVICES\n"
+              "appeared  path  UDID##ACME##DISK##AB12##5000C50012345678  /dev/sdb\n");
+}
+
+TEST(CliChanges, CompareByUdidAndTellVolumesFromPaths) {
+    const auto entry = [](const std::string& udid) {
+        SDeviceInfo info;
+        info.uid = udid;
+        return info;
+    };
+    const DeviceMap before = {{"a", entry("1")}, {"b", entry("1")}, {"c", entry("2")}};
+    const DeviceMap after = {{"a", entry("1")}, {"c", entry("3")}, {"d", entry("3")}};
+    const cli::Changes changes = cli::compareMaps(before, after);
+    EXPECT_EQ(cli::changesJson(changes).dump(),
+              R"({"appeared":[{"udid":"3","devices":["c","d"],"whole_volume":true}],)"
+              R"("disappeared":[{"udid":"1","devices":["b"],"whole_volume":false},)"
+              R"({"udid":"2","devices":["c"],"whole_volume":true}]})");
+    EXPECT_EQ(cli::changesText(cli::compareMaps(before, before), {}), "no change\n");
+}
+
+TEST(CliDryRun, ShowsWhatItWouldDoInOrderAndDoesNoneOfIt) {
+    recording::RecordedHostData data = smallHost();
+    data.files["/proc/scsi/scsi"] = "";
+    data.files["/sys/class/scsi_device/2:0:5:1/device/delete"] = "";
+    data.files["/sys/class/scsi_host/host2/scan"] = "";
+    CliMachine machine(data);
+    const CliResult result = machine.run({"--dry-run", "remove-address", "2", "0", "5", "1"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "would write \"scsi remove-single-device 2 0 5 1\\n\" to /proc/scsi/scsi\n"
+              "would write \"1\" to /sys/class/scsi_device/2:0:5:1/device/delete\n"
+              "would write \"0 5 1\\n\" to /sys/class/scsi_host/host2/scan\n");
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+}
+
+TEST(CliDryRun, JsonHasTheJournal) {
+    CliMachine machine(hostWithScript());
+    const auto document = machine.run({"--dry-run", "rescan", "--json"}).json();
+    EXPECT_EQ(document["journal"].dump(), std::string("[") + kJournaledScript + "]");
+    EXPECT_FALSE(document.contains("commands"));
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+}
+
+TEST(CliDryRun, APauseIsShown) {
+    recording::RecordedHostData data;
+    data.kernelRelease = "2.4.21";
+    data.files["/proc/scsi/scsi"] = "";
+    data.files["/proc/scsi/qla2300/1"] = "";
+    data.commands = {{"/bin/ls /proc/scsi", {"qla2300"}}, {"/bin/ls /proc/scsi/qla2300", {"1"}}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"--dry-run", "rescan"});
+    EXPECT_THAT(result.out, testing::StartsWith("would write \"scsi-qlascan\\n\" to "
+                                                "/proc/scsi/qla2300/1\nwould pause 3 s\n"));
+}
+
+TEST(CliDryRun, WithAJournalFileTheJournalGoesThere) {
+    const TempFolder folder;
+    CliMachine machine(hostWithScript());
+    const CliResult result =
+        machine.run({"--dry-run", "--journal", folder.path("journal"), "rescan"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(folder.read("journal"), std::string(kJournaledScript) + "\n");
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+}
+
+TEST(CliJournal, ALiveHostsEffectsAreJournaledAndCarriedOut) {
+    const TempFolder folder;
+    CliMachine machine(hostWithScript());
+    machine.run({"--journal", folder.path("journal"), "rescan"});
+    EXPECT_EQ(folder.read("journal"), std::string(kJournaledScript) + "\n");
+    EXPECT_THAT(machine.journal(), testing::ElementsAre(kJournaledScript));
+}
+
+TEST(CliJournal, DashIsStandardError) {
+    CliMachine machine(hostWithScript());
+    EXPECT_EQ(machine.run({"--journal", "-", "rescan"}).err, std::string(kJournaledScript) + "\n");
+}
+
+TEST(CliIscsi, IqnIsShown) {
+    recording::RecordedHostData data;
+    data.files["/sbin/iscsiadm"] = "";
+    data.files["/etc/iscsi/initiatorname.iscsi"] = "InitiatorName=iqn.2003-01.org.example:db01\n";
+    CliMachine machine(data);
+    EXPECT_EQ(machine.run({"iscsi", "iqn"}).out, "iqn.2003-01.org.example:db01\n");
+    const auto document = machine.run({"iscsi", "iqn", "--json"}).json();
+    EXPECT_EQ(document["result"], 0);
+    EXPECT_EQ(document["iqn"], "iqn.2003-01.org.example:db01");
+}
+
+TEST(CliIscsi, WhatIsMissingForTheIqnIsNamed) {
+    recording::RecordedHostData data;
+    CliMachine none(data);
+    EXPECT_EQ(none.run({"iscsi", "iqn"}).err,
+              "scsitool: there is no /sbin/iscsiadm: install open-iscsi\n");
+    data.files["/sbin/iscsiadm"] = "";
+    CliMachine noFile(data);
+    EXPECT_EQ(noFile.run({"iscsi", "iqn"}).err,
+              "scsitool: /etc/iscsi/initiatorname.iscsi cannot be read\n");
+    data.files["/etc/iscsi/initiatorname.iscsi"] = "# none\n";
+    CliMachine noName(data);
+    const CliResult result = noName.run({"iscsi", "iqn", "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.json()["result"], 0);
+    EXPECT_EQ(result.json()["error"], "/etc/iscsi/initiatorname.iscsi has no InitiatorName");
+}
+
+TEST(CliIscsi, DiscoveryPrintsTheTargets) {
+    recording::RecordedHostData data;
+    data.commands = {{"/sbin/iscsiadm -m discovery -t sendtargets -p 10.0.0.5:3260",
+                      {"10.0.0.5:3260,1 iqn.2003-01.org.example:a"}}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"iscsi", "discover", "10.0.0.5:3260"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "10.0.0.5:3260,1 iqn.2003-01.org.example:a\n");
+}
+
+TEST(CliIscsi, AFailedCommandIsAFailureThoughTheLibraryGivesZero) {
+    recording::RecordedHostData data;
+    data.commands = {{"/sbin/iscsiadm -m node -T iqn.x --login", {"iscsiadm: no record"}, 21}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"iscsi", "login", "iqn.x", "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "scsitool: /sbin/iscsiadm -m node -T iqn.x --login ended with exit status 21: "
+              "iscsiadm: no record\n");
+    EXPECT_EQ(result.json()["result"], 0);
+    EXPECT_THAT(machine.journal(), testing::ElementsAre(testing::HasSubstr("--login"),
+                                                        R"({"effect":"sleep","seconds":5})"));
+}
+
+TEST(CliIscsi, EachCommandRunsItsOperation) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"iscsi", "login", "iqn.x"}, "/sbin/iscsiadm -m node -T iqn.x --login"},
+        {{"iscsi", "logout", "iqn.x"}, "/sbin/iscsiadm -m node -T iqn.x --logout"},
+        {{"iscsi", "rescan"}, "/sbin/iscsiadm -m session -R"},
+    };
+    for (const auto& [arguments, command] : cases) {
+        recording::RecordedHostData data;
+        data.commands = {{command, {}}};
+        CliMachine machine(data);
+        EXPECT_EQ(machine.run(arguments).status, 0) << command;
+        EXPECT_THAT(machine.journal(), testing::ElementsAre(testing::HasSubstr(command)));
+    }
+}
+
+TEST(CliIscsi, WhatWouldBeMoreThanOneWordStartsNothing) {
+    for (const char* word : {"", "a b", "-x", "a\nb", "a'b", "a\"b", "a\tb", "`x`"}) {
+        for (const char* command : {"discover", "login", "logout"}) {
+            CliMachine machine({});
+            const CliResult result = machine.run({"iscsi", command, "--", word});
+            EXPECT_EQ(result.status, 2) << command << " " << word;
+            EXPECT_EQ(result.out, "");
+            EXPECT_THAT(machine.journal(), testing::IsEmpty());
+        }
+    }
+}
+
+TEST(CliIscsi, WithoutAnOperationItIsRefused) {
+    CliMachine machine({});
+    EXPECT_EQ(machine.run({"iscsi"}).status, 2);
+    EXPECT_EQ(machine.run({"iscsi", "dance"}).status, 2);
+}
+
+TEST(CliWwpn, PrintsTheNames) {
+    recording::RecordedHostData data;
+    data.commands = {{"/bin/ls /sys/class/fc_host/", {"host5"}}};
+    data.files["/sys/class/fc_host/host5/port_name"] = "0x21000024ff000005\n";
+    CliMachine machine(data);
+    EXPECT_EQ(machine.run({"wwpn"}).out, "0x21000024ff000005@@host5\n");
+    EXPECT_EQ(machine.run({"wwpn", "--json"}).json()["wwpns"].dump(),
+              R"(["0x21000024ff000005@@host5"])");
+}
+
+TEST(CliWwpn, AHostWithoutFibreChannelIsAFailure) {
+    CliMachine machine({});
+    const CliResult result = machine.run({"wwpn", "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.json()["wwpns"].empty());
+}
+
+TEST(CliBus, ShowsInventoryTargetsAndMaxima) {
+    recording::RecordedHostData data;
+    data.files["/proc/scsi/scsi"] =
+        "Attached devices:\n"
+        "Host: scsi2 Channel: 00 Id: 03 Lun: 01\n  Vendor: A\n  Type:   Direct-Access\n"
+        "Host: scsi2 Channel: 01 Id: 04 Lun: 00\n  Vendor: A\n  Type:   Sequential-Access\n";
+    CliMachine machine(data);
+    auto document = machine.run({"bus", "--json"}).json();
+    document.erase("scsitool");
+    EXPECT_EQ(document.dump(), R"({"devices":[[2,0,3,1],[2,1,4,0]],"disks":[[2,0,3,1]],"count":2,)"
+                               R"("targets":{"2":[3]},)"
+                               R"("maxima":{"2":{"channel":1,"target":4,"lun":1}}})");
+    EXPECT_EQ(machine.run({"bus"}).out,
+              "HOST  CHANNEL  TARGET  LUN  DISK\n"
+              "   2        0       3    1  yes\n"
+              "   2        1       4    0  no\n"
+              "\n"
+              "HOST  MAX CHANNEL  MAX TARGET  MAX LUN  TARGETS\n"
+              "   2            1           4        1  3\n");
+}
+
+TEST(CliBus, AKernelWithoutTheTableIsNamed) {
+    CliMachine machine({});
+    const CliResult result = machine.run({"bus"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, testing::StartsWith("scsitool: /proc/scsi/scsi: No such file"));
+    recording::RecordedHostData data;
+    data.files["/proc/scsi/scsi"] = "Attached devices:\n";
+    CliMachine empty(data);
+    EXPECT_EQ(empty.run({"bus"}).err, "scsitool: /proc/scsi/scsi names no device\n");
+}
+
+TEST(CliFlushMultipath, RunsTheFlushWhereTheDaemonRuns) {
+    recording::RecordedHostData data;
+    data.commands = {{"/sbin/pidof -x multipathd", {"412"}},
+                     {"/sbin/multipath -F", {"mpatha in use"}, 1}};
+    data.directories["/dev/mapper/"] = {"control"};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"flush-multipath", "--force"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "mpatha in use\n");
+}
+
+TEST(CliFlushMultipath, WithoutTheDaemonItIsAFailure) {
+    recording::RecordedHostData data;
+    data.commands = {{"/sbin/pidof -x multipathd", {}, 1}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"flush-multipath", "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.json()["result"], 11);
+    EXPECT_EQ(result.err,
+              "scsitool: multipathd does not run, nothing was flushed: /sbin/pidof -x multipathd "
+              "ended with exit status 1\n");
+}
+
+TEST(CliRemovedAddresses, TheSecondWayCountsOnlyWhereTheFirstFailed) {
+    const std::string table = "/proc/scsi/scsi";
+    const std::string request = "scsi remove-single-device 1 2 3 4\n";
+    const std::string sysfs = "/sys/class/scsi_device/1:2:3:4/device/delete";
+    EXPECT_EQ(cli::removedAddresses({{table, request, {0, 0}}, {sysfs, "1", {ENOENT, 0}}})[0].error,
+              0);
+    EXPECT_EQ(cli::removedAddresses({{table, request, {0, EIO}}, {sysfs, "1", {0, 0}}})[0].error,
+              0);
+    EXPECT_EQ(
+        cli::removedAddresses({{table, request, {0, EIO}}, {sysfs, "1", {ENOENT, 0}}})[0].error,
+        EIO);
+    EXPECT_EQ(cli::removedAddresses({{table, request, {EACCES, 0}}})[0].error, EACCES);
+    EXPECT_TRUE(cli::removedAddresses({{table, "scsi add-single-device 1 2 3 4\n", {}}}).empty());
+}
+
+}  // namespace
