@@ -47,4 +47,12 @@ TEST(UdidFormatsDocument, ExplainsEveryFormat) {
     }
 }
 
+TEST(UdidFormatsDocument, ExplainsEveryOutcome) {
+    const std::string text = document();
+    for (int outcome = 0; outcome <= static_cast<int>(udid::Outcome::kNone); ++outcome) {
+        const std::string name = nameOf(static_cast<udid::Outcome>(outcome));
+        EXPECT_NE(text.find("| `" + name + "` |"), std::string::npos) << name;
+    }
+}
+
 }  // namespace
