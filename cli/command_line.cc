@@ -63,10 +63,11 @@ std::string versionText() {
 
 Request readCommandLine(const CommandList& commands, const std::vector<std::string>& arguments) {
     Request request;
-    CLI::App app(
+    request.app = std::make_unique<CLI::App>(
         "Shows a host's SCSI disks under identifiers that stay the same across hosts, "
         "paths and reboots, and makes the host see or forget disks.",
         "scsitool");
+    CLI::App& app = *request.app;
     app.require_subcommand(1);
     app.fallthrough();
     app.set_version_flag("--version", "scsitool " + versionText());

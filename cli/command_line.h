@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_COMMAND_LINE_H
 #define SCSITOOL_CLI_COMMAND_LINE_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ namespace cli {
 
 /// What the command line asks for: a command, or a text such as the help.
 struct Request {
+    std::unique_ptr<CLI::App> app;  ///< what was parsed; commands ask it for their subcommands
     Options options;
     Command* command = nullptr;  ///< null when `text` is all that is asked for
     std::string text;

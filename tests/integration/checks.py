@@ -1,0 +1,164 @@
+"""What is checked of the running command beside the comparison with files."""
+
+import json
+import os
+import pathlib
+import pty
+import re
+import shutil
+import subprocess
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+
+
+def sample(name):
+    return ["--host", f"samples/{name}.json"]
+
+
+def one_line(result, part):
+    lines = result.stderr.splitlines()
+    if len(lines) != 1 or not lines[0].startswith("scsitool: ") or part not in lines[0]:
+        return [f"standard error is {result.stderr!r}, not one line with {part!r}"]
+    return []
+
+
+def device_maps_are_those_of_the_samples(scsitool, samples):
+    """One entry a device in map order, with the UDIDs worked out beside the page bytes."""
+    problems = []
+    for name in samples:
+        found = json.loads(scsitool.run([*sample(name), "devices", "--json"]).stdout)["devices"]
+        names = [device["name"] for device in found]
+        if names != sorted(set(names)):
+            problems.append(f"{name}: not one entry a device in map order: {names}")
+        expected = json.loads((ROOT / f"tests/samples/{name}.devices.json").read_text())
+        udids = {device["name"]: device["udid"] for device in found}
+        text = json.dumps(expected)
+        problems += [f"{name}: {device}: {udid} is not in the expected map"
+                     for device, udid in udids.items()
+                     if json.dumps(device) not in text or json.dumps(udid) not in text]
+    return problems
+
+
+def trace_lines_come_in_their_order(scsitool, _samples):
+    result = scsitool.run([*sample("enterprise"), "--trace", "6", "devices", "--json"])
+    wanted = [
+        r"\[6\] Entering Function clearDeviceCache ",
+        r"\[6\] Entering Function rescan ",
+        r"\[3\] libscsitool: Info: CDeviceDiscoveryBase::rescan\(\)\.",
+        r"\[3\] Acquring lock \.",
+        r"\[3\] Got the lock \.",
+        r"\[6\] Entering Function enumerateDevices ",
+        r"\[3\] INFO: enumerate DMP devices returned \[[0-9]+\] devices",
+        r"\[6\] Entering Function enumerateNativeDevicePaths ",
+        r"\[3\] INFO: reading /proc/partitions",
+        r"\[3\] INFO: Native device /dev/sda added\. Native device enumeration done",
+        r"\[6\] Exiting Function enumerateDevices ",
+        r"\[6\] libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk /dev/sda\.",
+        r"\[4\] libscsitool: DEBUG: Entering CScsiTool::GetModePageInfo\(\)",
+        r"\[4\] libscsitool: DEBUG: Entering CScsiTool::UpdateTargetLunPortInfo\(\)",
+        r"\[6\] CSciToolBase:UpdateModePageString for page\[131\]\.\.\.",
+        r"\[6\] CSciToolBase:UpdateModePageString for page\[131\] done",
+        r"\[3\] Releasing the lock \.",
+        r"\[3\] libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit\.",
+        r"\[6\] Exiting Function rescan ",
+        r"\[3\] Generated UDID is UDID##",
+        r"\[3\] Printing m_deviceMap",
+        r"\[3\] Uid \[.*\] \tDeviceName \[/dev/sda\] \tdmpClaimLevel \[0\]",
+    ]
+    place = 0
+    lines = result.stderr.splitlines()
+    for pattern in wanted:
+        while place < len(lines) and not re.match(pattern, lines[place]):
+            place += 1
+        if place == len(lines):
+            return [f"no line {pattern} behind those before it"]
+    return [f"no trace line: {line}" for line in lines if not re.match(r"\[[0-9]\] .", line)]
+
+
+def hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read(scsitool, _samples):
+    if not shutil.which("sg_vpd") or not shutil.which("sg_inq"):
+        print("sg3-utils is not installed: no page was handed to it")
+        return []
+    problems = []
+    for disk in ("/dev/sda", "/dev/sdb", "/dev/sdk", "/dev/sdm"):
+        record = json.loads(scsitool.run([*sample("enterprise"), "inquiry", disk, "--json"]).stdout)
+        for key, digits in record["records"][0]["pages"].items():
+            page = scsitool.run([*sample("enterprise"), "inquiry", disk, "--hex", "--page", key])
+            with tempfile.NamedTemporaryFile("w", suffix=".hex") as file:
+                file.write(page.stdout)
+                file.flush()
+                tool = (["sg_inq", "-HHH"] if key == "std"
+                        else ["sg_vpd", "--page", f"0x{key}", "-HHHH"])
+                read = subprocess.run([*tool, f"--inhex={file.name}"], text=True,
+                                      capture_output=True, check=False)
+            found = "".join(re.findall(r"^[0-9a-f]{2}(?: +[0-9a-f]{2})*$", read.stdout, re.M))
+            if found.replace(" ", "") != digits:
+                problems.append(f"{disk} {key}: {tool[0]} reads {read.stdout}{read.stderr}")
+    return problems
+
+
+def output_that_nobody_takes_is_a_failure(scsitool, _samples):
+    problems = []
+    for arguments in (["devices"], ["devices", "--json"]):
+        with open("/dev/full", "w") as full:
+            result = scsitool.run([*sample("families"), *arguments], stdout=full)
+        problems += one_line(result, "cannot write to standard output: No space left on device")
+        reading, writing = os.pipe()
+        os.close(reading)
+        result = scsitool.run([*sample("families"), *arguments], stdout=writing)
+        os.close(writing)
+        problems += one_line(result, "cannot write to standard output: Broken pipe")
+        if result.returncode != 1:
+            problems.append(f"exit status {result.returncode}")
+    return problems
+
+
+def on_a_terminal(scsitool, arguments, columns):
+    reading, writing = pty.openpty()
+    environment = {"COLUMNS": str(columns), "TERM": "xterm"}
+    process = subprocess.Popen([scsitool.program, *arguments], cwd=ROOT, stdout=writing,
+                               stderr=subprocess.DEVNULL, env=os.environ | environment)
+    os.close(writing)
+    output = b""
+    try:
+        while chunk := os.read(reading, 65536):
+            output += chunk
+    except OSError:
+        pass  # the terminal's way to say that its other end is closed
+    os.close(reading)
+    process.wait()
+    return output.decode()
+
+
+def tables_fit_the_terminal(scsitool, samples):
+    problems = []
+    for name in samples:
+        for command in ("devices", "volumes", "disks", "bus"):
+            for columns in (100, 80):
+                text = on_a_terminal(scsitool, [*sample(name), command], columns)
+                for line in re.sub("\x1b\\[[0-9]*m", "", text).splitlines():
+                    if len(line) > columns:
+                        problems.append(f"{name} {command}: {len(line)} columns of {columns}")
+    if not on_a_terminal(scsitool, [*sample("enterprise"), "devices"], 80).startswith("\x1b[1m"):
+        problems.append("the titles are not set off on a terminal")
+    return problems
+
+
+def a_sample_leaves_no_question_unanswered(scsitool, samples):
+    problems = []
+    for name in samples:
+        with tempfile.NamedTemporaryFile("r") as journal:
+            scsitool.run([*sample(name), "--journal", journal.name, "volumes"])
+            problems += [f"{name}: {line}" for line in journal if "unanswered" in line]
+    return problems
+
+
+CHECKS = (
+    device_maps_are_those_of_the_samples,
+    trace_lines_come_in_their_order,
+    hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read,
+    output_that_nobody_takes_is_a_failure,
+    tables_fit_the_terminal,
+    a_sample_leaves_no_question_unanswered,
+)

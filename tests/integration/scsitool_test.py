@@ -1,0 +1,174 @@
+#!/usr/bin/env python3
+"""Runs the built command on the sample hosts and compares all that it leaves with expected/.
+
+    scsitool_test.py COMMAND [--update]
+
+--update writes the files, and the examples of docs/scsitool.md, anew: look at the difference.
+"""
+
+import difflib
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+from cases import CASES, SAMPLES
+from checks import CHECKS
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+SKIPPED = 77
+
+# The source line in a function trace moves with the code.
+TRACE_LINE = re.compile(r"^(\[6\] (?:Entering|Exiting) Function .* \[)[0-9]+, ", re.MULTILINE)
+
+
+class Scsitool:
+    """The built command, run from the root of the tree as a user without a terminal does."""
+
+    def __init__(self, program):
+        self.program = pathlib.Path(program).resolve()
+
+    def run(self, arguments, **options):
+        environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}
+        for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"):
+            if name in os.environ:
+                environment[name] = os.environ[name]
+        options.setdefault("stdout", subprocess.PIPE)
+        options.setdefault("stderr", subprocess.PIPE)
+        return subprocess.run([self.program, *arguments], cwd=ROOT, check=False, text=True,
+                              env=environment | options.pop("env", {}), **options)
+
+
+def transcript(scsitool, arguments):
+    """All that one run leaves, as the text of an expected file."""
+    with tempfile.TemporaryDirectory() as folder:
+        journal = pathlib.Path(folder) / "journal"
+        taken = ["--journal", str(journal)] if "--dry-run" not in arguments else []
+        result = scsitool.run([*taken, *arguments])
+        text = f"$ scsitool {' '.join(arguments)}\nexit status {result.returncode}\n"
+        for title, content in (("standard output", result.stdout),
+                               ("standard error", TRACE_LINE.sub(r"\1N, ", result.stderr)),
+                               ("journal", journal.read_text() if journal.exists() else "")):
+            text += f"--- {title}\n{content}" if content else ""
+    return text
+
+
+def compare(path, text, update):
+    if update:
+        path.write_text(text, encoding="utf-8")
+    expected = path.read_text(encoding="utf-8") if path.exists() else ""
+    return list(difflib.unified_diff(expected.splitlines(), text.splitlines(),
+                                     f"expected {path.name}", "found", lineterm=""))
+
+
+def compare_cases(scsitool, update):
+    problems = []
+    for name, arguments in CASES.items():
+        problems += compare(HERE / "expected" / f"{name}.txt", transcript(scsitool, arguments),
+                            update)
+    known = {f"{name}.txt" for name in CASES}
+    problems += [f"expected/{file.name}: no case makes it"
+                 for file in (HERE / "expected").iterdir() if file.name not in known]
+    return problems
+
+
+def strict(schema):
+    """The schema with every member named: a program's own output has no others."""
+    if isinstance(schema, list):
+        return [strict(one) for one in schema]
+    if not isinstance(schema, dict):
+        return schema
+    result = {key: strict(value) for key, value in schema.items()}
+    if result.get("type") == "object" and "properties" in result:
+        result.setdefault("additionalProperties", False)
+    return result
+
+
+BROKEN = (
+    ("a missing first member", lambda document: document.pop("scsitool")),
+    ("another format", lambda document: document["scsitool"].update(json_format=2)),
+    ("a number for a name", lambda document: document["devices"][0].update(name=7)),
+    ("a member too few", lambda document: document["devices"][0].pop("udid")),
+    ("an unknown member", lambda document: document["devices"][0].update(colour="red")),
+    ("no data", lambda document: document.pop("devices")),
+    ("a failure without its reason", lambda document: document["scsitool"].update(exit_status=1)),
+)
+
+
+def compare_documents(scsitool):
+    try:
+        import jsonschema
+    except ImportError:
+        return None
+    schema = json.loads((ROOT / "cli/output.schema.json").read_text(encoding="utf-8"))
+    jsonschema.Draft202012Validator.check_schema(schema)
+    validator = jsonschema.Draft202012Validator(strict(schema))
+    problems = []
+    for name, arguments in CASES.items():
+        result = scsitool.run([*arguments, "--json"])
+        if name in ("help", "version") or result.returncode == 2:
+            continue
+        document = json.loads(result.stdout)
+        problems += [f"{name}: {error.json_path}: {error.message}"
+                     for error in validator.iter_errors(document)]
+        head = {"json_format": 1, "version": "1.0.0", "command": [*arguments, "--json"],
+                "exit_status": result.returncode}
+        if next(iter(document.items())) != ("scsitool", head):
+            problems.append(f"{name}: the first member is {next(iter(document.items()))}")
+    for what, spoil in BROKEN:
+        document = json.loads(scsitool.run([*CASES["plain-server.devices"], "--json"]).stdout)
+        spoil(document)
+        if validator.is_valid(document):
+            problems.append(f"the schema takes a document with {what}")
+    return problems
+
+
+def compare_documentation(scsitool, update):
+    """Every example of the manual is run and shows what the command prints."""
+    page = ROOT / "docs/scsitool.md"
+    problems = []
+    examples = []
+
+    def example(match):
+        command = match.group(1)
+        examples.append(command)
+        result = scsitool.run(command.split())
+        found = f"```console\n$ scsitool {command}\n{result.stdout}{result.stderr}```\n"
+        if found != match.group(0):
+            problems.append(f"docs/scsitool.md: '$ scsitool {command}' shows something else")
+        return found
+
+    text = page.read_text(encoding="utf-8")
+    found = re.sub(r"```console\n\$ scsitool (.*)\n((?:(?!```).*\n)*)```\n", example, text)
+    if update:
+        page.write_text(found, encoding="utf-8")
+        return []
+    help_text = scsitool.run(["--help"]).stdout
+    commands = re.findall(r"^  ([a-z-]+) ", help_text.split("Subcommands:")[1], re.MULTILINE)
+    problems += [f"docs/scsitool.md: no example of {command}" for command in commands
+                 if not any(command in example.split() for example in examples)]
+    return problems
+
+
+def main(arguments):
+    update = "--update" in arguments
+    scsitool = Scsitool([one for one in arguments if not one.startswith("--")][0])
+    problems = compare_cases(scsitool, update)
+    problems += compare_documentation(scsitool, update)
+    for check in CHECKS:
+        problems += [f"{check.__name__}: {problem}" for problem in check(scsitool, SAMPLES)]
+    documents = compare_documents(scsitool)
+    problems += documents or []
+    for problem in problems:
+        print(problem)
+    if documents is None:
+        print("python3-jsonschema is not installed: no document was validated")
+    return 1 if problems else SKIPPED if documents is None else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
