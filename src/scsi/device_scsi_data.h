@@ -20,7 +20,7 @@ struct SCSITOOL_EXPORT CScsiModePage {
     /// The bytes, or null while there is no buffer.
     unsigned char* bytes() const { return buffer.get() != nullptr ? buffer->get() : nullptr; }
 
-    PageBytes buffer;
+    PageBytes<> buffer;
     std::uint32_t length;  ///< valid bytes in the buffer; 0 for an empty page
 };
 

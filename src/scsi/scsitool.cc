@@ -33,7 +33,8 @@ unsigned responseLength(const unsigned char* response, bool vpd) {
     return vpd ? response[3] + 4U : response[4] + 5U;
 }
 
-void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length, PageBytes& data) {
+void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length,
+                  PageBytes<>& data) {
     const unsigned char* const response = buffer.data() + kHeaderLength;
     const std::size_t most = buffer.size() - kHeaderLength;
     const std::size_t stated = std::min<std::size_t>(responseLength(response, vpd), most);
@@ -50,7 +51,7 @@ CScsiTool::~CScsiTool() = default;
 
 unsigned CScsiTool::GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& device,
                                     const unsigned int& page, unsigned int& length,
-                                    unsigned int evpd, PageBytes& data) {
+                                    unsigned int evpd, PageBytes<>& data) {
     try {
         const bool vpd = evpd == 1 || page != 0;
         traceTo(m_traceLog, 4, "libscsitool: DEBUG: Entering CScsiTool::GetModePageInfo()");

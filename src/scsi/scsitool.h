@@ -29,7 +29,7 @@ class SCSITOOL_EXPORT CScsiTool : public CScsiToolBase {
     /// Opens a closed handle. Gives 0, or 6 with `length` 0 and no data; never throws.
     unsigned GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& device,
                              const unsigned int& page, unsigned int& length, unsigned int evpd,
-                             PageBytes& data) override;
+                             PageBytes<>& data) override;
 
     /// Reads the host's iSCSI name (RFC 7143) from /etc/iscsi/initiatorname.iscsi into `iqn`.
     /// Gives 0 (also when the file names none: `iqn` is then unchanged), 6 without

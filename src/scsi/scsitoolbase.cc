@@ -33,16 +33,16 @@ unsigned throwingInt(Step step) {
 }
 
 // Keeps a copy of the bytes, one byte longer than they are so that text in it always ends.
-void storePage(CScsiDeviceData& device, unsigned code, const PageBytes& data, unsigned length) {
+void storePage(CScsiDeviceData& device, unsigned code, const PageBytes<>& data, unsigned length) {
     auto* const copy = new unsigned char[std::size_t{length} + 1]();
-    PageBytes holder(new AdapterAutoPtrArray<unsigned char>(copy));
+    PageBytes<> holder(new AdapterAutoPtrArray<unsigned char>(copy));
     std::memcpy(copy, data->get(), length);
     CScsiModePage& page = device.m_pages[code];
     page.buffer = holder;
     page.length = length;
 }
 
-bool hasBytes(const PageBytes& data, unsigned length) {
+bool hasBytes(const PageBytes<>& data, unsigned length) {
     return data.get() != nullptr && data->get() != nullptr && length != 0;
 }
 
@@ -130,7 +130,7 @@ unsigned CScsiToolBase::UpdateDevice(CScsiDeviceData* device) {
 unsigned CScsiToolBase::UpdateStdInquiryString(CScsiDeviceHandle& handle, CScsiDeviceData& device) {
     try {
         unsigned length = 0;
-        PageBytes data;
+        PageBytes<> data;
         GetModePageInfo(handle, device, kStandardInquiry, length, 0, data);
         if (hasBytes(data, length)) {
             storePage(device, kStandardInquiry, data, length);
@@ -157,7 +157,7 @@ unsigned CScsiToolBase::UpdateSupportedModePageList(CScsiDeviceHandle& handle,
                                                     CScsiDeviceData& device) {
     try {
         unsigned length = 0;
-        PageBytes data;
+        PageBytes<> data;
         GetModePageInfo(handle, device, 0, length, 1, data);
         if (!hasBytes(data, length) || length < kVpdHeader) {
             return scsi::kSuccess;
@@ -184,7 +184,7 @@ unsigned CScsiToolBase::UpdateModePageString(CScsiDeviceHandle& handle, unsigned
                                              CScsiDeviceData& device) {
     return throwingInt([&] {
         unsigned length = 0;
-        PageBytes data;
+        PageBytes<> data;
         GetModePageInfo(handle, device, page, length, 0, data);
         if (hasBytes(data, length)) {
             storePage(device, page, data, length);

@@ -54,7 +54,7 @@ class SCSITOOL_EXPORT CScsiToolBase : public virtual qzfi_pdk_4_4::CFiTraceable 
     /// `data` holds `length` bytes.
     virtual unsigned GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& device,
                                      const unsigned int& page, unsigned int& length,
-                                     unsigned int evpd, PageBytes& data) = 0;
+                                     unsigned int evpd, PageBytes<>& data) = 0;
 };
 
 #endif
