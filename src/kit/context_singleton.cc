@@ -13,7 +13,7 @@ struct Slot {
 };
 
 // Never destroyed: objects with static storage may still trace while the process ends.
-template <class T, const char* NAME>
+template <class T, EFiPlugin NAME>
 Slot<T>& slot() {
     static Slot<T>* const only = new Slot<T>;
     return *only;
@@ -21,7 +21,7 @@ Slot<T>& slot() {
 
 }  // namespace
 
-template <class T, const char* NAME>
+template <class T, EFiPlugin NAME>
 CFiSmartPtr<T> CFiContextSingleton<T, NAME>::instance(bool create) {
     Slot<T>& place = slot<T, NAME>();
     const std::lock_guard<std::mutex> lock(place.mutex);
@@ -31,7 +31,7 @@ CFiSmartPtr<T> CFiContextSingleton<T, NAME>::instance(bool create) {
     return place.object;
 }
 
-template <class T, const char* NAME>
+template <class T, EFiPlugin NAME>
 void CFiContextSingleton<T, NAME>::registerInstance(const CFiSmartPtr<T>& object) {
     Slot<T>& place = slot<T, NAME>();
     // The former object goes when the lock is free again: its end may ask for the instance.

@@ -7,11 +7,14 @@
 
 namespace qzfi_pdk_4_4 {
 
-/// The name under which the plug-in's process-wide objects are kept.
-SCSITOOL_EXPORT inline constexpr char FI_PGN_NAME[] = "devicefi";
+/// The plug-ins whose process-wide objects are kept apart. Numbers and no texts: every compiler
+/// then gives the class below the same symbols.
+enum SCSITOOL_EXPORT EFiPlugin {
+    FI_PGN_NAME = 1,  ///< "devicefi"
+};
 
 /// The process-wide object of type T for the plug-in NAME. Safe for any number of threads.
-template <class T, const char* NAME>
+template <class T, EFiPlugin NAME>
 class SCSITOOL_EXPORT CFiContextSingleton {
   public:
     /// The registered object. Without one: a new one when `create` is set, else a null pointer.

@@ -72,7 +72,7 @@ struct FakeTool : CScsiToolBase {
         return capacityResult;
     }
     unsigned GetModePageInfo(CScsiDeviceHandle&, CScsiDeviceData&, const unsigned int& page,
-                             unsigned int& length, unsigned int evpd, PageBytes& data) override {
+                             unsigned int& length, unsigned int evpd, PageBytes<>& data) override {
         EXPECT_EQ(data.get(), nullptr);
         note("page " + std::to_string(page) + " evpd " + std::to_string(evpd));
         length = 0;

@@ -51,7 +51,7 @@ struct ToolOnADisk {
     CScsiDeviceData record{"/dev/sda", "", "db01", 0, 0, 0, -1, "", "", "", 0};
     CScsiDeviceHandle handle;
     unsigned length = 777;
-    PageBytes data;
+    PageBytes<> data;
 };
 
 recording::RecordedDevice wholeDisk() {
