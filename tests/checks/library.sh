@@ -21,7 +21,7 @@ while read -r needed; do
 done < <(sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' <<<"$dynamic")
 
 # Function and object names, and what the compiler makes for a class.
-published='(qzfi_pdk_4_4|host|udid)::|C[A-Z][A-Za-z0-9]*(::|$)|WWPN(::|$)'
+published='(qzfi_pdk_4_4|host|udid)::|C[A-Z][A-Za-z0-9]*(::|-in-|$)|WWPN(::|$)'
 exported=$(nm -DC --defined-only "$library" | cut -d' ' -f3- | sed 's/@@SCSITOOL_1$//')
 [ -n "$exported" ] || complain "exports nothing"
 stray=$(grep -vE "^(SCSITOOL_1|((typeinfo|vtable|VTT|typeinfo name|guard variable|construction vtable|(non-)?virtual thunk) (for|to) )?($published))" <<<"$exported" || true)
