@@ -13,7 +13,10 @@ endif()
 
 find_program(SCSITOOL_CCACHE ccache)
 if(SCSITOOL_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${SCSITOOL_CCACHE})
+  # A clone in another folder hits, too, and precompiled headers are taken for what they hold.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+    CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    CCACHE_SLOPPINESS=pch_defines,time_macros ${SCSITOOL_CCACHE})
 endif()
 
 option(SCSITOOL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
