@@ -36,6 +36,7 @@ def run(guest, _, checks):
     check_removal(guest, checks, names[0])
     check_refresh(guest, checks, names)
     check_swap(guest, checks, names[2])
+    check_open_map(guest, checks, names[3], maps[names[3]])
     mount_map(guest, names[1])
     check_mounted_map(guest, checks, names[1], maps[names[1]])
     check_flush(guest, checks, names[1])
@@ -103,6 +104,11 @@ def check_refused(guest, checks, what, arguments, reason):
     checks.contains(f"{what}: the way round is named", result.stderr, "--force")
 
 
+def address_of(guest, wanted):
+    """The four numbers of a disk's address."""
+    return next(address.split(":") for address, node in disks_of.disks_by_address(guest).items() if node == wanted)
+
+
 def mount_map(guest, name):
     """Puts a file system on a map and mounts it."""
     guest.run(f"mke2fs {name} >/dev/null && modprobe ext4 && mount -t ext4 {name} /mnt")
@@ -111,9 +117,8 @@ def mount_map(guest, name):
 def check_mounted_map(guest, checks, name, paths):
     """A map with a mounted file system, and the disks behind it, are protected."""
     check_refused(guest, checks, "removal of a mounted map", ["remove", name], "mounted at /mnt")
-    addresses = {node: address for address, node in disks_of.disks_by_address(guest).items()}
     check_refused(guest, checks, "removal of a path of a mounted map",
-                  ["remove-address", *addresses[paths[0]].split(":")], "mounted at /mnt")
+                  ["remove-address", *address_of(guest, paths[0])], "mounted at /mnt")
     forced = guest.run(["scsitool", "remove", "--force", name], status=None)
     checks.equal("a forced removal of a mounted map fails, because device-mapper keeps it",
                  [forced.status, name in existing_maps(guest)], [1, True])
@@ -124,6 +129,16 @@ def check_swap(guest, checks, name):
     guest.run(f"mkswap {name} && swapon {name}")
     check_refused(guest, checks, "removal of a map used as swap", ["remove", name], "used as swap")
     guest.run(f"swapoff {name}")
+
+
+def check_open_map(guest, checks, name, paths):
+    """A map that another process writes to is protected, and a disk that a map holds."""
+    guest.run(f"sleep 600 9<>{name} >/dev/null 2>&1 & echo $! >/run/writer")
+    check_refused(guest, checks, "removal of a map that is written to", ["remove", name], "open for writing in process")
+    guest.run("kill $(cat /run/writer)")
+    refused = guest.scsitool("remove-address", *address_of(guest, paths[0]), status=1)["refused"]
+    checks.equal("removal of a path of a map: its map is the reason",
+                 [(entry["device"], entry["reason"].startswith("held by ")) for entry in refused], [(paths[0], True)])
 
 
 def check_removal(guest, checks, name):
