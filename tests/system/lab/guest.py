@@ -81,9 +81,12 @@ class Guest:
     def _ask(self, command, seconds):
         script = command if isinstance(command, str) else shlex.join(command)
         escaped = script.replace("\\", "\\\\").replace("\n", "\\n")
+        begin = time.monotonic()
         self._machine.agent.settimeout(None)
         self._machine.agent.sendall(f"{seconds} {escaped}\n".encode())
-        return self._read_result(script, seconds + GRACE_SECONDS)
+        result = self._read_result(script, seconds + GRACE_SECONDS)
+        self._machine.requests.append(f"{time.monotonic() - begin:6.1f} s, status {result.status}: {escaped}")
+        return result
 
     def _read_result(self, script, seconds):
         words = self._read_line(seconds).split()

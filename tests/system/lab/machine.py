@@ -45,6 +45,8 @@ class Machine:
             "-append", f"{KERNEL_ARGUMENTS} {kernel_arguments}".strip(), *devices]
         self._process = None
         self.agent = None
+        # What the guest was asked, how long it took and how it ended, for whoever wants to know where time goes.
+        self.requests = []
 
     def __enter__(self):
         try:

@@ -77,7 +77,7 @@ def parse_arguments():
     parser.add_argument("jobs", nargs="*", metavar="JOB", help="jobs to run; all of them by default")
     parser.add_argument("--command", type=Path, help="the scsitool to test (default: the newest in build/)")
     parser.add_argument("--library-dir", type=Path, help="where libscsitool.so.1 lies")
-    parser.add_argument("--console-dir", type=Path, help="keep every guest's console in this folder")
+    parser.add_argument("--console-dir", type=Path, help="keep every guest's console, and what it was asked, in this folder")
     parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
                         help="machines at a time (default: %(default)s)")
     parser.add_argument("--list", action="store_true", help="list the jobs")
@@ -132,6 +132,7 @@ class Laboratory:
         if self._console_dir:
             self._console_dir.mkdir(parents=True, exist_ok=True)
             (self._console_dir / f"{name}.console").write_text(machine.console_text(), "utf-8")
+            (self._console_dir / f"{name}.requests").write_text("\n".join(machine.requests) + "\n", "utf-8")
 
 
 def say(text):
