@@ -76,7 +76,7 @@ def parse_arguments():
     parser = argparse.ArgumentParser(prog="tests/system/run", description="Runs scsitool on a real kernel.")
     parser.add_argument("jobs", nargs="*", metavar="JOB", help="jobs to run; all of them by default")
     parser.add_argument("--command", type=Path, help="the scsitool to test (default: the newest in build/)")
-    parser.add_argument("--library-dir", type=Path, help="where libscsitool.so.1 lies")
+    parser.add_argument("--library-dir", dest="lib_dir", type=Path, help="where libscsitool.so.1 lies")
     parser.add_argument("--console-dir", type=Path, help="keep every guest's console, and what it was asked, in this folder")
     parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
                         help="machines at a time (default: %(default)s)")
@@ -173,7 +173,7 @@ def run_jobs(arguments, names, report):
         work = Path(folder)
         overlay = work / "command"
         if not arguments.build_only:
-            write_command_overlay(find_command(arguments.command), arguments.library_dir, overlay)
+            write_command_overlay(find_command(arguments.command), arguments.lib_dir, overlay)
         image, old, names = build_guests(names, work, report)
         if arguments.build_only:
             say(f"the guest is ready in {image.folder}")
