@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Checks the built shared library: what it needs, how it is called, and that it exports nothing but
 # the published names.
-#   library.sh LIBRARY
+#   library.sh LIBRARY COMPILER-VERSION
+# What GCC 12 exports is also compared with the stored list, so that no symbol goes or comes unseen;
+# --update writes the list anew:  library.sh LIBRARY - --update
 set -euo pipefail
-library=$1
+library=$1 compiler=$2
+list=$(dirname -- "${BASH_SOURCE[0]}")/exported_symbols.txt
 status=0
 complain() {
     echo "$*" >&2
@@ -29,4 +32,13 @@ stray=$(grep -vE "^(SCSITOOL_1|((typeinfo|vtable|VTT|typeinfo name|guard variabl
 for class in CUDIDFactory CLinuxDeviceDiscovery CScsiTool WWPN; do
     grep -q "^$class::" <<<"$exported" || complain "does not export $class"
 done
+
+symbols() {
+    nm -D --defined-only "$library" | awk '$2 != "A" { sub("@@.*", "", $3); print $3 }' | LC_ALL=C sort
+}
+if [ "${3:-}" = --update ]; then
+    symbols >"$list"
+elif [[ $compiler == GNU-12.* ]] && ! difference=$(diff <(symbols) "$list"); then
+    complain "the exported symbols (<) differ from the stored ones (>):"$'\n'"$(c++filt <<<"$difference")"
+fi
 exit $status
