@@ -55,7 +55,7 @@ std::string CDefaultUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         body.field("unitSerialNumber", info.unitSerialNumber);
         body.literal(udid::udid_separator);
         body.field("serialShort", info.serialShort);
-        return body.str();
+        return body.take();
     }
     std::string hostName;
     // gethostname refuses a name that does not fit into its buffer together with the NUL.
@@ -65,5 +65,5 @@ std::string CDefaultUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     body.piece({udid::Format::kDeviceName, udid::kNoPage, 0, 0, device->m_deviceName});
     body.literal("@");
     body.piece({udid::Format::kHostName, udid::kNoPage, 0, 0, hostName});
-    return body.str();
+    return body.take();
 }

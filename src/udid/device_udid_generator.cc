@@ -32,7 +32,7 @@ std::string CUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) {
     text += CStringTool::rtrim(m_product, ' ');
     text += udid::udid_separator;
     prefix.literal(CStringTool::tostrupper(text));
-    return prefix.str();
+    return prefix.take();
 }
 
 void CUdidGenerator::fail(const char* messageId) const {

@@ -66,7 +66,7 @@ std::string CEmcClariionUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* 
     text += "CLARIION";
     text += udid::udid_separator;
     prefix.literal(CStringTool::tostrupper(text));
-    return prefix.str();
+    return prefix.take();
 }
 
 bool CEmcClariionUdidGenerator::checkForArraySerialNo(unsigned char** page, unsigned int pageLength,
@@ -123,7 +123,7 @@ std::string CEmcClariionUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device
     traceTo(m_traceLog, 3,
             "GetScsiModePage83 CEmcClariionUdidGenerator::getUniqueDeviceID : UDID=%s:",
             body.str().c_str());
-    return body.str();
+    return body.take();
 }
 
 CEmcSymmetrixUdidGenerator::CEmcSymmetrixUdidGenerator(std::string vendor, std::string product)
@@ -147,5 +147,5 @@ std::string CEmcSymmetrixUdidGenerator::getUniqueDeviceID(CScsiDeviceData* devic
     } else {
         body.bytes(inquiry, Format::kText, kSymmetrixVolume, kSymmetrixVolumeBytes);
     }
-    return body.str();
+    return body.take();
 }

@@ -37,5 +37,5 @@ std::string CFujitsuEternusUdidGenerator::getUniqueDeviceID(CScsiDeviceData* dev
         fail(udid::kInvalidPageData);
     }
     body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
-    return body.str();
+    return body.take();
 }

@@ -68,7 +68,7 @@ std::string CHitachiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const SerialPlace serial = hitachiSerial(inquiry.view);
     body.bytes(inquiry, serial.format, serial.offset, serial.length);
     addLogicalDevice(body, inquiry);
-    return body.str();
+    return body.take();
 }
 
 CHpXpUdidGenerator::CHpXpUdidGenerator(std::string vendor, std::string product)
@@ -95,5 +95,5 @@ std::string CHpXpUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         body.literal("0");
     }
     addLogicalDevice(body, inquiry);
-    return body.str();
+    return body.take();
 }

@@ -58,7 +58,7 @@ std::string CHpEvaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidDeviceData);
     }
     body.bytes(names, Format::kHexUpperDashes, udid::kFirstIdentifier, udid::kLongIdentifier);
-    return body.str();
+    return body.take();
 }
 
 CHpMsaUdidGenerator::CHpMsaUdidGenerator(std::string vendor, std::string product)
@@ -84,7 +84,7 @@ std::string CHpMsaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidDeviceData);
     }
     body.bytes(names, Format::kText, kMsaName, kMsaNameCharacters);
-    return body.str();
+    return body.take();
 }
 
 CHp3parUdidGenerator::CHp3parUdidGenerator(std::string vendor, std::string product)
@@ -110,5 +110,5 @@ std::string CHp3parUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidPageData);
     }
     body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
-    return body.str();
+    return body.take();
 }

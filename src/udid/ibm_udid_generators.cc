@@ -168,7 +168,7 @@ std::string CIbmUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidPageData);
     }
     body.bytes(names, Format::kHexLower, kUnitNumber, kUnitNumberBytes);
-    return body.str();
+    return body.take();
 }
 
 CIbmDsUdidGenerator::CIbmDsUdidGenerator(std::string vendor, std::string product)
@@ -216,5 +216,5 @@ std::string CIbmDsUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidPageData);
     }
     body.bytes(names, Format::kHexLowerColons, udid::kFirstIdentifier, udid::kLongIdentifier);
-    return body.str();
+    return body.take();
 }

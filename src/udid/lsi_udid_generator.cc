@@ -47,5 +47,5 @@ std::string CLsiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidDeviceData);
     }
     body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
-    return body.str();
+    return body.take();
 }

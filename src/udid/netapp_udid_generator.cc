@@ -105,5 +105,5 @@ std::string CNetAppUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         fail(udid::kInvalidDeviceData);
     }
     body.bytes(names, udid::Format::kHexLower, kUnitName, kUnitNameBytes);
-    return body.str();
+    return body.take();
 }

@@ -21,7 +21,7 @@ std::string CTAQUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) 
     prefix.literal(udid::udid_separator);
     prefix.literal("TAQ_MODEL");
     prefix.literal(udid::udid_separator);
-    return prefix.str();
+    return prefix.take();
 }
 
 std::string CTAQUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
@@ -32,9 +32,9 @@ std::string CTAQUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     if (generic.getDeviceScsiInfo(device, info) != 0) {
         body.literal(udid::udid_separator);
         body.literal("NO_TAQ_DEVICE");
-        return body.str();
+        return body.take();
     }
     body.literal("disk-scsi-");
     body.field("serialShort", info.serialShort);
-    return body.str();
+    return body.take();
 }

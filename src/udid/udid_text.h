@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "scsi/device_scsi_data.h"
 #include "scsi/page_view.h"
@@ -60,6 +61,8 @@ class UdidText {
     void clear();
 
     const std::string& str() const { return m_text; }
+    /// Gives the text away.
+    std::string take() { return std::move(m_text); }
 
   private:
     static constexpr std::size_t kUsualLength = 80;
