@@ -6,6 +6,7 @@
 #include <functional>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "device_host.h"
 #include "trace_capture.h"
@@ -29,6 +30,14 @@ constexpr char kGot[] = "[3] Got the lock .";
 constexpr char kReleasing[] = "[3] Releasing the lock .";
 constexpr char kExit[] = "[3] libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit.";
 constexpr char kRescanFailed[] = "[1] libscsitool: ERROR: CDeviceDiscoveryBase::rescan() failed.";
+constexpr char kNotOpened[] =
+    "[2] ERROR: CScsiDeviceHandle::openDevice() Invalid device handle [0xffffffff] for [/dev/sdx], "
+    "errno [2] throwing";
+constexpr char kTooShort[] =
+    "[2] WARNING: UpdateStdInquiryString invalid SCSI inq page size, device may have been removed.";
+constexpr char kNotUpdated[] =
+    "[2] WARNING: CScsiToolBase::UpdateDevice() call to UpdateStdInquiryString for device "
+    "/dev/sdx";
 constexpr char kMultipathRun[] = "run /sbin/multipath -v0 ";
 
 // Owner of the records that an operation hands to its caller.
@@ -50,6 +59,11 @@ struct Records {
     }
     const std::vector<CScsiDeviceData*> list;
 };
+
+// For a test that looks at the host alone.
+void deleteAll(std::vector<CScsiDeviceData*> records) {
+    const Records owner(std::move(records));
+}
 
 // A discovery whose enumeration gives the names that a test tells; its calls stand between the
 // requests of the host.
@@ -148,10 +162,10 @@ TEST(DiscoveryBase, RescanGoesInItsOrder) {
 TEST(DiscoveryBase, FlagsAndTextsArePassedOn) {
     DeviceHost host;
     FakeDiscovery discovery(host);
-    Records(discovery.rescan(true, false, true, "name", "arguments"));
+    deleteAll(discovery.rescan(true, false, true, "name", "arguments"));
     EXPECT_EQ(host.count("bus 0 [arguments]"), 1U);
     EXPECT_EQ(host.count("enumerate [name]"), 1U);
-    Records(discovery.rescan(true, true, true, "", ""));
+    deleteAll(discovery.rescan(true, true, true, "", ""));
     EXPECT_EQ(host.count("bus 1 []"), 1U);
     EXPECT_EQ(host.count("enumerate []"), 1U);
 }
@@ -161,7 +175,7 @@ TEST(DiscoveryBase, WithoutABusRescanTheOtherFlagsHaveNoEffect) {
         for (const bool ignoredFlag : {false, true}) {
             DeviceHost host;
             FakeDiscovery discovery(host);
-            Records(discovery.rescan(false, busRescanFlag, ignoredFlag, "", "x"));
+            deleteAll(discovery.rescan(false, busRescanFlag, ignoredFlag, "", "x"));
             EXPECT_EQ(host.requests,
                       (Texts{kSemaphoreOpened, kLockTaken, "enumerate []", kLockReleased}));
             EXPECT_EQ(host.effects(), Texts{});
@@ -182,15 +196,9 @@ TEST(DiscoveryBase, DisksAreTracedAndThoseThatFailStayInTheList) {
     EXPECT_EQ(records.list[1]->m_vendorId, "ACME");
     EXPECT_EQ(
         trace.lines(),
-        (Texts{kStarted, kAcquiring, kGot,
-               "[2] ERROR: CScsiDeviceHandle::openDevice() Invalid device handle [0xffffffff] for "
-               "[/dev/sdx], errno [2] throwing",
+        (Texts{kStarted, kAcquiring, kGot, kNotOpened,
                "[1] ERROR: CScsiDeviceHandle::openDevice() caught unhandled exception.",
-               "[2] GetModePageInfo: Exception Ocurred",
-               "[2] WARNING: UpdateStdInquiryString invalid SCSI inq page size, device may have "
-               "been removed.",
-               "[2] WARNING: CScsiToolBase::UpdateDevice() call to UpdateStdInquiryString for "
-               "device /dev/sdx",
+               "[2] GetModePageInfo: Exception Ocurred", kTooShort, kNotUpdated,
                "[3] libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk /dev/sdx.",
                kReleasing, kExit}));
 }
@@ -202,7 +210,7 @@ TEST(DiscoveryBase, EveryDiskIsAnnouncedBeforeItIsAsked) {
     test::TraceCapture trace(6);
     discovery.registerTraceLog(trace.log());
     trace.clear();
-    Records(discovery.rescan(false, false, false, "", ""));
+    deleteAll(discovery.rescan(false, false, false, "", ""));
     EXPECT_EQ(trace.lines()[4],
               "[6] libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk /dev/sda.");
     EXPECT_EQ(trace.lines()[5], "[4] libscsitool: DEBUG: Entering CScsiTool::GetModePageInfo()");
@@ -274,9 +282,9 @@ TEST(DiscoveryBase, SemaphoreIsOpenedOnceOnEachHostAndItsIdentifierStaysThere) {
     DeviceHost first;
     {
         FakeDiscovery discovery(first);
-        Records(discovery.rescan(false, false, false, "", ""));
+        deleteAll(discovery.rescan(false, false, false, "", ""));
         FakeDiscovery another(first);
-        Records(another.rescan(false, false, false, "", ""));
+        deleteAll(another.rescan(false, false, false, "", ""));
     }
     EXPECT_EQ(first.count(kSemaphoreOpened), 1U);
     EXPECT_EQ(first.identifiers.size(), 4U);
@@ -286,7 +294,7 @@ TEST(DiscoveryBase, SemaphoreIsOpenedOnceOnEachHostAndItsIdentifierStaysThere) {
     second.openSemaphore(8, 1, 01666);
     second.requests.clear();
     FakeDiscovery discovery(second);
-    Records(discovery.rescan(false, false, false, "", ""));
+    deleteAll(discovery.rescan(false, false, false, "", ""));
     EXPECT_EQ(second.count(kSemaphoreOpened), 1U);
     EXPECT_EQ(second.identifiers, std::vector<int>(2, first.identifiers[0] + 2));
     EXPECT_EQ(first.identifiers, std::vector<int>(4, first.identifiers[0]));
@@ -295,14 +303,14 @@ TEST(DiscoveryBase, SemaphoreIsOpenedOnceOnEachHostAndItsIdentifierStaysThere) {
 TEST(DiscoveryBase, HostThatIsCurrentAgainKeepsItsIdentifier) {
     DeviceHost outer;
     FakeDiscovery discovery(outer);
-    Records(discovery.rescan(false, false, false, "", ""));
+    deleteAll(discovery.rescan(false, false, false, "", ""));
     {
         DeviceHost inner;
         FakeDiscovery other(inner);
-        Records(other.rescan(false, false, false, "", ""));
+        deleteAll(other.rescan(false, false, false, "", ""));
         EXPECT_EQ(inner.count(kSemaphoreOpened), 1U);
     }
-    Records(discovery.rescan(false, false, false, "", ""));
+    deleteAll(discovery.rescan(false, false, false, "", ""));
     EXPECT_EQ(outer.count(kSemaphoreOpened), 1U);
     EXPECT_EQ(outer.count(kLockTaken), 2U);
 }
@@ -319,7 +327,7 @@ TEST(DiscoveryBase, LockIsHeldDuringTheEnumerationAndFreeBehindIt) {
         freeDuring = isFree();
         throw 6;
     };
-    Records(discovery.rescan(false, false, false, "", ""));
+    deleteAll(discovery.rescan(false, false, false, "", ""));
     EXPECT_FALSE(freeDuring);
     EXPECT_TRUE(isFree());
 }

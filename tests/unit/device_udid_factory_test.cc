@@ -757,6 +757,8 @@ TEST(Factory, WholeTraceOfOneEnumeration) {
     const std::string asking = "[4] libscsitool: DEBUG: Entering CScsiTool::GetModePageInfo()";
     const std::string answered = "[4] libscsitool: DEBUG: Exiting CScsiTool::GetModePageInfo()";
     const std::string uid = "UDID##ACME##RAID_5##S1##6000000A000000000000000000000001";
+    const std::string gettingData =
+        "[6] libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk ";
     EXPECT_EQ(
         trace.stableLines(),
         (Texts{
@@ -791,8 +793,7 @@ TEST(Factory, WholeTraceOfOneEnumeration) {
             "[3] INFO: Native device /dev/sda added. Native device enumeration done",
             "[3] INFO: Native device /dev/sdb deleted.",
             "[6] Exiting Function enumerateDevices" + linuxFile,
-            "[6] libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk "
-            "/dev/mapper/mpatha.",
+            gettingData + "/dev/mapper/mpatha.",
             asking,
             answered,
             "[2] WARNING: UpdateStdInquiryString SCSI check for disk device error, device may "
@@ -801,7 +802,7 @@ TEST(Factory, WholeTraceOfOneEnumeration) {
             "/dev/mapper/mpatha",
             "[3] libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk "
             "/dev/mapper/mpatha.",
-            "[6] libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk /dev/sda.",
+            gettingData + "/dev/sda.",
             asking,
             answered,
             "[4] libscsitool: DEBUG: Entering CScsiTool::UpdateTargetLunPortInfo()",

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "device_host.h"
 #include "discovery/device_discovery_linux.h"
@@ -41,6 +42,11 @@ struct Records {
     }
     const std::vector<CScsiDeviceData*> list;
 };
+
+// For a test that looks at the host alone.
+void deleteAll(std::vector<CScsiDeviceData*> records) {
+    const Records owner(std::move(records));
+}
 
 RecordedHostData hostWithPartitions(const std::string& text) {
     RecordedHostData data;
@@ -291,6 +297,8 @@ TEST(NativeEnumeration, DevicesThatDoNotOpenAreLeftOutWithATrace) {
     EXPECT_EQ(Records(discovery.enumerateDevices("")).names(),
               (Texts{"/dev/mapper/mpathb", "/dev/sdb"}));
     const std::string file = ", device_discovery_linux]";
+    const std::string adding =
+        "[3] INFO: adding device mapper multipath device to the map [/dev/mapper/";
     EXPECT_EQ(trace.stableLines(),
               (Texts{"[6] Entering Function enumerateDevices [N" + file,
                      "[3] INFO: registering trace log on discovery module",
@@ -302,11 +310,9 @@ TEST(NativeEnumeration, DevicesThatDoNotOpenAreLeftOutWithATrace) {
                      "[6] Entering Function enumerateDmpDevices [N, dmp_linux_device_mapper]",
                      "[3] INFO: readdir lines returned [2] devices.",
                      "[3] Working on device [/dev/mapper/mpatha]",
-                     "[3] INFO: adding device mapper multipath device to the map "
-                     "[/dev/mapper/mpatha]",
+                     adding + "mpatha]",
                      "[3] Working on device [/dev/mapper/mpathb]",
-                     "[3] INFO: adding device mapper multipath device to the map "
-                     "[/dev/mapper/mpathb]",
+                     adding + "mpathb]",
                      "[6] Exiting Function enumerateDmpDevices [N, dmp_linux_device_mapper]",
                      "[3] INFO: enumerate DMP devices returned [2] devices",
                      "[3] dmp: /dev/mapper/mpatha",
@@ -324,7 +330,7 @@ TEST(NativeEnumeration, DevicesThatDoNotOpenAreLeftOutWithATrace) {
 TEST(NativeEnumeration, EachDeviceIsClosedBeforeTheNextIsOpened) {
     const DeviceHost host(hostOf({"sda", "sdb"}, {"mpatha"}));
     CLinuxDeviceDiscovery discovery;
-    Records(discovery.enumerateDevices(""));
+    deleteAll(discovery.enumerateDevices(""));
     EXPECT_EQ(host.requests,
               (Texts{"hostname", "list /dev/", "list /dev/mapper/",
                      "open /dev/mapper/mpatha O_RDWR|O_NONBLOCK", "close /dev/mapper/mpatha",
@@ -340,7 +346,7 @@ TEST(NativeEnumeration, DeviceIsOpenUntilItIsTraced) {
     discovery.registerTraceLog(log);
     log = test::traceInto(host.requests);
     discovery.m_traceLog = log;
-    Records(discovery.enumerateDevices("/dev/sda"));
+    deleteAll(discovery.enumerateDevices("/dev/sda"));
     const auto added =
         std::find(host.requests.begin(), host.requests.end(),
                   "[3] INFO: Native device /dev/sda added. Native device enumeration done");
