@@ -105,7 +105,13 @@ Host& linuxHost() {
 }
 
 int LinuxHost::openDevice(const std::string& path, OpenMode mode) {
-    return openRetrying(path, openFlags(mode));
+    Descriptor device(openRetrying(path, openFlags(mode)));
+    if (!device.isOpen() || device.get() > STDERR_FILENO) {
+        return device.release();
+    }
+    // A process that closed its standard descriptors gets them here. A device handle takes 0 for
+    // closed and would never close it, and what prints would write to the device.
+    return negatedErrno(::fcntl(device.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 int LinuxHost::closeDevice(int descriptor) {

@@ -182,4 +182,18 @@ TEST(LinuxHost, IsOneForTheProcess) {
     EXPECT_EQ(&host::linuxHost(), &host::linuxHost());
 }
 
+TEST(LinuxHost, GivesNoStandardDescriptorToADeviceWhenStandardInputIsClosed) {
+    LinuxHost machine;
+    const host::Descriptor kept(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    ::close(STDIN_FILENO);
+    const int descriptor = machine.openDevice("/dev/null", OpenMode::kReadOnly);
+    const bool isFreeAgain = ::fcntl(STDIN_FILENO, F_GETFD) < 0;
+    if (kept.isOpen()) {
+        ::dup2(kept.get(), STDIN_FILENO);
+    }
+    EXPECT_GT(descriptor, STDERR_FILENO);
+    EXPECT_TRUE(isFreeAgain);
+    EXPECT_EQ(machine.closeDevice(descriptor), 0);
+}
+
 }  // namespace
