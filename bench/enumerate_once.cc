@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "bench/memory_host.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 int main(int argc, char** argv) {
     const std::size_t disks = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 0;

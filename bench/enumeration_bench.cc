@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/memory_host.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace {
 

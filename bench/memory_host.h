@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace bench {
 

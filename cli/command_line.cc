@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "cli/failure.h"
+#include "cli/base/failure.h"
 
 namespace cli {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
-#include "cli/options.h"
+#include "cli/base/options.h"
+#include "cli/common/command.h"
 
 namespace cli {
 

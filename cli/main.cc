@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/output/terminal.h"
 #include "cli/run.h"
-#include "cli/terminal.h"
-#include "host/linux_host.h"
+#include "scsitool/host/linux_host.h"
 
 int main(int count, char** values) {
     // A reader that goes away is an error of the write, not a reason to stop in mid-removal.

@@ -7,16 +7,16 @@
 #include <memory>
 #include <optional>
 
-#include "cli/command.h"
+#include "cli/base/failure.h"
+#include "cli/base/text.h"
 #include "cli/command_line.h"
-#include "cli/context.h"
-#include "cli/failure.h"
-#include "cli/output.h"
-#include "cli/text.h"
-#include "cli/trace_sink.h"
-#include "kit/context_singleton.h"
+#include "cli/common/command.h"
+#include "cli/common/context.h"
+#include "cli/output/trace_sink.h"
+#include "cli/print_report.h"
 #include "recording/recorded_host_file.h"
-#include "udid/udid_generator_exception.h"
+#include "scsitool/kit/context_singleton.h"
+#include "scsitool/udid/udid_generator_exception.h"
 
 namespace cli {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/terminal.h"
-#include "host/host.h"
+#include "cli/output/terminal.h"
+#include "scsitool/host/host.h"
 
 namespace cli {
 

@@ -1,12 +1,5 @@
 # What an installation holds: the library with its headers, how to find it, and the command.
 include(CMakePackageConfigHelpers)
-include(cmake/public_headers.cmake)
-
-set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/scsitool)
-foreach(header ${SCSITOOL_PUBLIC_HEADERS})
-  get_filename_component(folder ${header} DIRECTORY)
-  install(FILES src/${header} DESTINATION ${header_folder}/${folder})
-endforeach()
 
 install(TARGETS scsitool EXPORT scsitool LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT scsitool NAMESPACE scsitool:: FILE scsitool-targets.cmake
@@ -18,6 +11,8 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/scsitool-config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/scsitool-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+file(RELATIVE_PATH pc_to_prefix
+  /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/scsitool.pc.in scsitool.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/scsitool.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -26,6 +21,6 @@ if(TARGET scsitool_command)
   set_target_properties(scsitool_command PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS scsitool_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  file(GLOB schemas CONFIGURE_DEPENDS cli/*.schema.json src/recording/*.schema.json)
+  file(GLOB schemas CONFIGURE_DEPENDS cli/output/*.schema.json src/recording/*.schema.json)
   install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool)
 endif()

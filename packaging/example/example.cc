@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "kit/trace_log.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/kit/trace_log.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace {
 

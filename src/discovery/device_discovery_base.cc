@@ -1,6 +1,6 @@
-#include "discovery/device_discovery_base.h"
+#include "scsitool/discovery/device_discovery_base.h"
 
-#include "kit/semaphore.h"
+#include "scsitool/kit/semaphore.h"
 
 using qzfi_pdk_4_4::CFiSemaphoreLinux;
 using qzfi_pdk_4_4::CFiSemaphoreLockFunction;

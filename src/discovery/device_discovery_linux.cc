@@ -1,12 +1,12 @@
-#include "discovery/device_discovery_linux.h"
+#include "scsitool/discovery/device_discovery_linux.h"
 
 #include <cctype>
 #include <memory>
 #include <utility>
 
-#include "host/host.h"
-#include "kit/bounded_string.h"
 #include "scsi/scsi_result.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
 #include "tools/line_reader.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;

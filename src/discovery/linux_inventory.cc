@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "discovery/device_discovery_linux.h"
 #include "discovery/scsi_table.h"
-#include "host/host.h"
-#include "kit/bounded_string.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
 
 using discovery::kScsiTable;
 using discovery::kTraceSource;

@@ -1,15 +1,15 @@
 #include <algorithm>
 #include <exception>
 
-#include "discovery/device_discovery_linux.h"
 #include "discovery/scsi_table.h"
-#include "host/host.h"
-#include "kit/bounded_string.h"
-#include "kit/context_singleton.h"
-#include "kit/string_tool.h"
 #include "scsi/scsi_result.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
+#include "scsitool/kit/context_singleton.h"
+#include "scsitool/kit/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 #include "tools/host_command.h"
-#include "tools/string_tool.h"
 
 using discovery::kScsiTable;
 using discovery::kTraceSource;

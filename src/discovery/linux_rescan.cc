@@ -1,12 +1,12 @@
 #include <cctype>
 #include <string_view>
 
-#include "discovery/device_discovery_linux.h"
 #include "discovery/scsi_table.h"
-#include "host/host.h"
-#include "kit/bounded_string.h"
-#include "kit/string_tool.h"
 #include "scsi/scsi_result.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
+#include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
 
 using discovery::kTraceSource;

@@ -1,7 +1,7 @@
 #include "discovery/scsi_table.h"
 
-#include "host/host.h"
-#include "kit/bounded_string.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
 #include "tools/line_reader.h"
 
 namespace discovery {

@@ -1,4 +1,4 @@
-#include "dmp/dmp_discovery_base.h"
+#include "scsitool/dmp/dmp_discovery_base.h"
 
 CDmpDiscoveryBase::CDmpDiscoveryBase() = default;
 CDmpDiscoveryBase::~CDmpDiscoveryBase() = default;

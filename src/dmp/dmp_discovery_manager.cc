@@ -1,7 +1,7 @@
-#include "dmp/dmp_discovery_manager.h"
+#include "scsitool/dmp/dmp_discovery_manager.h"
 
-#include "dmp/dmp_linux_device_mapper.h"
-#include "dmp/dmp_powerpath.h"
+#include "scsitool/dmp/dmp_linux_device_mapper.h"
+#include "scsitool/dmp/dmp_powerpath.h"
 
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiTraceLog;

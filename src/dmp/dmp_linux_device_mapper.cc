@@ -1,11 +1,11 @@
-#include "dmp/dmp_linux_device_mapper.h"
+#include "scsitool/dmp/dmp_linux_device_mapper.h"
 
 #include <string_view>
 
 #include "dmp/pseudo_device.h"
 #include "dmp/read_dir.h"
-#include "host/host.h"
-#include "kit/string_tool.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
 
 namespace {

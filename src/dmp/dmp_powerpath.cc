@@ -1,4 +1,4 @@
-#include "dmp/dmp_powerpath.h"
+#include "scsitool/dmp/dmp_powerpath.h"
 
 #include <string>
 #include <string_view>
@@ -6,8 +6,8 @@
 
 #include "dmp/pseudo_device.h"
 #include "dmp/read_dir.h"
-#include "host/host.h"
-#include "kit/string_tool.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
 
 namespace {

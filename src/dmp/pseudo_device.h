@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "scsi/device_scsi_data.h"
+#include "scsitool/scsi/device_scsi_data.h"
 
 namespace dmp {
 

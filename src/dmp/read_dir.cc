@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace dmp {
 

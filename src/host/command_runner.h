@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/command_words.h"
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace host {
 

@@ -1,4 +1,4 @@
-#include "host/forwarding_host.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace host {
 

@@ -1,8 +1,8 @@
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 #include <atomic>
 
-#include "host/linux_host.h"
+#include "scsitool/host/linux_host.h"
 
 namespace host {
 namespace {

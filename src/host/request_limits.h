@@ -1,7 +1,7 @@
 #ifndef SCSITOOL_HOST_REQUEST_LIMITS_H
 #define SCSITOOL_HOST_REQUEST_LIMITS_H
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 /// What every implementation of `Host` refuses before it sends anything.
 namespace host {

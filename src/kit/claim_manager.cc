@@ -1,4 +1,4 @@
-#include "kit/claim_manager.h"
+#include "scsitool/kit/claim_manager.h"
 
 #include <algorithm>
 #include <charconv>

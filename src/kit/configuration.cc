@@ -1,9 +1,9 @@
-#include "kit/configuration.h"
+#include "scsitool/kit/configuration.h"
 
 #include <charconv>
 
-#include "host/host.h"
-#include "kit/string_tool.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/string_tool.h"
 
 namespace qzfi_pdk_4_4 {
 namespace {

@@ -1,8 +1,8 @@
-#include "kit/exec_pipe.h"
+#include "scsitool/kit/exec_pipe.h"
 
 #include <utility>
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace qzfi_pdk_4_4 {
 namespace {

@@ -1,6 +1,6 @@
-#include "kit/semaphore.h"
+#include "scsitool/kit/semaphore.h"
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace qzfi_pdk_4_4 {
 

@@ -1,4 +1,4 @@
-#include "kit/string_tool.h"
+#include "scsitool/kit/string_tool.h"
 
 #include <strings.h>
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "host/forwarding_host.h"
 #include "recording/journal.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace recording {
 

@@ -10,10 +10,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "host/host.h"
 #include "recording/journal.h"
 #include "recording/recorded_host_data.h"
 #include "recording/semaphores.h"
+#include "scsitool/host/host.h"
 
 namespace recording {
 

@@ -5,9 +5,9 @@
 #include <system_error>
 #include <utility>
 
-#include "host/linux_host.h"
 #include "recording/hex.h"
 #include "recording/strict_json.h"
+#include "scsitool/host/linux_host.h"
 
 namespace recording {
 namespace {

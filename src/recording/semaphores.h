@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 namespace recording {
 

@@ -1,8 +1,8 @@
-#include "scsi/device_scsi_data.h"
+#include "scsitool/scsi/device_scsi_data.h"
 
 #include <cstring>
 
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 
 CScsiModePage::CScsiModePage() : length(0) {}
 CScsiModePage::~CScsiModePage() = default;

@@ -1,8 +1,8 @@
-#include "scsi/scsi_configuration.h"
+#include "scsitool/scsi/scsi_configuration.h"
 
 #include <string>
 
-#include "kit/configuration.h"
+#include "scsitool/kit/configuration.h"
 
 void CScsiConfiguration::importTuningSettings(CScsiTuningParams& params) {
     using qzfi_pdk_4_4::CFiConfiguration;

@@ -1,8 +1,8 @@
-#include "scsi/scsi_device_handle.h"
+#include "scsitool/scsi/scsi_device_handle.h"
 
-#include "host/host.h"
-#include "scsi/scsi_configuration.h"
 #include "scsi/scsi_result.h"
+#include "scsitool/host/host.h"
+#include "scsitool/scsi/scsi_configuration.h"
 
 using qzfi_pdk_4_4::traceTo;
 

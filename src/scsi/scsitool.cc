@@ -1,11 +1,11 @@
-#include "scsi/scsitool.h"
+#include "scsitool/scsi/scsitool.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "host/host.h"
-#include "kit/bounded_string.h"
 #include "scsi/scsi_result.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
 
 using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_snprintf;

@@ -1,13 +1,13 @@
 #include <string>
 #include <vector>
 
-#include "host/host.h"
-#include "kit/bounded_string.h"
-#include "kit/context_singleton.h"
-#include "kit/exec_pipe.h"
-#include "kit/string_tool.h"
 #include "scsi/scsi_result.h"
-#include "scsi/scsitool.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/bounded_string.h"
+#include "scsitool/kit/context_singleton.h"
+#include "scsitool/kit/exec_pipe.h"
+#include "scsitool/kit/string_tool.h"
+#include "scsitool/scsi/scsitool.h"
 #include "tools/host_command.h"
 #include "tools/line_reader.h"
 

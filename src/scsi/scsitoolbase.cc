@@ -1,13 +1,13 @@
-#include "scsi/scsitoolbase.h"
+#include "scsitool/scsi/scsitoolbase.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-#include "kit/bounded_string.h"
-#include "scsi/page_view.h"
 #include "scsi/scsi_result.h"
-#include "tools/string_tool.h"
+#include "scsitool/kit/bounded_string.h"
+#include "scsitool/scsi/page_view.h"
+#include "scsitool/tools/string_tool.h"
 
 using qzfi_pdk_4_4::traceTo;
 

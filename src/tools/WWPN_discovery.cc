@@ -1,10 +1,10 @@
-#include "tools/WWPN_discovery.h"
+#include "scsitool/tools/WWPN_discovery.h"
 
 #include <exception>
 #include <stdexcept>
 
-#include "host/host.h"
-#include "kit/string_tool.h"
+#include "scsitool/host/host.h"
+#include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
 #include "tools/line_reader.h"
 

@@ -1,6 +1,6 @@
 #include "tools/host_command.h"
 
-#include "kit/exec_pipe.h"
+#include "scsitool/kit/exec_pipe.h"
 
 namespace tools {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "kit/bounded_string.h"
+#include "scsitool/kit/bounded_string.h"
 
 namespace tools {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,7 +7,7 @@
 #include <cwctype>
 #include <vector>
 
-#include "kit/bounded_string.h"
+#include "scsitool/kit/bounded_string.h"
 
 namespace {
 

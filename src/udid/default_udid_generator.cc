@@ -1,10 +1,10 @@
-#include "udid/default_udid_generator.h"
+#include "scsitool/udid/default_udid_generator.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "host/host.h"
-#include "udid/generic_udid_generator.h"
+#include "scsitool/host/host.h"
+#include "scsitool/udid/generic_udid_generator.h"
 #include "udid/udid_text.h"
 
 namespace {

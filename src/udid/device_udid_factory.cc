@@ -1,12 +1,12 @@
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 #include <cstring>
 #include <utility>
 
-#include "tools/string_tool.h"
-#include "udid/evidence.h"
+#include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/evidence.h"
+#include "scsitool/udid/taq_udid_generator.h"
 #include "udid/generator_list.h"
-#include "udid/taq_udid_generator.h"
 #include "udid/udid_text.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;

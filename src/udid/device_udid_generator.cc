@@ -1,8 +1,8 @@
-#include "udid/device_udid_generator.h"
+#include "scsitool/udid/device_udid_generator.h"
 
 #include <utility>
 
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 #include "udid/udid_text.h"
 
 CUdidGenerator::CUdidGenerator(std::string vendor, std::string product)

@@ -1,10 +1,10 @@
-#include "udid/emc_udid_generators.h"
+#include "scsitool/udid/emc_udid_generators.h"
 
 #include <array>
 #include <string_view>
 #include <utility>
 
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 #include "udid/generator_support.h"
 
 using qzfi_pdk_4_4::traceTo;

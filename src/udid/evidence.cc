@@ -1,4 +1,4 @@
-#include "udid/evidence.h"
+#include "scsitool/udid/evidence.h"
 
 #include <typeinfo>
 

@@ -1,9 +1,9 @@
-#include "udid/explanation.h"
+#include "scsitool/udid/explanation.h"
 
 #include <algorithm>
 #include <map>
 
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace udid {
 namespace {

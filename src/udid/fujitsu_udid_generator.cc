@@ -1,4 +1,4 @@
-#include "udid/fujitsu_udid_generator.h"
+#include "scsitool/udid/fujitsu_udid_generator.h"
 
 #include <utility>
 

@@ -1,13 +1,13 @@
 #include "udid/generator_list.h"
 
-#include "udid/default_udid_generator.h"
-#include "udid/emc_udid_generators.h"
-#include "udid/fujitsu_udid_generator.h"
-#include "udid/hitachi_udid_generators.h"
-#include "udid/hp_udid_generators.h"
-#include "udid/ibm_udid_generators.h"
-#include "udid/lsi_udid_generator.h"
-#include "udid/netapp_udid_generator.h"
+#include "scsitool/udid/default_udid_generator.h"
+#include "scsitool/udid/emc_udid_generators.h"
+#include "scsitool/udid/fujitsu_udid_generator.h"
+#include "scsitool/udid/hitachi_udid_generators.h"
+#include "scsitool/udid/hp_udid_generators.h"
+#include "scsitool/udid/ibm_udid_generators.h"
+#include "scsitool/udid/lsi_udid_generator.h"
+#include "scsitool/udid/netapp_udid_generator.h"
 
 namespace udid {
 

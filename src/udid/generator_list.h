@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "udid/device_udid_generator.h"
+#include "scsitool/udid/device_udid_generator.h"
 
 namespace udid {
 

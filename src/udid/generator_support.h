@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "udid/udid_generator_exception.h"
+#include "scsitool/udid/udid_generator_exception.h"
 #include "udid/udid_text.h"
 
 /// What the generators of the array families have in common.

@@ -1,12 +1,12 @@
-#include "udid/generic_udid_generator.h"
+#include "scsitool/udid/generic_udid_generator.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
 
-#include "kit/bounded_string.h"
-#include "tools/string_tool.h"
+#include "scsitool/kit/bounded_string.h"
+#include "scsitool/tools/string_tool.h"
 #include "udid/udid_text.h"
 
 using qzfi_pdk_4_4::traceTo;

@@ -1,4 +1,4 @@
-#include "udid/hp_udid_generators.h"
+#include "scsitool/udid/hp_udid_generators.h"
 
 #include <array>
 #include <string_view>

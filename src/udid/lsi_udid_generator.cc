@@ -1,4 +1,4 @@
-#include "udid/lsi_udid_generator.h"
+#include "scsitool/udid/lsi_udid_generator.h"
 
 #include <array>
 #include <string_view>

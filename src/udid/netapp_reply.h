@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "scsi/page_view.h"
+#include "scsitool/scsi/page_view.h"
 
 namespace udid {
 

@@ -1,9 +1,9 @@
-#include "udid/netapp_udid_generator.h"
+#include "scsitool/udid/netapp_udid_generator.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "host/host.h"
+#include "scsitool/host/host.h"
 #include "udid/generator_support.h"
 #include "udid/netapp_reply.h"
 

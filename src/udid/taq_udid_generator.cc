@@ -1,8 +1,8 @@
-#include "udid/taq_udid_generator.h"
+#include "scsitool/udid/taq_udid_generator.h"
 
 #include <utility>
 
-#include "udid/generic_udid_generator.h"
+#include "scsitool/udid/generic_udid_generator.h"
 #include "udid/udid_text.h"
 
 CTAQUdidGenerator::CTAQUdidGenerator(std::string vendor, std::string product)

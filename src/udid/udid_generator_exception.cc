@@ -1,4 +1,4 @@
-#include "udid/udid_generator_exception.h"
+#include "scsitool/udid/udid_generator_exception.h"
 
 #include <utility>
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tools/string_tool.h"
-#include "udid/device_udid_generator.h"
+#include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/device_udid_generator.h"
 
 namespace udid {
 namespace {

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "scsi/device_scsi_data.h"
-#include "scsi/page_view.h"
-#include "udid/evidence.h"
+#include "scsitool/scsi/device_scsi_data.h"
+#include "scsitool/scsi/page_view.h"
+#include "scsitool/udid/evidence.h"
 
 namespace udid {
 

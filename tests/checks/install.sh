@@ -12,8 +12,8 @@ cmake --install "$build" --prefix "$root" >"$folder/log"
 
 include=$root/include/scsitool
 while read -r header; do
-    "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ -I"$include" \
-        "$include/$header"
+    "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ \
+        -I"$root/include" "$include/$header"
 done < <(cd "$include" && find . -name '*.h')
 macros=$(grep -rhE '^# *define' "$include" | grep -vE 'define (SCSITOOL_EXPORT|SCSITOOL_[A-Z0-9_]+_H)\b' || true)
 if [ -n "$macros" ]; then
@@ -27,7 +27,7 @@ cmake --build "$folder/example" >"$folder/log"
 "$folder/example/example" >/dev/null
 
 pc=$(dirname "$(find "$root" -name scsitool.pc)")
-read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --define-variable=prefix="$root" --cflags --libs scsitool)
+read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs scsitool)
 "$compiler" -std=c++17 "$source/packaging/example/example.cc" -o "$folder/by-pkg-config" "${flags[@]}" \
     "-Wl,-rpath,$(dirname "$pc")"
 "$folder/by-pkg-config" >/dev/null

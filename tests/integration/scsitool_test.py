@@ -104,7 +104,7 @@ def compare_documents(scsitool):
         import jsonschema
     except ImportError:
         return None
-    schema = json.loads((ROOT / "cli/output.schema.json").read_text(encoding="utf-8"))
+    schema = json.loads((ROOT / "cli/output/output.schema.json").read_text(encoding="utf-8"))
     jsonschema.Draft202012Validator.check_schema(schema)
     validator = jsonschema.Draft202012Validator(strict(schema))
     problems = []

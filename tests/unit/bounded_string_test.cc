@@ -1,4 +1,4 @@
-#include "kit/bounded_string.h"
+#include "scsitool/kit/bounded_string.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include <cerrno>
 
-#include "cli/changes.h"
-#include "cli/removed_addresses.h"
+#include "cli/common/changes.h"
+#include "cli/common/removed_addresses.h"
 #include "cli_harness.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include "cli_harness.h"
 #include "family_samples.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "cli/guard.h"
+#include "cli/guard/guard.h"
 #include "cli_harness.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "cli/failure.h"
-#include "cli/hex_text.h"
+#include "cli/base/failure.h"
+#include "cli/output/hex_text.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "cli/run.h"
 #include "cli_harness.h"
-#include "kit/context_singleton.h"
+#include "scsitool/kit/context_singleton.h"
 
 namespace {
 

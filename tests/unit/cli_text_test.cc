@@ -1,7 +1,7 @@
-#include "cli/failure.h"
-#include "cli/script_arguments.h"
-#include "cli/table.h"
-#include "cli/text.h"
+#include "cli/base/failure.h"
+#include "cli/base/text.h"
+#include "cli/common/script_arguments.h"
+#include "cli/output/table.h"
 
 namespace cli {
 namespace {

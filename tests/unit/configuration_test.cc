@@ -1,12 +1,12 @@
-#include "kit/configuration.h"
+#include "scsitool/kit/configuration.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <string>
 
-#include "host/forwarding_host.h"
-#include "host/linux_host.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/host/linux_host.h"
 
 namespace {
 

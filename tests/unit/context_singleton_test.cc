@@ -1,4 +1,4 @@
-#include "kit/context_singleton.h"
+#include "scsitool/kit/context_singleton.h"
 
 #include <gtest/gtest.h>
 

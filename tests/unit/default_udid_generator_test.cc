@@ -1,10 +1,10 @@
-#include "udid/default_udid_generator.h"
+#include "scsitool/udid/default_udid_generator.h"
 
 #include <gtest/gtest.h>
 
 #include "device_host.h"
 #include "page_builder.h"
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 #include "trace_capture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "discovery/device_discovery_base.h"
+#include "scsitool/discovery/device_discovery_base.h"
 
 #include <gtest/gtest.h>
 

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "host/forwarding_host.h"
-#include "kit/trace_log.h"
 #include "page_builder.h"
 #include "scripted_host.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/kit/trace_log.h"
 
 namespace test {
 

@@ -1,4 +1,4 @@
-#include "scsi/device_scsi_data.h"
+#include "scsitool/scsi/device_scsi_data.h"
 
 #include <gtest/gtest.h>
 

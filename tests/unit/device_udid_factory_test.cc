@@ -1,4 +1,4 @@
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "device_host.h"
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 #include "trace_capture.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "discovery/device_discovery_linux.h"
+#include "scsitool/discovery/device_discovery_linux.h"
 #include "slot_of.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "dmp/dmp_discovery_manager.h"
+#include "scsitool/dmp/dmp_discovery_manager.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "dmp/dmp_linux_device_mapper.h"
-#include "dmp/dmp_powerpath.h"
 #include "scripted_host.h"
+#include "scsitool/dmp/dmp_linux_device_mapper.h"
+#include "scsitool/dmp/dmp_powerpath.h"
 #include "slot_of.h"
 #include "trace_capture.h"
 

@@ -1,4 +1,4 @@
-#include "dmp/dmp_linux_device_mapper.h"
+#include "scsitool/dmp/dmp_linux_device_mapper.h"
 
 #include <gtest/gtest.h>
 

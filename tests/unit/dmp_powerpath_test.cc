@@ -1,4 +1,4 @@
-#include "dmp/dmp_powerpath.h"
+#include "scsitool/dmp/dmp_powerpath.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "udid/emc_udid_generators.h"
+#include "scsitool/udid/emc_udid_generators.h"
 
 #include <gtest/gtest.h>
 

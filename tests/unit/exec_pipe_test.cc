@@ -1,4 +1,4 @@
-#include "kit/exec_pipe.h"
+#include "scsitool/kit/exec_pipe.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "host/forwarding_host.h"
-#include "host/linux_host.h"
-#include "kit/trace_log.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/host/linux_host.h"
+#include "scsitool/kit/trace_log.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "udid/explanation.h"
+#include "scsitool/udid/explanation.h"
 
 #include <gtest/gtest.h>
 
 #include "family_samples.h"
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/device_udid_factory.h"
 #include "trace_capture.h"
-#include "udid/device_udid_factory.h"
 #include "udid/udid_text.h"
 
 namespace {

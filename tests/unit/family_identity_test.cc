@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "family_samples.h"
-#include "udid/device_udid_factory.h"
-#include "udid/explanation.h"
+#include "scsitool/udid/device_udid_factory.h"
+#include "scsitool/udid/explanation.h"
 
 namespace {
 

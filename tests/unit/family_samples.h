@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "host/forwarding_host.h"
 #include "page_builder.h"
-#include "udid/evidence.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/udid/evidence.h"
 
 namespace test {
 

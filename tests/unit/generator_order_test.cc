@@ -3,7 +3,7 @@
 #include <set>
 
 #include "family_samples.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/udid/device_udid_factory.h"
 #include "udid/generator_list.h"
 
 namespace {

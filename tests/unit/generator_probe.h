@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "udid/device_udid_generator.h"
+#include "scsitool/udid/device_udid_generator.h"
 
 namespace test {
 

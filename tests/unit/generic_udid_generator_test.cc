@@ -1,4 +1,4 @@
-#include "udid/generic_udid_generator.h"
+#include "scsitool/udid/generic_udid_generator.h"
 
 #include <gtest/gtest.h>
 

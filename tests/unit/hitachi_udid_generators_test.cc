@@ -1,4 +1,4 @@
-#include "udid/hitachi_udid_generators.h"
+#include "scsitool/udid/hitachi_udid_generators.h"
 
 #include <gtest/gtest.h>
 

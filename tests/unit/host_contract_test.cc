@@ -14,12 +14,12 @@
 #include <string>
 #include <vector>
 
-#include "host/forwarding_host.h"
-#include "host/host.h"
-#include "host/linux_host.h"
 #include "recording/dry_run_host.h"
 #include "recording/journal.h"
 #include "recording/recorded_host.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/host/host.h"
+#include "scsitool/host/linux_host.h"
 #include "semaphore_key.h"
 #include "temporary_directory.h"
 

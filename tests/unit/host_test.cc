@@ -1,12 +1,12 @@
-#include "host/host.h"
+#include "scsitool/host/host.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <thread>
 
-#include "host/forwarding_host.h"
-#include "host/linux_host.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/host/linux_host.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "udid/ibm_udid_generators.h"
+#include "scsitool/udid/ibm_udid_generators.h"
 
 #include <gtest/gtest.h>
 

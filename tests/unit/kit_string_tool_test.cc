@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/string_tool.h"
+#include "scsitool/kit/string_tool.h"
 
 namespace {
 

@@ -5,16 +5,16 @@
 #include <initializer_list>
 #include <utility>
 
-#include "discovery/device_discovery_linux.h"
-#include "scsi/scsi_configuration.h"
-#include "scsi/scsi_device_handle.h"
-#include "scsi/scsitool.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/scsi/scsi_configuration.h"
+#include "scsitool/scsi/scsi_device_handle.h"
+#include "scsitool/scsi/scsitool.h"
+#include "scsitool/udid/default_udid_generator.h"
+#include "scsitool/udid/device_scsi_info.h"
+#include "scsitool/udid/device_udid_factory.h"
+#include "scsitool/udid/generic_udid_generator.h"
+#include "scsitool/udid/taq_udid_generator.h"
 #include "slot_of.h"
-#include "udid/default_udid_generator.h"
-#include "udid/device_scsi_info.h"
-#include "udid/device_udid_factory.h"
-#include "udid/generic_udid_generator.h"
-#include "udid/taq_udid_generator.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "host/linux_host.h"
+#include "scsitool/host/linux_host.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

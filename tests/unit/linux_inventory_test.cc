@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "discovery/device_discovery_linux.h"
 #include "discovery/scsi_table.h"
 #include "scripted_host.h"
 #include "scsi_table_text.h"
+#include "scsitool/discovery/device_discovery_linux.h"
 #include "trace_capture.h"
 
 namespace {

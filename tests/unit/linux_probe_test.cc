@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "discovery/device_discovery_linux.h"
 #include "scripted_host.h"
 #include "scsi_table_text.h"
+#include "scsitool/discovery/device_discovery_linux.h"
 #include "trace_capture.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "device_host.h"
-#include "discovery/device_discovery_linux.h"
+#include "scsitool/discovery/device_discovery_linux.h"
 #include "trace_capture.h"
 
 namespace {

@@ -1,12 +1,12 @@
-#include "udid/netapp_udid_generator.h"
+#include "scsitool/udid/netapp_udid_generator.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
 #include "generator_probe.h"
-#include "host/forwarding_host.h"
 #include "page_builder.h"
+#include "scsitool/host/forwarding_host.h"
 #include "slot_of.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "scsi/device_scsi_data.h"
+#include "scsitool/scsi/device_scsi_data.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define SCSITOOL_TESTS_POISONED_GUARD 1

@@ -7,8 +7,8 @@
 
 #include "recording/recorded_host.h"
 #include "recording/recorded_host_file.h"
-#include "udid/device_udid_factory.h"
-#include "udid/explanation.h"
+#include "scsitool/udid/device_udid_factory.h"
+#include "scsitool/udid/explanation.h"
 
 namespace {
 

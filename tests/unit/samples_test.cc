@@ -8,9 +8,9 @@
 
 #include "recording/recorded_host.h"
 #include "recording/recorded_host_file.h"
-#include "scsi/scsitool.h"
-#include "tools/WWPN_discovery.h"
-#include "udid/device_udid_factory.h"
+#include "scsitool/scsi/scsitool.h"
+#include "scsitool/tools/WWPN_discovery.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace {
 

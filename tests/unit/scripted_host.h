@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "host/forwarding_host.h"
 #include "recording/journal.h"
 #include "recording/recorded_host.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace test {
 

@@ -1,4 +1,4 @@
-#include "scsi/scsi_configuration.h"
+#include "scsitool/scsi/scsi_configuration.h"
 
 #include <gtest/gtest.h>
 

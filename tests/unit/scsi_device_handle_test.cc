@@ -1,4 +1,4 @@
-#include "scsi/scsi_device_handle.h"
+#include "scsitool/scsi/scsi_device_handle.h"
 
 #include <gtest/gtest.h>
 

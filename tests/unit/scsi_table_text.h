@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "discovery/linux_scsi_device.h"
+#include "scsitool/discovery/linux_scsi_device.h"
 
 namespace test {
 

@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "device_host.h"
-#include "scsi/scsitool.h"
-#include "scsi/scsitoolbase.h"
+#include "scsitool/scsi/scsitool.h"
+#include "scsitool/scsi/scsitoolbase.h"
 #include "trace_capture.h"
 
 namespace {

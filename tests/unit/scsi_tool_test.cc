@@ -5,7 +5,7 @@
 #include <new>
 
 #include "device_host.h"
-#include "scsi/scsitool.h"
+#include "scsitool/scsi/scsitool.h"
 #include "trace_capture.h"
 
 namespace {

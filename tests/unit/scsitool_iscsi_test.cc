@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "host/command_runner.h"
-#include "host/linux_host.h"
 #include "scripted_host.h"
-#include "scsi/scsitool.h"
+#include "scsitool/host/linux_host.h"
+#include "scsitool/scsi/scsitool.h"
 #include "slot_of.h"
 #include "trace_capture.h"
 

@@ -1,4 +1,4 @@
-#include "kit/semaphore.h"
+#include "scsitool/kit/semaphore.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "host/forwarding_host.h"
-#include "host/linux_host.h"
+#include "scsitool/host/forwarding_host.h"
+#include "scsitool/host/linux_host.h"
 #include "semaphore_key.h"
 
 namespace {

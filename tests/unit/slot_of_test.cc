@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "kit/trace_log.h"
+#include "scsitool/kit/trace_log.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "kit/smart_ptr.h"
+#include "scsitool/kit/smart_ptr.h"
 
 #include <gtest/gtest.h>
 

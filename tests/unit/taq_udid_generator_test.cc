@@ -1,10 +1,10 @@
-#include "udid/taq_udid_generator.h"
+#include "scsitool/udid/taq_udid_generator.h"
 
 #include <gtest/gtest.h>
 
 #include "page_builder.h"
+#include "scsitool/udid/default_udid_generator.h"
 #include "trace_capture.h"
-#include "udid/default_udid_generator.h"
 
 namespace {
 

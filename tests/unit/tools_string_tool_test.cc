@@ -4,7 +4,7 @@
 #include <clocale>
 #include <string>
 
-#include "tools/string_tool.h"
+#include "scsitool/tools/string_tool.h"
 
 namespace {
 

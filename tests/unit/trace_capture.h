@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "kit/context_singleton.h"
-#include "kit/trace_log.h"
+#include "scsitool/kit/context_singleton.h"
+#include "scsitool/kit/trace_log.h"
 
 namespace test {
 

@@ -1,4 +1,4 @@
-#include "kit/trace_log.h"
+#include "scsitool/kit/trace_log.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>

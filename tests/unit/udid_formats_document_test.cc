@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "family_samples.h"
-#include "udid/explanation.h"
+#include "scsitool/udid/explanation.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <type_traits>
 
 #include "page_builder.h"
+#include "scsitool/udid/device_udid_generator.h"
 #include "trace_capture.h"
-#include "udid/device_udid_generator.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tools/WWPN_discovery.h"
+#include "scsitool/tools/WWPN_discovery.h"
 
 #include <gtest/gtest.h>
 

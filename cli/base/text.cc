@@ -1,0 +1,131 @@
+#include "cli/base/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "recording/utf8.h"
+
+namespace cli {
+namespace {
+
+struct CodePoint {
+    std::uint32_t value = 0;
+    std::size_t bytes = 0;  // 0 when the bytes are no UTF-8
+};
+
+std::size_t sequenceLength(unsigned char first) {
+    if (first < 0x80) {
+        return 1;
+    }
+    if (first < 0xC0) {
+        return 0;
+    }
+    return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
+
+CodePoint codePointAt(const std::string& text, std::size_t offset) {
+    const auto first = static_cast<unsigned char>(text[offset]);
+    const std::size_t length = sequenceLength(first);
+    if (length == 0 || offset + length > text.size() ||
+        !recording::isUtf8(text.substr(offset, length))) {
+        return {};
+    }
+    std::uint32_t value = length == 1 ? first : first & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        value = value << 6 | (static_cast<unsigned char>(text[offset + i]) & 0x3FU);
+    }
+    return {value, length};
+}
+
+// C1 controls are here because a terminal takes U+009B for the start of a control sequence.
+bool steersTerminal(std::uint32_t value) {
+    return value < 0x20 || (value >= 0x7F && value < 0xA0) || value == 0x200E || value == 0x200F ||
+           (value >= 0x2028 && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
+}
+
+std::string escape(std::uint32_t value) {
+    switch (value) {
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\t':
+            return "\\t";
+        default:
+            return value < 0x100 ? fmt::format("\\x{:02x}", value)
+                                 : fmt::format("\\u{:04x}", value);
+    }
+}
+
+// Where to cut so that at most `columns` code points stand before the cut.
+std::size_t cutPosition(const std::string& text, std::size_t start, std::size_t columns) {
+    std::size_t end = start;
+    for (std::size_t taken = 0; taken < columns && end < text.size(); ++taken) {
+        end += std::max<std::size_t>(1, sequenceLength(static_cast<unsigned char>(text[end])));
+    }
+    return std::min(end, text.size());
+}
+
+}  // namespace
+
+std::string visible(const std::string& text, bool keepTabs) {
+    std::string result;
+    for (std::size_t offset = 0; offset < text.size();) {
+        const CodePoint point = codePointAt(text, offset);
+        if (point.bytes == 0) {
+            result += escape(static_cast<unsigned char>(text[offset]));
+            ++offset;
+            continue;
+        }
+        if (steersTerminal(point.value) && !(keepTabs && point.value == '\t')) {
+            result += escape(point.value);
+        } else {
+            result.append(text, offset, point.bytes);
+        }
+        offset += point.bytes;
+    }
+    return result;
+}
+
+std::size_t columnsOf(const std::string& visibleText) {
+    return static_cast<std::size_t>(
+        std::count_if(visibleText.begin(), visibleText.end(),
+                      [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+std::vector<std::string> wrapped(const std::string& visibleText, std::size_t columns) {
+    std::vector<std::string> pieces;
+    std::size_t start = 0;
+    const std::size_t width = std::max<std::size_t>(columns, 1);
+    while (columnsOf(visibleText.substr(start)) > width) {
+        std::size_t end = cutPosition(visibleText, start, width);
+        const std::size_t blank = visibleText.rfind(' ', end);
+        const bool atBlank = blank != std::string::npos && blank > start;
+        end = atBlank ? blank : end;
+        pieces.push_back(visibleText.substr(start, end - start));
+        start = atBlank ? end + 1 : end;
+    }
+    pieces.push_back(visibleText.substr(start));
+    return pieces;
+}
+
+std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
+    return fmt::format("{}", fmt::join(texts, separator));
+}
+
+std::string sizeText(std::uint64_t kibibytes) {
+    static const char* const kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    if (kibibytes < 1024) {
+        return fmt::format("{} KiB", kibibytes);
+    }
+    std::size_t unit = 0;
+    auto size = static_cast<double>(kibibytes);
+    while (size >= 1024 && unit + 1 < std::size(kUnits)) {
+        size /= 1024;
+        ++unit;
+    }
+    return fmt::format("{:.1f} {}", size, kUnits[unit]);
+}
+
+}  // namespace cli

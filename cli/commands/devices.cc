@@ -1,0 +1,54 @@
+#include "cli/common/command.h"
+#include "cli/common/factory_options.h"
+#include "cli/common/script_arguments.h"
+
+namespace cli {
+namespace {
+
+class Devices : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app = parent.add_subcommand("devices", "Show the device map");
+        app->add_option("NAME", m_name, "Only this device");
+        CLI::Option* const rescan =
+            app->add_flag("--rescan", m_rescan, "Rescan buses and multipath layer before");
+        app->add_option(
+               "--rescan-args", m_rescanArguments,
+               "More arguments for the rescan script, for instance --rescan-args=--hosts=1")
+            ->type_name("S")
+            ->needs(rescan);
+        m_factoryOptions.declare(*app);
+        return app;
+    }
+
+    Report run(Context& context) override {
+        const std::string arguments = scriptArguments({m_rescanArguments});
+        CUDIDFactory factory;
+        m_factoryOptions.apply(factory);
+        context.traceInto(factory);
+        const DeviceMap devices =
+            factory.enumerateDeviceMap(m_rescan, false, false, m_name, arguments);
+        Report report;
+        report.data["devices"] = devicesJson(devices);
+        report.text = devicesText(devices, context.layout);
+        if (devices.empty()) {
+            report.failure = m_name.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
+                                            : whyNotFound(context, m_name);
+        }
+        return report;
+    }
+
+  private:
+    std::string m_name;
+    bool m_rescan = false;
+    std::string m_rescanArguments;
+    FactoryOptions m_factoryOptions;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeDevices() {
+    return std::make_unique<Devices>();
+}
+
+}  // namespace cli

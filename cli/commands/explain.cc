@@ -1,0 +1,95 @@
+#include "cli/base/failure.h"
+#include "cli/common/command.h"
+#include "cli/common/factory_options.h"
+#include "cli/common/mailed_pages.h"
+#include "cli/common/record_list.h"
+#include "cli/output/explain_text.h"
+#include "recording/recorded_host.h"
+#include "scsitool/udid/explanation.h"
+
+namespace cli {
+namespace {
+
+class Explain : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app =
+            parent.add_subcommand("explain", "Show why a device has the UDID that it has");
+        CLI::Option* const name = app->add_option("NAME", m_name, "The device node");
+        app->add_option("--inhex", m_pages,
+                        "Instead of a device: a page somebody mailed, in FILE as 'sg_vpd --hex' "
+                        "prints it; PAGE is std, a VPD page code such as 83, or a command block")
+            ->type_name("PAGE=FILE")
+            ->allow_extra_args(false)
+            ->excludes(name);
+        m_factoryOptions.declare(*app);
+        return app;
+    }
+
+    Report run(Context& context) override {
+        CUDIDFactory factory;
+        m_factoryOptions.apply(factory);
+        context.traceInto(factory);
+        return m_pages.empty() ? explainDevice(factory, context) : explainPages(factory, context);
+    }
+
+  private:
+    Report explainDevice(CUDIDFactory& factory, Context& context) {
+        if (m_name.empty()) {
+            throw UsageError(
+                "no device named; give NAME, or pages with --inhex PAGE=FILE, for instance "
+                "'scsitool explain /dev/sda'");
+        }
+        Report report;
+        report.data["explanations"] = Json::array();
+        const RecordList records = owned(factory.m_discovery.validateDevice(m_name));
+        for (const auto& record : records) {
+            udid::Explanation explanation = udid::explain(factory, *record);
+            if (record->m_pages.empty()) {
+                explanation.remarks.emplace_back("the device opens but does not answer INQUIRY");
+            }
+            add(explanation, context, report);
+        }
+        if (records.empty()) {
+            report.failure = whyNotFound(context, m_name);
+        }
+        return report;
+    }
+
+    Report explainPages(CUDIDFactory& factory, Context& context) {
+        if (!context.isLive()) {
+            throw UsageError("--inhex brings a host of its own; leave --host out");
+        }
+        const MailedPages pages(m_pages);
+        recording::Journal journal;
+        recording::RecordedHost host(pages.host(), journal);
+        const host::Scope scope(host);
+        Report report;
+        report.data["explanations"] = Json::array();
+        for (const auto& record :
+             owned(factory.m_discovery.validateDevice(MailedPages::deviceName()))) {
+            udid::Explanation explanation = udid::explain(factory, *record);
+            const std::vector<std::string> remarks = pages.remarks(*record);
+            explanation.remarks.insert(explanation.remarks.end(), remarks.begin(), remarks.end());
+            add(explanation, context, report);
+        }
+        return report;
+    }
+
+    static void add(const udid::Explanation& explanation, const Context& context, Report& report) {
+        report.data["explanations"].push_back(explanationJson(explanation));
+        report.text += explanationText(explanation, context.layout);
+    }
+
+    std::string m_name;
+    std::vector<std::string> m_pages;
+    FactoryOptions m_factoryOptions;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeExplain() {
+    return std::make_unique<Explain>();
+}
+
+}  // namespace cli

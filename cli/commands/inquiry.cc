@@ -1,0 +1,73 @@
+#include <algorithm>
+
+#include "cli/base/failure.h"
+#include "cli/common/command.h"
+#include "cli/common/record_list.h"
+#include "cli/output/inquiry_text.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+
+namespace cli {
+namespace {
+
+// "std", or a VPD page code in hexadecimal with or without "0x", as a page's key.
+std::string pageKeyFrom(const std::string& text) {
+    if (text.empty() || text == "std") {
+        return text;
+    }
+    const std::string digits = text.compare(0, 2, "0x") == 0 ? text.substr(2) : text;
+    const bool hex = !digits.empty() && digits.size() <= 2 &&
+                     digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    if (!hex) {
+        throw UsageError("--page '" + text + "': expected std or a page code such as 83");
+    }
+    return pageKey(static_cast<unsigned>(std::stoul(digits, nullptr, 16)));
+}
+
+class Inquiry : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app =
+            parent.add_subcommand("inquiry", "Show one device's record: identity, address, pages");
+        app->add_option("NAME", m_name, "The device node")->required();
+        CLI::Option* const hex =
+            app->add_flag("--hex", m_hex, "Print the pages as sg_vpd and sg_inq --inhex read them");
+        app->add_option("--page", m_page, "With --hex only this page: std, 80, 83 ...")
+            ->type_name("PAGE")
+            ->needs(hex);
+        return app;
+    }
+
+    Report run(Context& context) override {
+        const std::string only = pageKeyFrom(m_page);
+        CLinuxDeviceDiscovery discovery;
+        context.traceInto(discovery);
+        const RecordList records = owned(discovery.validateDevice(m_name));
+        Report report;
+        report.data["records"] = Json::array();
+        for (const auto& record : records) {
+            report.data["records"].push_back(recordJson(*record));
+            report.text += m_hex ? recordHex(*record, only) : recordText(*record);
+        }
+        if (records.empty()) {
+            report.failure = whyNotFound(context, m_name);
+        } else if (records.front()->m_pages.empty()) {
+            report.failure = m_name + ": the device opens but does not answer INQUIRY";
+        } else if (report.text.empty()) {
+            report.failure = m_name + ": page " + m_page + " was not read from the device";
+        }
+        return report;
+    }
+
+  private:
+    std::string m_name;
+    bool m_hex = false;
+    std::string m_page;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeInquiry() {
+    return std::make_unique<Inquiry>();
+}
+
+}  // namespace cli

@@ -1,0 +1,106 @@
+#include <functional>
+
+#include "cli/base/failure.h"
+#include "cli/base/text.h"
+#include "cli/common/acting.h"
+#include "cli/common/changes.h"
+#include "cli/common/command.h"
+#include "cli/common/script_arguments.h"
+#include "scsitool/scsi/scsitool.h"
+
+namespace cli {
+namespace {
+
+constexpr unsigned kNameFileUnreadable = 26;
+
+class Iscsi : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app = parent.add_subcommand("iscsi", "Drive the host's iSCSI initiator");
+        app->require_subcommand(1);
+        m_iqn = app->add_subcommand("iqn", "Show the initiator's name");
+        m_discover = app->add_subcommand("discover", "Discover the targets behind a portal");
+        m_discover->add_option("PORTAL", m_word, "address or address:port")->required();
+        m_login = app->add_subcommand("login", "Log in to a target");
+        m_login->add_option("IQN", m_word, "The target's name")->required();
+        m_logout = app->add_subcommand("logout", "Log out of a target");
+        m_logout->add_option("IQN", m_word, "The target's name")->required();
+        m_rescan = app->add_subcommand("rescan", "Rescan the open sessions");
+        for (CLI::App* const one : {m_login, m_logout, m_rescan}) {
+            one->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
+        }
+        return app;
+    }
+
+    Report run(Context& context) override {
+        if (m_iqn->parsed()) {
+            return showIqn(context);
+        }
+        if (m_discover->parsed()) {
+            requirePlainWord("portal", m_word);
+            return act(context,
+                       [this](CScsiTool& tool) { return tool.DiscoverIscsiTargets(m_word); });
+        }
+        if (m_rescan->parsed()) {
+            return act(context, [](CScsiTool& tool) { return tool.RescanIscsiSessions(); });
+        }
+        requirePlainWord("target name", m_word);
+        if (m_login->parsed()) {
+            return act(context, [this](CScsiTool& tool) { return tool.LoginToIscsiIQN(m_word); });
+        }
+        return act(context, [this](CScsiTool& tool) { return tool.LogoutFromIscsiIQN(m_word); });
+    }
+
+  private:
+    static Report showIqn(Context& context) {
+        CScsiTool tool;
+        context.traceInto(tool);
+        std::string iqn;
+        const unsigned result = tool.GetHostIQN(iqn);
+        Report report;
+        report.data["result"] = result;
+        report.data["iqn"] = jsonText(iqn);
+        report.text = visible(iqn) + "\n";
+        if (result == kNameFileUnreadable) {
+            report.failure = "/etc/iscsi/initiatorname.iscsi cannot be read";
+        } else if (result != 0) {
+            report.failure = "there is no /sbin/iscsiadm: install open-iscsi";
+        } else if (iqn.empty()) {
+            report.failure = "/etc/iscsi/initiatorname.iscsi has no InitiatorName";
+        }
+        return report;
+    }
+
+    // These operations give 0 whatever came of their command; only its end tells.
+    Report act(Context& context, const std::function<unsigned(CScsiTool&)>& operation) const {
+        CUDIDFactory factory;
+        CScsiTool& tool = factory.m_discovery.m_scsiTool;
+        context.traceInto(tool);
+        if (m_changes) {
+            context.traceInto(factory);
+        }
+        ChangeWatch changes(factory, m_changes);
+        Report report;
+        report.data["result"] = operation(tool);
+        addEffects(report, context);
+        changes.addTo(report, context);
+        report.failure = failedCommand(context.host());
+        return report;
+    }
+
+    CLI::App* m_iqn = nullptr;
+    CLI::App* m_discover = nullptr;
+    CLI::App* m_login = nullptr;
+    CLI::App* m_logout = nullptr;
+    CLI::App* m_rescan = nullptr;
+    std::string m_word;
+    bool m_changes = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeIscsi() {
+    return std::make_unique<Iscsi>();
+}
+
+}  // namespace cli

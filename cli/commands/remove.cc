@@ -1,0 +1,113 @@
+#include <cstring>
+
+#include "cli/base/failure.h"
+#include "cli/common/acting.h"
+#include "cli/common/command.h"
+#include "cli/common/removed_addresses.h"
+#include "cli/common/script_arguments.h"
+#include "cli/guard/guard.h"
+#include "scsitool/udid/device_udid_factory.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kMapper = "/dev/mapper/";
+
+// The name of a map; empty for a path that the library leaves alone. A path that only has the
+// folder somewhere in it would reach dmsetup, and with it what dmsetup makes of it.
+std::string mapNameOf(const std::string& path) {
+    requirePlainWord("path", path);
+    const std::size_t at = path.find(kMapper);
+    if (at == std::string::npos) {
+        return {};
+    }
+    const std::string name = path.substr(std::strlen(kMapper));
+    if (at != 0 || name.empty() || name.find('/') != std::string::npos || name[0] == '.') {
+        throw UsageError("path '" + path + "' is no map: expected /dev/mapper/NAME");
+    }
+    return name;
+}
+
+class Remove : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app = parent.add_subcommand("remove", "Remove a device-mapper map");
+        app->add_option("PATH", m_path, "/dev/mapper/NAME")->required();
+        app->add_flag("--force", m_force, "Remove it though it is in use");
+        return app;
+    }
+
+    Report run(Context& context) override {
+        const std::string mapName = mapNameOf(m_path);
+        if (!m_force && !mapName.empty()) {
+            Guard guard(context.hosts.aside());
+            guard.checkMap(mapName);
+            if (!guard.refusals().empty()) {
+                return guard.report();
+            }
+        }
+        CUDIDFactory factory;
+        context.traceInto(factory);
+        factory.removeDevice(m_path);
+        Report report;
+        addEffects(report, context);
+        report.failure = mapName.empty()
+                             ? m_path +
+                                   ": only maps under /dev/mapper are removed by their path; "
+                                   "for a disk use 'scsitool remove-address'"
+                             : failedCommand(context.host());
+        return report;
+    }
+
+  private:
+    std::string m_path;
+    bool m_force = false;
+};
+
+class RemoveAddress : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app =
+            parent.add_subcommand("remove-address", "Remove the disk at a SCSI address");
+        app->add_option("HOST", m_address.host)->required()->check(CLI::NonNegativeNumber);
+        app->add_option("CHANNEL", m_address.channel)->required()->check(CLI::NonNegativeNumber);
+        app->add_option("TARGET", m_address.id)->required()->check(CLI::NonNegativeNumber);
+        app->add_option("LUN", m_address.lun)->required()->check(CLI::NonNegativeNumber);
+        app->add_flag("--force", m_force, "Remove it though it is in use or not trusted");
+        return app;
+    }
+
+    Report run(Context& context) override {
+        if (!m_force) {
+            Guard guard(context.hosts.aside());
+            guard.checkAddress(m_address);
+            if (!guard.refusals().empty()) {
+                return guard.report();
+            }
+        }
+        CLinuxDeviceDiscovery discovery;
+        context.traceInto(discovery);
+        discovery.RemoveDevice(m_address.host, m_address.channel, m_address.id, m_address.lun);
+        Report report;
+        report.data["address"] = addressJson(m_address);
+        addEffects(report, context);
+        report.failure = removalFailure(removedAddresses(context.host().appends()));
+        return report;
+    }
+
+  private:
+    SLinuxScsiDevice m_address = {};
+    bool m_force = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeRemove() {
+    return std::make_unique<Remove>();
+}
+
+std::unique_ptr<Command> makeRemoveAddress() {
+    return std::make_unique<RemoveAddress>();
+}
+
+}  // namespace cli

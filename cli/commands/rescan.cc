@@ -1,0 +1,47 @@
+#include "cli/common/acting.h"
+#include "cli/common/changes.h"
+#include "cli/common/command.h"
+#include "cli/common/script_arguments.h"
+
+namespace cli {
+namespace {
+
+class Rescan : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app =
+            parent.add_subcommand("rescan", "Rescan the buses for new logical units");
+        app->add_option("ARGS", m_words,
+                        "More arguments for the rescan script, behind -- (rescan -- --hosts=1)");
+        app->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
+        return app;
+    }
+
+    Report run(Context& context) override {
+        const std::string arguments = scriptArguments(m_words);
+        CUDIDFactory factory;
+        context.traceInto(factory);
+        ChangeWatch changes(factory, m_changes);
+        const int result = factory.m_discovery.rescanScsiBus(false, arguments);
+        Report report;
+        report.data["result"] = result;
+        addEffects(report, context);
+        changes.addTo(report, context);
+        if (result != 0) {
+            report.failure = scriptFailure(context.host());
+        }
+        return report;
+    }
+
+  private:
+    std::vector<std::string> m_words;
+    bool m_changes = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeRescan() {
+    return std::make_unique<Rescan>();
+}
+
+}  // namespace cli

@@ -1,0 +1,46 @@
+#include "cli/base/text.h"
+#include "cli/common/command.h"
+#include "scsitool/udid/device_udid_factory.h"
+
+namespace cli {
+namespace {
+
+class Udid : public Command {
+  public:
+    CLI::App* declare(CLI::App& parent) override {
+        CLI::App* const app = parent.add_subcommand("udid", "Show one device's UDID");
+        app->add_option("NAME", m_name, "The device, as 'devices' names it")->required();
+        app->add_flag("--rescan-if-missing", m_rescanIfMissing,
+                      "Rescan the buses when the device is not known");
+        return app;
+    }
+
+    Report run(Context& context) override {
+        CUDIDFactory factory;
+        context.traceInto(factory);
+        const std::string udid = factory.getCachedUniqueDeviceID(m_name.c_str(), m_rescanIfMissing);
+        Report report;
+        report.data["name"] = jsonText(m_name);
+        report.data["udid"] = jsonText(udid);
+        report.text = visible(udid) + "\n";
+        if (udid.empty()) {
+            report.failure = factory.m_deviceMap.count(m_name) != 0
+                                 ? m_name + ": the device has no UDID; 'scsitool explain " +
+                                       m_name + "' says why"
+                                 : whyNotFound(context, m_name);
+        }
+        return report;
+    }
+
+  private:
+    std::string m_name;
+    bool m_rescanIfMissing = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeUdid() {
+    return std::make_unique<Udid>();
+}
+
+}  // namespace cli

@@ -1,0 +1,95 @@
+#include "cli/common/changes.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include "cli/base/text.h"
+
+namespace cli {
+namespace {
+
+using NamesByUdid = std::map<std::string, std::set<std::string>>;
+
+NamesByUdid byUdid(const DeviceMap& devices) {
+    NamesByUdid names;
+    for (const auto& [name, info] : devices) {
+        names[info.uid].insert(name);
+    }
+    return names;
+}
+
+// What is in `these` and not in `those`.
+std::vector<Change> onlyIn(const NamesByUdid& these, const NamesByUdid& those) {
+    std::vector<Change> changes;
+    for (const auto& [udid, names] : these) {
+        const auto other = those.find(udid);
+        Change change = {udid, {}, other == those.end()};
+        const std::set<std::string> present =
+            other == those.end() ? std::set<std::string>() : other->second;
+        std::set_difference(names.begin(), names.end(), present.begin(), present.end(),
+                            std::back_inserter(change.devices));
+        if (!change.devices.empty()) {
+            changes.push_back(std::move(change));
+        }
+    }
+    return changes;
+}
+
+Json listJson(const std::vector<Change>& changes) {
+    Json list = Json::array();
+    for (const Change& change : changes) {
+        Json devices = Json::array();
+        for (const std::string& name : change.devices) {
+            devices.push_back(jsonText(name));
+        }
+        list.push_back({{"udid", jsonText(change.udid)},
+                        {"devices", devices},
+                        {"whole_volume", change.wholeVolume}});
+    }
+    return list;
+}
+
+void addRows(Table& table, const char* what, const std::vector<Change>& changes) {
+    for (const Change& change : changes) {
+        table.addRow({what, change.wholeVolume ? "volume" : "path",
+                      change.udid.empty() ? "-" : change.udid, joined(change.devices, " ")});
+    }
+}
+
+}  // namespace
+
+Changes compareMaps(const DeviceMap& before, const DeviceMap& after) {
+    const NamesByUdid former = byUdid(before);
+    const NamesByUdid present = byUdid(after);
+    return {onlyIn(present, former), onlyIn(former, present)};
+}
+
+Json changesJson(const Changes& changes) {
+    return {{"appeared", listJson(changes.appeared)},
+            {"disappeared", listJson(changes.disappeared)}};
+}
+
+std::string changesText(const Changes& changes, const Layout& layout) {
+    if (changes.appeared.empty() && changes.disappeared.empty()) {
+        return "no change\n";
+    }
+    Table table({{"CHANGE"}, {"OF"}, {"UDID", false, true}, {"DEVICES", false, true}});
+    addRows(table, "appeared", changes.appeared);
+    addRows(table, "disappeared", changes.disappeared);
+    return table.str(layout);
+}
+
+DeviceMap ChangeWatch::enumerate() {
+    return m_wanted ? m_factory.enumerateDeviceMap(false, false, false, "", "") : DeviceMap();
+}
+
+void ChangeWatch::addTo(Report& report, const Context& context) {
+    if (m_wanted) {
+        const Changes changes = compareMaps(m_before, enumerate());
+        report.data["changes"] = changesJson(changes);
+        report.text += (report.text.empty() ? "" : "\n") + changesText(changes, context.layout);
+    }
+}
+
+}  // namespace cli

@@ -1,0 +1,51 @@
+#ifndef SCSITOOL_CLI_COMMON_CHANGES_H
+#define SCSITOOL_CLI_COMMON_CHANGES_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "cli/common/context.h"
+#include "cli/output/report.h"
+#include "scsitool/udid/device_udid_factory.h"
+
+namespace cli {
+
+/// Devices of one UDID that came or went.
+struct Change {
+    std::string udid;
+    std::vector<std::string> devices;
+    bool wholeVolume = false;  ///< no other device carries or carried the UDID
+};
+
+/// What appeared and what disappeared between two device maps, in the order of the UDIDs. A device
+/// that changed its UDID did both.
+struct Changes {
+    std::vector<Change> appeared;
+    std::vector<Change> disappeared;
+};
+
+Changes compareMaps(const DeviceMap& before, const DeviceMap& after);
+
+Json changesJson(const Changes& changes);
+std::string changesText(const Changes& changes, const Layout& layout);
+
+/// Enumerates before and after an operation and adds what changed to its report.
+class ChangeWatch {
+  public:
+    ChangeWatch(CUDIDFactory& factory, bool wanted) : m_factory(factory), m_wanted(wanted) {
+        m_before = enumerate();
+    }
+    void addTo(Report& report, const Context& context);
+
+  private:
+    DeviceMap enumerate();
+
+    CUDIDFactory& m_factory;
+    bool m_wanted;
+    DeviceMap m_before;
+};
+
+}  // namespace cli
+
+#endif

@@ -1,0 +1,45 @@
+#ifndef SCSITOOL_CLI_COMMON_CONTEXT_H
+#define SCSITOOL_CLI_COMMON_CONTEXT_H
+
+#include <string>
+
+#include "cli/base/options.h"
+#include "cli/hosts/host_stack.h"
+#include "cli/hosts/watched_host.h"
+#include "cli/output/table.h"
+#include "scsitool/kit/trace_log.h"
+
+namespace cli {
+
+/// What a command works with. It lives for one run of the command.
+struct Context {
+    using TraceLog = qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>;
+
+    const Options& options;
+    const Layout& layout;
+    HostStack& hosts;
+    TraceLog& traceLog;  ///< null unless a trace was asked for
+    bool isRoot;
+
+    /// The host in effect: the library's calls go to it (it is the thread's current host).
+    WatchedHost& host() const { return hosts.top(); }
+    bool isLive() const { return options.hostFile.empty(); }
+
+    /// Registers the trace log with an object of the library, if there is one.
+    template <class Traceable>
+    void traceInto(Traceable& object) const {
+        if (!traceLog.isNull()) {
+            object.registerTraceLog(traceLog);
+        }
+    }
+};
+
+/// What to try when no disk was found: " (...)" to be added to a message.
+std::string hintWithoutDisks(const Context& context);
+
+/// Why the library found nothing under a device name, for a message.
+std::string whyNotFound(const Context& context, const std::string& name);
+
+}  // namespace cli
+
+#endif

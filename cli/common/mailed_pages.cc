@@ -1,0 +1,180 @@
+#include "cli/common/mailed_pages.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "cli/base/failure.h"
+#include "cli/output/hex_text.h"
+#include "cli/output/inquiry_text.h"
+#include "recording/hex.h"
+#include "scsitool/host/linux_host.h"
+
+namespace cli {
+namespace {
+
+using recording::Bytes;
+
+constexpr char kDeviceName[] = "/dev/sda";
+constexpr char kOption[] = "--inhex ";
+constexpr std::size_t kLongestPage = 65539;  // a page length of 16 bits and the header
+constexpr std::size_t kCommandBlockDigits = 20;
+constexpr std::size_t kLengthByte = 3;
+constexpr std::size_t kPageHeader = 4;
+constexpr std::size_t kInquiryLengthByte = 4;
+
+struct Argument {
+    std::string page;
+    std::string file;
+};
+
+Argument splitArgument(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals + 1 == text.size()) {
+        throw UsageError(kOption + text + ": expected PAGE=FILE, for instance 83=page83.hex");
+    }
+    std::string page = text.substr(0, equals);
+    std::transform(page.begin(), page.end(), page.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return {page, text.substr(equals + 1)};
+}
+
+// The page's code or the command block; none for "std".
+Bytes keyOf(const std::string& page, const std::string& argument) {
+    Bytes key;
+    std::size_t bad = 0;
+    const bool fits = page.size() == 2 || page.size() == kCommandBlockDigits;
+    if (page != "std" &&
+        (!fits || recording::fromHex(page, key, bad) != recording::HexError::kNone)) {
+        throw UsageError(
+            kOption + argument + ": unknown page '" + page +
+            "', expected std, a VPD page code of two hexadecimal digits such as 83, or "
+            "a command block of twenty");
+    }
+    return key;
+}
+
+Bytes loadPage(const std::string& file) {
+    std::string text;
+    const int error = host::linuxHost().readFile(file, text);
+    if (error < 0) {
+        throw UsageError(file + ": cannot read the page: " + std::strerror(-error));
+    }
+    Bytes bytes = readHexText(text, file);
+    if (bytes.size() > kLongestPage) {
+        throw UsageError(fmt::format("{}: {} bytes, expected one page of at most {}", file,
+                                     bytes.size(), kLongestPage));
+    }
+    return bytes;
+}
+
+// A remark when the page's own length is not that of its bytes, and when it is another page.
+void checkPage(const std::string& name, const Bytes& bytes, std::size_t claimed,
+               std::vector<std::string>& remarks) {
+    if (claimed > bytes.size()) {
+        remarks.push_back(
+            fmt::format("{} says that it has {} bytes, {} were given: the others "
+                        "read as 0",
+                        name, claimed, bytes.size()));
+    } else if (claimed < bytes.size()) {
+        remarks.push_back(
+            fmt::format("{} says that it has {} bytes, {} were given: the last {} "
+                        "are not read",
+                        name, claimed, bytes.size(), bytes.size() - claimed));
+    }
+}
+
+std::size_t byteAt(const Bytes& bytes, std::size_t offset) {
+    return offset < bytes.size() ? bytes[offset] : 0;
+}
+
+}  // namespace
+
+MailedPages::MailedPages(const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) {
+        add(argument);
+    }
+    if (!m_device.standardInquiry) {
+        throw UsageError(
+            "--inhex: the standard INQUIRY data, which names vendor and product, is missing; add "
+            "--inhex std=FILE");
+    }
+    makePageList();
+}
+
+void MailedPages::add(const std::string& argument) {
+    const auto [page, file] = splitArgument(argument);
+    const Bytes key = keyOf(page, argument);
+    const bool isNew = key.empty()       ? !m_device.standardInquiry
+                       : key.size() == 1 ? m_device.pages.count(key.front()) == 0
+                                         : m_device.sgIo.count(key) == 0;
+    if (!isNew) {
+        throw UsageError(kOption + argument + ": page " + page + " is given twice");
+    }
+    Bytes bytes = loadPage(file);
+    if (key.empty()) {
+        m_device.standardInquiry = recording::RecordedPage(std::move(bytes));
+    } else if (key.size() == 1) {
+        m_device.pages[key.front()] = recording::RecordedPage(std::move(bytes));
+    } else {
+        m_device.sgIo[key] = std::move(bytes);
+    }
+}
+
+void MailedPages::makePageList() {
+    if (m_device.pages.count(0) != 0) {
+        return;
+    }
+    Bytes list = {0, 0, 0, 0, 0};
+    for (const auto& [code, page] : m_device.pages) {
+        list.push_back(code);
+    }
+    list[kLengthByte] = static_cast<std::uint8_t>(list.size() - kPageHeader);
+    m_device.pages[0] = recording::RecordedPage(list);
+    m_madePageList = true;
+}
+
+const char* MailedPages::deviceName() {
+    return kDeviceName;
+}
+
+recording::RecordedHostData MailedPages::host() const {
+    recording::RecordedHostData data;
+    data.devices[kDeviceName] = m_device;
+    data.devices[kDeviceName].idLun = 0;
+    return data;
+}
+
+std::vector<std::string> MailedPages::remarks(const CScsiDeviceData& record) const {
+    std::vector<std::string> remarks;
+    remarks.push_back(
+        fmt::format("the pages are those of files; the device name {} and the host "
+                    "name {} are made up",
+                    kDeviceName, recording::RecordedHostData().hostName.value()));
+    if (m_madePageList) {
+        remarks.push_back("page 00 was not given: it is made of the pages that were");
+    }
+    const Bytes& inquiry = m_device.standardInquiry->bytes;
+    checkPage("std", inquiry, byteAt(inquiry, kInquiryLengthByte) + kInquiryLengthByte + 1,
+              remarks);
+    for (const auto& [code, page] : m_device.pages) {
+        const std::string name = "page " + pageKey(code);
+        if (code != 0 && byteAt(page.bytes, 1) != code) {
+            remarks.push_back(
+                fmt::format("{} says that it is page {:02x}", name, byteAt(page.bytes, 1)));
+        }
+        checkPage(name, page.bytes, byteAt(page.bytes, kLengthByte) + kPageHeader, remarks);
+        if (code != 0 && record.m_pages.count(code) == 0) {
+            const auto& listed = record.m_supportedPages;
+            const bool isListed = std::find(listed.begin(), listed.end(), code) != listed.end();
+            remarks.push_back(name + (isListed
+                                          ? " is not one that a UDID is made of: it is not read"
+                                          : " is not listed in page 00: it is not read"));
+        }
+    }
+    return remarks;
+}
+
+}  // namespace cli

@@ -1,0 +1,24 @@
+#ifndef SCSITOOL_CLI_COMMON_RECORD_LIST_H
+#define SCSITOOL_CLI_COMMON_RECORD_LIST_H
+
+#include <memory>
+#include <vector>
+
+#include "scsitool/scsi/device_scsi_data.h"
+
+namespace cli {
+
+using RecordList = std::vector<std::unique_ptr<CScsiDeviceData>>;
+
+/// Takes the records that discovery hands to its caller.
+inline RecordList owned(const std::vector<CScsiDeviceData*>& records) {
+    RecordList list;
+    for (CScsiDeviceData* const record : records) {
+        list.emplace_back(record);
+    }
+    return list;
+}
+
+}  // namespace cli
+
+#endif

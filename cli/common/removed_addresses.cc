@@ -1,0 +1,63 @@
+#include "cli/common/removed_addresses.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace cli {
+namespace {
+
+constexpr const char* kScsiTable = "/proc/scsi/scsi";
+constexpr const char* kRequest = "scsi remove-single-device %d %d %d %d";
+
+bool readRequest(const AppendEffect& write, SLinuxScsiDevice& address) {
+    return write.path == kScsiTable &&
+           std::sscanf(write.data.c_str(), kRequest, &address.host, &address.channel, &address.id,
+                       &address.lun) == 4;
+}
+
+bool isDelete(const AppendEffect& write) {
+    const std::size_t slash = write.path.rfind('/');
+    return slash != std::string::npos && write.path.substr(slash) == "/delete";
+}
+
+int errorOf(const AppendEffect& write) {
+    return write.result.openError != 0 ? write.result.openError : write.result.writeError;
+}
+
+}  // namespace
+
+std::vector<RemovedAddress> removedAddresses(const std::vector<AppendEffect>& writes) {
+    std::vector<RemovedAddress> removed;
+    for (const AppendEffect& write : writes) {
+        RemovedAddress one;
+        if (readRequest(write, one.address)) {
+            one.error = errorOf(write);
+            removed.push_back(one);
+        } else if (isDelete(write) && errorOf(write) == 0 && !removed.empty()) {
+            removed.back().error = 0;
+        }
+    }
+    return removed;
+}
+
+std::string removalFailure(const std::vector<RemovedAddress>& removed) {
+    for (const RemovedAddress& one : removed) {
+        if (one.error != 0) {
+            const SLinuxScsiDevice& at = one.address;
+            return fmt::format("{}:{}:{}:{} was not removed: {}: {}{}", at.host, at.channel, at.id,
+                               at.lun, kScsiTable, std::strerror(one.error),
+                               one.error == ENOENT
+                                   ? " (a kernel without CONFIG_SCSI_PROC_FS has no such file)"
+                                   : "");
+        }
+    }
+    return {};
+}
+
+Json addressJson(const SLinuxScsiDevice& address) {
+    return Json::array({address.host, address.channel, address.id, address.lun});
+}
+
+}  // namespace cli

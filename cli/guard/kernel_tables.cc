@@ -1,0 +1,100 @@
+#include "cli/guard/kernel_tables.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+namespace cli {
+namespace {
+
+constexpr int kAccessMode = 3;  // O_ACCMODE: O_RDONLY is 0, O_WRONLY 1, O_RDWR 2
+
+bool isOctal(char c) {
+    return c >= '0' && c <= '7';
+}
+
+// The kernel writes blanks, tabs, line feeds and backslashes of these tables as \ooo.
+std::string unescaped(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\\' && i + 3 < text.size() && isOctal(text[i + 1]) &&
+            isOctal(text[i + 2]) && isOctal(text[i + 3])) {
+            result += static_cast<char>(std::strtol(text.substr(i + 1, 3).c_str(), nullptr, 8));
+            i += 3;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+std::vector<std::string> fieldsOf(const std::string& line) {
+    std::istringstream stream(line);
+    std::vector<std::string> fields;
+    std::string field;
+    while (stream >> field) {
+        fields.push_back(field);
+    }
+    return fields;
+}
+
+// The field behind a label such as "Lun:".
+std::string labelled(const std::vector<std::string>& fields, const char* label) {
+    const auto at = std::find(fields.begin(), fields.end(), label);
+    return at == fields.end() || at + 1 == fields.end() ? "" : *(at + 1);
+}
+
+}  // namespace
+
+std::vector<Mount> parseMountInfo(const std::string& text) {
+    constexpr std::size_t kNumber = 2;
+    constexpr std::size_t kPoint = 4;
+    std::vector<Mount> mounts;
+    std::istringstream stream(text);
+    std::string line;
+    while (std::getline(stream, line)) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        // Any number of optional fields stands before the "-".
+        const auto dash = std::find(fields.begin(), fields.end(), "-");
+        if (fields.size() > kPoint && fields.end() - dash > 2) {
+            mounts.push_back({fields[kNumber], unescaped(*(dash + 2)), unescaped(fields[kPoint])});
+        }
+    }
+    return mounts;
+}
+
+std::vector<std::string> parseSwaps(const std::string& text) {
+    std::vector<std::string> swaps;
+    std::istringstream stream(text);
+    std::string line;
+    std::getline(stream, line);  // titles
+    while (std::getline(stream, line)) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        if (!fields.empty()) {
+            swaps.push_back(unescaped(fields.front()));
+        }
+    }
+    return swaps;
+}
+
+bool isOpenForWriting(const std::string& fdinfo) {
+    const std::string flags = labelled(fieldsOf(fdinfo), "flags:");
+    return (std::strtol(flags.c_str(), nullptr, 8) & kAccessMode) != 0;
+}
+
+std::vector<TableAddress> parseScsiTable(const std::string& text) {
+    constexpr const char* kAdapter = "scsi";
+    std::vector<TableAddress> addresses;
+    std::istringstream stream(text);
+    std::string line;
+    while (std::getline(stream, line)) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        const std::string host = labelled(fields, "Host:");
+        if (host.compare(0, 4, kAdapter) == 0) {
+            addresses.push_back({host.substr(4), labelled(fields, "Lun:")});
+        }
+    }
+    return addresses;
+}
+
+}  // namespace cli

@@ -1,0 +1,62 @@
+#include "cli/hosts/host_stack.h"
+
+#include <utility>
+
+#include "cli/hosts/journaling_host.h"
+#include "recording/dry_run_host.h"
+#include "recording/recorded_host.h"
+#include "recording/recorded_host_file.h"
+
+namespace cli {
+namespace {
+
+std::unique_ptr<recording::Journal> makeJournal(std::ostream* stream) {
+    return stream != nullptr ? std::make_unique<recording::Journal>(*stream)
+                             : std::make_unique<recording::Journal>();
+}
+
+}  // namespace
+
+HostStack::HostStack(const Options& options, host::Host& live, std::ostream* journalStream,
+                     WatchedHost::Progress progress)
+    : m_live(live) {
+    host::Host* below = &live;
+    recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
+    if (!options.hostFile.empty()) {
+        m_recording = recording::loadRecordedHost(options.hostFile);
+        m_hosts.push_back(std::make_unique<recording::RecordedHost>(*m_recording, journal));
+        below = m_hosts.back().get();
+    }
+    if (options.dryRun) {
+        // Without a journal file the dry run is read on standard output: effects only, none of the
+        // reads that a recorded host journals too.
+        recording::Journal& effects =
+            journalStream != nullptr ? journal : *m_journals.emplace_back(makeJournal(nullptr));
+        m_dryRunJournal = journalStream != nullptr ? nullptr : &effects;
+        m_hosts.push_back(std::make_unique<recording::DryRunHost>(*below, effects));
+        below = m_hosts.back().get();
+    } else if (journalStream != nullptr && !m_recording) {
+        m_hosts.push_back(std::make_unique<JournalingHost>(*below, journal));
+        below = m_hosts.back().get();
+    }
+    m_top = std::make_unique<WatchedHost>(*below, std::move(progress));
+}
+
+HostStack::~HostStack() = default;
+
+host::Host& HostStack::aside() {
+    if (!m_recording) {
+        return m_live;
+    }
+    if (m_aside == nullptr) {
+        recording::Journal& unread = *m_journals.emplace_back(makeJournal(nullptr));
+        m_aside = std::make_unique<recording::RecordedHost>(*m_recording, unread);
+    }
+    return *m_aside;
+}
+
+std::vector<std::string> HostStack::dryRunLines() const {
+    return m_dryRunJournal != nullptr ? m_dryRunJournal->lines() : std::vector<std::string>();
+}
+
+}  // namespace cli

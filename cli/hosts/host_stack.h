@@ -1,0 +1,51 @@
+#ifndef SCSITOOL_CLI_HOSTS_HOST_STACK_H
+#define SCSITOOL_CLI_HOSTS_HOST_STACK_H
+
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "cli/base/options.h"
+#include "cli/hosts/watched_host.h"
+#include "recording/journal.h"
+#include "recording/recorded_host_data.h"
+#include "scsitool/host/host.h"
+
+namespace cli {
+
+/// The host that a command works on, put together from the options: this machine or a recorded
+/// one, a dry run or a journal over it, and on top of all the watch.
+class HostStack {
+  public:
+    /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. Throws
+    /// recording::RecordedHostError.
+    HostStack(const Options& options, host::Host& live, std::ostream* journalStream,
+              WatchedHost::Progress progress);
+    ~HostStack();
+    HostStack(const HostStack&) = delete;
+    HostStack& operator=(const HostStack&) = delete;
+
+    WatchedHost& top() { return *m_top; }
+
+    /// The same host for questions of the command's own: they leave no line in the journal, use up
+    /// no recorded answer and are not watched. Nothing with an effect may be asked of it.
+    host::Host& aside();
+
+    /// What a dry run would have done, as journal lines; empty otherwise.
+    std::vector<std::string> dryRunLines() const;
+
+  private:
+    host::Host& m_live;
+    std::optional<recording::RecordedHostData> m_recording;
+    std::vector<std::unique_ptr<recording::Journal>> m_journals;
+    std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before
+    const recording::Journal* m_dryRunJournal = nullptr;
+    std::unique_ptr<host::Host> m_aside;
+    std::unique_ptr<WatchedHost> m_top;
+};
+
+}  // namespace cli
+
+#endif

@@ -1,0 +1,76 @@
+#include "cli/hosts/watched_host.h"
+
+#include <sys/wait.h>
+
+#include "cli/base/text.h"
+
+namespace cli {
+namespace {
+
+constexpr int kMissingProgram = 127;
+
+std::string endedHow(const host::CommandResult& result) {
+    if (result.timedOut) {
+        return "was ended at its time limit";
+    }
+    if (WIFSIGNALED(result.waitStatus)) {
+        return "was killed by signal " + std::to_string(WTERMSIG(result.waitStatus));
+    }
+    const int status = WEXITSTATUS(result.waitStatus);
+    return status == kMissingProgram ? "could not be started"
+                                     : "ended with exit status " + std::to_string(status);
+}
+
+}  // namespace
+
+void WatchedHost::show(const std::string& inHand) const {
+    if (m_progress) {
+        m_progress(inHand);
+    }
+}
+
+int WatchedHost::openDevice(const std::string& path, host::OpenMode mode) {
+    show(path);
+    return ForwardingHost::openDevice(path, mode);
+}
+
+host::AppendResult WatchedHost::appendFile(const std::string& path, const std::string& text) {
+    show(path);
+    m_appends.push_back({path, text, ForwardingHost::appendFile(path, text)});
+    return m_appends.back().result;
+}
+
+host::CommandResult WatchedHost::runCommand(const std::string& command, int timeoutSeconds) {
+    show(command);
+    m_commands.push_back({command, ForwardingHost::runCommand(command, timeoutSeconds)});
+    return m_commands.back().result;
+}
+
+int WatchedHost::operateSemaphore(int identifier,
+                                  const std::vector<host::SemaphoreOperation>& operations) {
+    if (!operations.empty() && operations.front().operation == 0) {
+        show("waiting for the rescan lock");
+    }
+    return ForwardingHost::operateSemaphore(identifier, operations);
+}
+
+void WatchedHost::sleepSeconds(unsigned seconds) {
+    show("pausing " + std::to_string(seconds) + " s");
+    ForwardingHost::sleepSeconds(seconds);
+}
+
+bool succeeded(const CommandEffect& effect) {
+    return !effect.result.timedOut && effect.result.waitStatus == 0;
+}
+
+std::string endingText(const CommandEffect& effect) {
+    std::string text = visible(effect.command) + " " + endedHow(effect.result);
+    for (auto line = effect.result.lines.rbegin(); line != effect.result.lines.rend(); ++line) {
+        if (line->find_first_not_of(" \t\r") != std::string::npos) {
+            return text + ": " + visible(*line);
+        }
+    }
+    return text;
+}
+
+}  // namespace cli

@@ -1,0 +1,64 @@
+#ifndef SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
+#define SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "scsitool/host/forwarding_host.h"
+
+namespace cli {
+
+/// A command that was run, and how it ended.
+struct CommandEffect {
+    std::string command;
+    host::CommandResult result;
+};
+
+/// Text that was appended to a file, and what came of it.
+struct AppendEffect {
+    std::string path;
+    std::string data;
+    host::AppendResult result;
+};
+
+/// Looks on while an operation works on a host. Several operations of the library tell their caller
+/// nothing of a command that failed; who runs them by hand has to know. Also says which device or
+/// command is in hand, for a line of progress.
+class WatchedHost : public host::ForwardingHost {
+  public:
+    using Progress = std::function<void(const std::string& inHand)>;
+
+    /// The inner host must outlive this one. `progress` may be empty.
+    WatchedHost(host::Host& inner, Progress progress)
+        : ForwardingHost(inner), m_progress(std::move(progress)) {}
+
+    int openDevice(const std::string& path, host::OpenMode mode) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
+    int operateSemaphore(int identifier,
+                         const std::vector<host::SemaphoreOperation>& operations) override;
+    void sleepSeconds(unsigned seconds) override;
+
+    /// The commands so far, in order, those that only read included.
+    const std::vector<CommandEffect>& commands() const { return m_commands; }
+    const std::vector<AppendEffect>& appends() const { return m_appends; }
+
+  private:
+    void show(const std::string& inHand) const;
+
+    Progress m_progress;
+    std::vector<CommandEffect> m_commands;
+    std::vector<AppendEffect> m_appends;
+};
+
+/// Tells whether the command ended with exit status 0.
+bool succeeded(const CommandEffect& effect);
+
+/// How a command ended, with the last line it printed: "/sbin/x ended with exit status 1: no". For
+/// a message of one line.
+std::string endingText(const CommandEffect& effect);
+
+}  // namespace cli
+
+#endif

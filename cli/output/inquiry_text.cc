@@ -1,0 +1,168 @@
+#include "cli/output/inquiry_text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "cli/base/text.h"
+#include "recording/hex.h"
+
+namespace cli {
+namespace {
+
+constexpr unsigned kStandardInquiry = 0;
+constexpr std::size_t kBytesALine = 16;
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes bytesOf(const CScsiModePage& page) {
+    const unsigned char* const bytes = page.bytes();
+    return bytes != nullptr ? Bytes(bytes, bytes + page.length) : Bytes();
+}
+
+// Names of SPC-4 and of the pages that array vendors put there.
+std::string pageName(unsigned page) {
+    static const std::map<unsigned, const char*> kNames = {
+        {kStandardInquiry, "standard INQUIRY data"},
+        {0x80, "unit serial number"},
+        {0x83, "device identification"},
+        {0x10, "vendor-specific"},
+        {0x11, "vendor-specific"},
+    };
+    const auto name = kNames.find(page);
+    return name != kNames.end() ? name->second : page >= 0xC0 ? "vendor-specific" : "other";
+}
+
+std::string hexBytes(const Bytes& bytes, std::size_t start) {
+    std::string line;
+    for (std::size_t i = start; i < std::min(bytes.size(), start + kBytesALine); ++i) {
+        line += fmt::format("{}{:02x}", i == start ? "" : i % 8 == 0 ? "  " : " ", bytes[i]);
+    }
+    return line;
+}
+
+std::string asciiBytes(const Bytes& bytes, std::size_t start) {
+    std::string line;
+    for (std::size_t i = start; i < std::min(bytes.size(), start + kBytesALine); ++i) {
+        line += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+    }
+    return line;
+}
+
+// The bytes of one line with a place before each and behind the last, where a bracket may stand.
+std::string markedLine(const Bytes& bytes, std::size_t start, const std::vector<bool>& marks) {
+    const std::size_t end = std::min(bytes.size(), start + kBytesALine);
+    std::string line;
+    bool open = false;
+    for (std::size_t i = start; i < end; ++i) {
+        const char* const border = open == marks[i] ? " " : open ? "]" : "[";
+        const char* const middle = i % 8 == 0 && i != start ? " " : "";
+        line += fmt::format("{}{}{:02x}", open ? border : middle, open ? middle : border, bytes[i]);
+        open = marks[i];
+    }
+    return line + (open ? "]" : " ");
+}
+
+std::string field(const char* name, const std::string& value) {
+    return fmt::format("{:<18}{}\n", name, visible(value));
+}
+
+std::string addressText(const CScsiDeviceData& record) {
+    return record.m_port < 0 ? "unknown"
+                             : fmt::format("{}:{}:{}:{}", record.m_port, record.m_bus,
+                                           record.m_target, record.m_lun);
+}
+
+}  // namespace
+
+std::string pageTitle(unsigned page, std::size_t length) {
+    return page == kStandardInquiry
+               ? fmt::format("{}, {} bytes", pageName(page), length)
+               : fmt::format("VPD page 0x{:02x}, {}, {} bytes", page, pageName(page), length);
+}
+
+std::string pageDump(const Bytes& bytes, const std::vector<udid::ByteRange>& marked) {
+    std::vector<bool> marks(bytes.size());
+    for (const udid::ByteRange& range : marked) {
+        for (std::size_t i = range.offset; i < range.offset + range.length && i < marks.size();
+             ++i) {
+            marks[i] = true;
+        }
+    }
+    std::string text;
+    for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
+        text += fmt::format("  {:02x} {:<50} {}\n", start, markedLine(bytes, start, marks),
+                            asciiBytes(bytes, start));
+    }
+    return text;
+}
+
+std::string pageKey(unsigned page) {
+    return page == kStandardInquiry ? "std" : fmt::format("{:02x}", page);
+}
+
+Json recordJson(const CScsiDeviceData& record) {
+    Json pages = Json::object();
+    for (const auto& [code, page] : record.m_pages) {
+        pages[pageKey(code)] = recording::toHex(bytesOf(page));
+    }
+    Json supported = Json::array();
+    for (const unsigned code : record.m_supportedPages) {
+        supported.push_back(code);
+    }
+    Json json = Json::object();
+    json["name"] = jsonText(record.m_deviceName);
+    json["vendor"] = jsonText(record.m_vendorId);
+    json["product"] = jsonText(record.m_productId);
+    json["firmware"] = jsonText(record.m_firmwareLevel);
+    json["host"] = record.m_port;
+    json["channel"] = record.m_bus;
+    json["target"] = record.m_target;
+    json["lun"] = record.m_lun;
+    json["claim_level"] = record.m_dmpClaimLevel;
+    json["bus_type"] = record.m_busType;
+    json["multipath"] = record.m_multipath;
+    json["size_kb"] = record.m_sizeKb;
+    json["os"] = jsonText(record.m_osName);
+    json["supported_pages"] = supported;
+    json["pages"] = pages;
+    return json;
+}
+
+std::string recordText(const CScsiDeviceData& record) {
+    std::vector<std::string> supported;
+    for (const unsigned code : record.m_supportedPages) {
+        supported.push_back(fmt::format("{:02x}", code));
+    }
+    std::string text = field("Device", record.m_deviceName);
+    text += field("Vendor", record.m_vendorId);
+    text += field("Product", record.m_productId);
+    text += field("Firmware", record.m_firmwareLevel);
+    text += field("Address", addressText(record) + " (host:channel:target:lun)");
+    text += field("Claim level", std::to_string(record.m_dmpClaimLevel));
+    text += field("Supported pages", supported.empty() ? "none" : joined(supported, " "));
+    for (const auto& [code, page] : record.m_pages) {
+        const Bytes bytes = bytesOf(page);
+        text += "\n" + pageTitle(code, bytes.size()) + "\n" + pageDump(bytes);
+    }
+    return text;
+}
+
+std::string recordHex(const CScsiDeviceData& record, const std::string& only) {
+    std::string text;
+    for (const auto& [code, page] : record.m_pages) {
+        if (!only.empty() && only != pageKey(code)) {
+            continue;
+        }
+        const Bytes bytes = bytesOf(page);
+        text += std::string(text.empty() ? "" : "\n") + "# " + visible(record.m_deviceName) + ", " +
+                pageTitle(code, bytes.size()) + "\n";
+        for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
+            text += hexBytes(bytes, start) + "\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace cli

@@ -1,0 +1,38 @@
+#ifndef SCSITOOL_CLI_OUTPUT_INQUIRY_TEXT_H
+#define SCSITOOL_CLI_OUTPUT_INQUIRY_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cli/output/report.h"
+#include "scsitool/scsi/device_scsi_data.h"
+#include "scsitool/udid/explanation.h"
+
+namespace cli {
+
+/// The key of a page in JSON and on the command line: "std" for the standard INQUIRY data, else
+/// the VPD page code as two lower-case hexadecimal digits.
+std::string pageKey(unsigned page);
+
+/// What a page is and how many bytes it has, in one line for people.
+std::string pageTitle(unsigned page, std::size_t length);
+
+/// A page's bytes with offsets in front and characters behind. Those of `marked`, which are in
+/// order and apart from each other, stand in brackets.
+std::string pageDump(const std::vector<std::uint8_t>& bytes,
+                     const std::vector<udid::ByteRange>& marked = {});
+
+/// A record as JSON.
+Json recordJson(const CScsiDeviceData& record);
+
+/// A record for people.
+std::string recordText(const CScsiDeviceData& record);
+
+/// Pages as sg_vpd and sg_inq read them with --inhex: a block a page, a comment line in front. Both
+/// tools take the first page of a file. Only the page of key `only`, if that is not empty.
+std::string recordHex(const CScsiDeviceData& record, const std::string& only);
+
+}  // namespace cli
+
+#endif

@@ -1,0 +1,25 @@
+#ifndef SCSITOOL_CLI_OUTPUT_REPORT_H
+#define SCSITOOL_CLI_OUTPUT_REPORT_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace cli {
+
+using Json = nlohmann::ordered_json;
+
+/// What a command found. `data` are the members of the JSON document behind the first one, `text`
+/// is what a person reads. With a `failure` (one line) the command ends with exit status 1: the
+/// document is printed all the same, the text is not.
+struct Report {
+    Json data = Json::object();
+    std::string text;
+    std::string failure;
+};
+
+/// A JSON string; bytes that are no UTF-8 are kept as U+0080 to U+00FF.
+Json jsonText(const std::string& text);
+
+}  // namespace cli
+
+#endif

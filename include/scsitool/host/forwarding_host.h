@@ -1,0 +1,48 @@
+#ifndef SCSITOOL_HOST_FORWARDING_HOST_H
+#define SCSITOOL_HOST_FORWARDING_HOST_H
+
+#include <string>
+#include <vector>
+
+#include "scsitool/host/host.h"
+
+namespace host {
+
+/// Passes every operation on to another host. The base of every decorator, so that an operation
+/// that is new to `Host` cannot slip past one.
+class SCSITOOL_EXPORT ForwardingHost : public Host {
+  public:
+    /// The inner host must outlive this one.
+    explicit ForwardingHost(Host& inner) : m_inner(inner) {}
+
+    int openDevice(const std::string& path, OpenMode mode) override;
+    int closeDevice(int descriptor) override;
+    int sendCommand(int descriptor, CommandBuffer& buffer) override;
+    int addressWords(int descriptor, AddressWords& words) override;
+    int sgIo(int descriptor, SgIoRequest& request) override;
+    int deviceSize(int descriptor, std::uint64_t& bytes) override;
+    int readFile(const std::string& path, std::string& content) override;
+    AppendResult appendFile(const std::string& path, const std::string& text) override;
+    bool pathExists(const std::string& path) override;
+    bool isDirectory(const std::string& path) override;
+    DirectoryListing listDirectory(const std::string& path) override;
+    int readLink(const std::string& path, std::string& target) override;
+    CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
+    int runShell(const std::string& line) override;
+    int openSemaphore(int key, int count, int flags) override;
+    int operateSemaphore(int identifier,
+                         const std::vector<SemaphoreOperation>& operations) override;
+    std::string kernelRelease() override;
+    int hostName(std::string& name) override;
+    void sleepSeconds(unsigned seconds) override;
+
+  protected:
+    Host& inner() { return m_inner; }
+
+  private:
+    Host& m_inner;
+};
+
+}  // namespace host
+
+#endif
