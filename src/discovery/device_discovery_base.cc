@@ -1,11 +1,12 @@
 #include "scsitool/discovery/device_discovery_base.h"
 
 #include "scsitool/kit/semaphore.h"
+#include "tools/trace.h"
 
 using qzfi_pdk_4_4::CFiSemaphoreLinux;
 using qzfi_pdk_4_4::CFiSemaphoreLockFunction;
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 namespace {
 

@@ -8,10 +8,11 @@
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
 #include "tools/line_reader.h"
+#include "tools/trace.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_sscanf;
+using tools::traceTo;
 
 namespace {
 

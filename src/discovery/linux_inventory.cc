@@ -5,11 +5,12 @@
 #include "scsitool/discovery/device_discovery_linux.h"
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
+#include "tools/trace.h"
 
 using discovery::kScsiTable;
 using discovery::kTraceSource;
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 namespace {
 

@@ -10,13 +10,14 @@
 #include "scsitool/kit/string_tool.h"
 #include "scsitool/tools/string_tool.h"
 #include "tools/host_command.h"
+#include "tools/trace.h"
 
 using discovery::kScsiTable;
 using discovery::kTraceSource;
 using qzfi_pdk_4_4::CFiStringTool;
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_snprintf;
+using tools::traceTo;
 
 namespace {
 

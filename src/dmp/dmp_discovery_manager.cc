@@ -2,10 +2,11 @@
 
 #include "scsitool/dmp/dmp_linux_device_mapper.h"
 #include "scsitool/dmp/dmp_powerpath.h"
+#include "tools/trace.h"
 
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiTraceLog;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 CDmpDiscoveryManager::CDmpDiscoveryManager()
     : m_modules{new CDmpPowerPathDiscovery, new CDmpLinuxDeviceMapper} {}

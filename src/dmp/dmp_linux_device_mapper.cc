@@ -7,11 +7,12 @@
 #include "scsitool/host/host.h"
 #include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
+#include "tools/trace.h"
 
 namespace {
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 constexpr char kSource[] = "dmp_linux_device_mapper";
 constexpr std::string_view kMapDirectory = "/dev/mapper/";

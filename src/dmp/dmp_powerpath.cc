@@ -9,13 +9,14 @@
 #include "scsitool/host/host.h"
 #include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
+#include "tools/trace.h"
 
 namespace {
 
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiTraceLog;
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 constexpr char kSource[] = "dmp_powerpath";
 constexpr char kPowermt[] = "/sbin/powermt";

@@ -108,8 +108,10 @@ std::vector<std::string> CDmpClaimManager::getDeviceClaimStrings() {
 bool CDmpClaimManager::claim(const std::string& deviceName) {
     for (CDmpDeviceClaimBase* const module : m_modules) {
         if (module->claim(deviceName)) {
-            traceTo(m_claimTraceLog, kClaimTraceLevel, "INFO: device %s is claimed by %s",
-                    deviceName.c_str(), module->claimString().c_str());
+            if (m_claimTraceLog) {
+                m_claimTraceLog->trace(kClaimTraceLevel, "INFO: device %s is claimed by %s",
+                                       deviceName.c_str(), module->claimString().c_str());
+            }
             return true;
         }
     }

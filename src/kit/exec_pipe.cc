@@ -7,6 +7,9 @@
 namespace qzfi_pdk_4_4 {
 namespace {
 
+constexpr int kExecSuccess = 0;
+constexpr int kExecTimedOut = 5;
+constexpr int kExecFailed = 11;
 constexpr long kNotStarted = 127 << 8;
 
 }  // namespace

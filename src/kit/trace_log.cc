@@ -82,24 +82,17 @@ void CFiTraceable::registerTraceLog(const CFiSmartPtr<CFiTraceLog>& log) {
 CFiTraceLogFunction::CFiTraceLogFunction(const CFiSmartPtr<CFiTraceLog>& log, const char* function,
                                          const char* source, int line)
     : m_log(log), m_function(function), m_source(source), m_line(line) {
-    traceTo(m_log, kFunctionTraceLevel, "Entering Function %s [%d, %s]", m_function, m_line,
-            m_source);
+    if (m_log) {
+        m_log->trace(kFunctionTraceLevel, "Entering Function %s [%d, %s]", m_function, m_line,
+                     m_source);
+    }
 }
 
 CFiTraceLogFunction::~CFiTraceLogFunction() {
-    traceTo(m_log, kFunctionTraceLevel, "Exiting Function %s [%d, %s]", m_function, m_line,
-            m_source);
-}
-
-void traceTo(const CFiSmartPtr<CFiTraceLog>& log, int level, const char* format, ...) {
-    CFiTraceLog* const target = log.get();
-    if (target == nullptr || !target->isEnabled(level)) {
-        return;
+    if (m_log) {
+        m_log->trace(kFunctionTraceLevel, "Exiting Function %s [%d, %s]", m_function, m_line,
+                     m_source);
     }
-    std::va_list arguments;
-    va_start(arguments, format);
-    target->traceArguments(level, format, arguments);
-    va_end(arguments);
 }
 
 }  // namespace qzfi_pdk_4_4

@@ -3,8 +3,9 @@
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/scsi/scsi_configuration.h"
+#include "tools/trace.h"
 
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 CScsiDeviceHandle::CScsiDeviceHandle() : m_descriptor(-1) {}
 

@@ -6,9 +6,10 @@
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
+#include "tools/trace.h"
 
-using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_snprintf;
+using tools::traceTo;
 
 namespace {
 

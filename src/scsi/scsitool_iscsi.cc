@@ -5,15 +5,15 @@
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/kit/context_singleton.h"
-#include "scsitool/kit/exec_pipe.h"
 #include "scsitool/kit/string_tool.h"
 #include "scsitool/scsi/scsitool.h"
 #include "tools/host_command.h"
 #include "tools/line_reader.h"
+#include "tools/trace.h"
 
 using qzfi_pdk_4_4::CFiStringTool;
-using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_snprintf;
+using tools::traceTo;
 
 namespace {
 
@@ -46,14 +46,14 @@ bool initiatorNameIn(const std::string& line, std::string& value) {
 
 void traceFailure(const CScsiTool& tool, const OperationWords& words, const char* command,
                   int result, long status) {
-    if (result != qzfi_pdk_4_4::kExecSuccess) {
+    if (result != tools::kCommandSucceeded) {
         traceTo(tool.m_traceLog, 1, "%s: Failed to execute command:[%s]. Command will be retried.",
                 words.name, command);
     }
-    if (result == qzfi_pdk_4_4::kExecFailed) {
+    if (result == tools::kCommandFailed) {
         traceTo(ProcessTraceLog::instance(false), 2, "%s: command [%s] failed with error [%ld].",
                 words.name, command, status);
-    } else if (result == qzfi_pdk_4_4::kExecTimedOut) {
+    } else if (result == tools::kCommandTimedOut) {
         traceTo(ProcessTraceLog::instance(false), 2, "%s: command [%s] timed out", words.name,
                 command);
     }

@@ -8,8 +8,9 @@
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/scsi/page_view.h"
 #include "scsitool/tools/string_tool.h"
+#include "tools/trace.h"
 
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 namespace {
 

@@ -7,13 +7,14 @@
 #include "scsitool/kit/string_tool.h"
 #include "tools/host_command.h"
 #include "tools/line_reader.h"
+#include "tools/trace.h"
 
 namespace {
 
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiStringTool;
 using qzfi_pdk_4_4::CFiTraceLog;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 using Texts = std::vector<std::string>;
 
 constexpr char kOperation[] = "getWWPN";

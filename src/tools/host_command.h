@@ -8,10 +8,15 @@
 
 namespace tools {
 
+/// Results of the command pipe.
+inline constexpr int kCommandSucceeded = 0;  ///< exit status 0
+inline constexpr int kCommandTimedOut = 5;   ///< the time limit ended the command
+inline constexpr int kCommandFailed = 11;    ///< every other end
+
 /// How a host command ended and what it printed.
 struct CommandRun {
-    int result = 0;       ///< of the pipe: 0, 5 after a time-out, 11 after any other failure
-    long waitStatus = 0;  ///< as waitpid(2) hands it over
+    int result = kCommandSucceeded;   ///< one of the above
+    long waitStatus = 0;              ///< as waitpid(2) hands it over
     std::vector<std::string> output;  ///< one string a line
 };
 

@@ -6,11 +6,12 @@
 #include "scsitool/tools/string_tool.h"
 #include "scsitool/udid/evidence.h"
 #include "scsitool/udid/taq_udid_generator.h"
+#include "tools/trace.h"
 #include "udid/generator_list.h"
 #include "udid/udid_text.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 namespace {
 

@@ -5,9 +5,10 @@
 #include <utility>
 
 #include "scsitool/tools/string_tool.h"
+#include "tools/trace.h"
 #include "udid/generator_support.h"
 
-using qzfi_pdk_4_4::traceTo;
+using tools::traceTo;
 
 namespace {
 

@@ -7,14 +7,15 @@
 
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/tools/string_tool.h"
+#include "tools/trace.h"
 #include "udid/udid_text.h"
 
-using qzfi_pdk_4_4::traceTo;
 using qzfi_pdk_4_4::V_snprintf;
 using qzfi_pdk_4_4::V_strlcpy;
 using qzfi_pdk_4_4::V_strlncat;
 using qzfi_pdk_4_4::V_strlncpy;
 using qzfi_pdk_4_4::V_strnlen;
+using tools::traceTo;
 
 namespace {
 

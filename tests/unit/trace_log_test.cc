@@ -1,7 +1,6 @@
 #include "scsitool/kit/trace_log.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <climits>
 #include <memory>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "trace_capture.h"
+#include "unreadable_text.h"
 
 namespace {
 
@@ -32,21 +32,6 @@ struct CountingSink : CFiTraceSink {
 
 struct ThrowingSink : CFiTraceSink {
     void write(int, const std::string&) override { throw std::runtime_error("full"); }
-};
-
-/// A text that nobody can look at.
-class UnreadableText {
-  public:
-    UnreadableText()
-        : m_page(::mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
-    ~UnreadableText() { ::munmap(m_page, kSize); }
-    UnreadableText(const UnreadableText&) = delete;
-    UnreadableText& operator=(const UnreadableText&) = delete;
-    const char* get() const { return static_cast<const char*>(m_page); }
-
-  private:
-    static constexpr std::size_t kSize = 4096;
-    void* m_page;
 };
 
 TEST(TraceLog, WritesNothingWithoutASink) {
@@ -74,22 +59,20 @@ TEST(TraceLogFunction, TracesEntryAndExitAtLevelSix) {
 TEST(Traceable, IsSilentUntilALogIsRegistered) {
     TraceCapture capture;
     qzfi_pdk_4_4::CFiTraceable traceable;
-    qzfi_pdk_4_4::traceTo(traceable.m_traceLog, 1, "lost");
+    EXPECT_TRUE(traceable.m_traceLog.isNull());
+    { const qzfi_pdk_4_4::CFiTraceLogFunction function(traceable.m_traceLog, "rescan", "source"); }
     traceable.registerTraceLog(capture.log());
-    qzfi_pdk_4_4::traceTo(traceable.m_traceLog, 1, "kept");
+    traceable.m_traceLog->trace(1, "kept");
     EXPECT_EQ(capture.lines(), std::vector<std::string>{"[1] kept"});
 }
 
 TEST(TraceLog, FormatsNothingThatNobodyListensTo) {
-    const UnreadableText text;
+    const test::UnreadableText text;
     CFiSmartPtr<CFiTraceLog> log(new CFiTraceLog);
     log->trace(1, "%s", text.get());
     log->trace(INT_MIN + 1, "%s", text.get());
-    qzfi_pdk_4_4::traceTo(log, 1, "%s", text.get());
-    qzfi_pdk_4_4::traceTo(CFiSmartPtr<CFiTraceLog>(), 1, "%s", text.get());
     log->setSink(std::make_shared<CountingSink>(), 3);
     log->trace(4, "%s", text.get());
-    qzfi_pdk_4_4::traceTo(log, 4, "%s", text.get());
     log->setSink(nullptr, 9);
     log->trace(1, "%s", text.get());
 }

@@ -9,11 +9,6 @@
 
 namespace qzfi_pdk_4_4 {
 
-/// Results of CFiExecPipeBase::Exec.
-inline constexpr int kExecSuccess = 0;   ///< exit status 0
-inline constexpr int kExecTimedOut = 5;  ///< the time limit ended the command
-inline constexpr int kExecFailed = 11;   ///< everything else, a missing program and a signal too
-
 /// The command pipe: runs one host command at a time and collects its output. One object is used
 /// by one thread at a time.
 class SCSITOOL_EXPORT CFiExecPipeBase : public CFiTraceable {
@@ -22,7 +17,9 @@ class SCSITOOL_EXPORT CFiExecPipeBase : public CFiTraceable {
     /// what it printed, one string a line without the line feed (the former content is dropped).
     /// `timeLimit` is in seconds. The last four texts stand for what this kit does not offer
     /// (standard input, a user, a group, a working directory): with one that is not empty nothing
-    /// is run and the result is 11. Gives one of the results above. An effect on the host.
+    /// is run and the result is 11. Gives 0 for exit status 0, 5 when the time limit ended the
+    /// command and 11 for every other end, a missing program and a signal too. An effect on the
+    /// host.
     int Exec(const std::string& command, std::vector<std::string>& output, const std::string& input,
              int timeLimit, const std::string& user, const std::string& group,
              const std::string& directory);

@@ -81,10 +81,6 @@ class SCSITOOL_EXPORT CFiTraceLogFunction {
     int m_line;
 };
 
-/// Traces through a log that may be null: nothing is formatted unless somebody listens.
-SCSITOOL_EXPORT void traceTo(const CFiSmartPtr<CFiTraceLog>& log, int level, const char* format,
-                             ...) __attribute__((format(printf, 3, 4)));
-
 }  // namespace qzfi_pdk_4_4
 
 #endif
