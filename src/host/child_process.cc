@@ -1,8 +1,8 @@
 #include "host/child_process.h"
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -11,90 +11,44 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "host/command_keeper.h"
+
 namespace host {
 namespace {
 
-constexpr int kCannotExecute = 127;
+using Clock = std::chrono::steady_clock;
+
 constexpr int kFirstExtraDescriptor = STDERR_FILENO + 1;
 constexpr rlim_t kMostDescriptors = rlim_t{1} << 20;
-
-// Nothing of the caller's environment reaches a program that runs as root, and its messages are in
-// the language that they are read in.
 constexpr const char* kSearchedDirectories[] = {"/sbin/", "/bin/", "/usr/sbin/", "/usr/bin/"};
-constexpr const char* kEnvironment[] = {"PATH=/sbin:/bin:/usr/sbin:/usr/bin", "LC_ALL=C", nullptr};
 
-// What the new processes need, laid out before they are cloned: another thread may have held any
-// lock at that moment, so nothing between clone and exec allocates, locks or throws.
-struct Image {
-    const char* const* programs = nullptr;
-    char* const* arguments = nullptr;
-    int input = -1;
-    int output = -1;
-    int report = -1;
-    int descriptorLimit = 0;
+// How long a program that does not come to be executed (its file lies on a disk that hangs) is
+// waited for beyond the time limit, and how long once it has been killed.
+constexpr Clock::duration kShortestStart = std::chrono::seconds(1);
+constexpr Clock::duration kLongestEnd = std::chrono::seconds(1);
+constexpr long kLook = 100'000'000;  // nanoseconds
+
+// No handler of the caller may run while its thread shares errno with the keeper, nor in the
+// keeper at all.
+class BlockedSignals {
+  public:
+    BlockedSignals() {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &m_former);
+    }
+    ~BlockedSignals() { ::pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+  private:
+    sigset_t m_former = {};
 };
 
-// As fork(2), but the end of the new process sends no signal: only a wait for __WALL finds it. All
-// arguments are zero, so their order, which differs between architectures, does not matter.
-pid_t cloneProcess() {
-    return static_cast<pid_t>(::syscall(SYS_clone, 0UL, 0UL, 0UL, 0UL, 0UL));
-}
-
-void closeFrom(int first, int limit) {
-#ifdef SYS_close_range
-    if (::syscall(SYS_close_range, first, ~0U, 0) == 0) {
-        return;
-    }
-#endif
-    // A kernel before 5.9.
-    for (int descriptor = first; descriptor < limit; ++descriptor) {
-        ::close(descriptor);
-    }
-}
-
-// SIGCHLD too: while it is ignored there is no wait status.
-void restoreDefaultSignals() {
-    struct sigaction action = {};
-    action.sa_handler = SIG_DFL;
-    for (int number = 1; number < NSIG; ++number) {
-        ::sigaction(number, &action, nullptr);
-    }
-}
-
-[[noreturn]] void becomeProgram(const Image& image) {
-    // The keeper's death takes the program along even when it has left the group.
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::dup2(image.input, STDIN_FILENO) >= 0 && ::dup2(image.output, STDOUT_FILENO) >= 0 &&
-        ::dup2(image.output, STDERR_FILENO) >= 0) {
-        closeFrom(kFirstExtraDescriptor, image.descriptorLimit);
-        sigset_t none;
-        ::sigemptyset(&none);
-        ::sigprocmask(SIG_SETMASK, &none, nullptr);
-        for (const char* const* program = image.programs; *program != nullptr; ++program) {
-            ::execve(*program, image.arguments, const_cast<char* const*>(kEnvironment));
-        }
-    }
-    ::_exit(kCannotExecute);
-}
-
-// Runs with every signal blocked.
-[[noreturn]] void keepProgram(const Image& image) {
-    ::setsid();
-    restoreDefaultSignals();
-    const pid_t program = cloneProcess();
-    if (program == 0) {
-        becomeProgram(image);
-    }
-    // The keeper must not hold the caller's descriptors (a device, a lock) while the program runs.
-    ::dup2(image.report, STDIN_FILENO);
-    closeFrom(STDIN_FILENO + 1, image.descriptorLimit);
-    int status = kCannotExecute << 8;
-    if (program > 0) {
-        while (::waitpid(program, &status, __WALL) < 0 && errno == EINTR) {
-        }
-    }
-    const bool reported = ::write(STDIN_FILENO, &status, sizeof status) == sizeof status;
-    ::_exit(reported ? 0 : 1);
+// Returns early when the kernel has cleared the word, and for no reason.
+void waitForChange(const std::atomic<int>& word, int seen) {
+    const timespec time = {0, kLook};
+    ::syscall(SYS_futex, &word, FUTEX_WAIT, seen, &time, nullptr, 0);
 }
 
 // A caller may have closed its standard descriptors; what lands there would be overwritten in the
@@ -157,27 +111,39 @@ int descriptorLimit() {
     return static_cast<int>(std::min(limit.rlim_cur, kMostDescriptors));
 }
 
-pid_t cloneKeeper(const Image& image) {
-    // No handler of the caller may run in the new processes.
-    sigset_t all;
-    sigset_t former;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &former);
-    const pid_t keeper = cloneProcess();
-    if (keeper == 0) {
-        keepProgram(image);
-    }
-    ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    return keeper;
-}
-
 }  // namespace
+
+// Everything that keeper and program may still look at when the caller has turned to the next
+// thing.
+struct ChildProcess::Launch {
+    explicit Launch(const std::vector<std::string>& givenWords)
+        : words(givenWords),
+          candidates(candidatesOf(words.front())),
+          programs(pointersTo<const char*>(candidates)),
+          arguments(pointersTo<char*>(words)) {}
+
+    const std::vector<std::string> words;
+    const std::vector<std::string> candidates;
+    const std::vector<const char*> programs;
+    const std::vector<char*> arguments;
+    KeeperMemory memory;
+};
+
+ChildProcess::ChildProcess() = default;
 
 ChildProcess::~ChildProcess() {
     kill();
+    const Clock::time_point limit = Clock::now() + kLongestEnd;
+    while (programIsStarting() && Clock::now() < limit) {
+        waitForChange(m_launch->memory.guest, m_launch->memory.guest);
+    }
+    if (programIsStarting()) {
+        // It hangs in the kernel and will never run again, but the kernel may still write here.
+        static_cast<void>(m_launch.release());
+    }
 }
 
-bool ChildProcess::start(const std::vector<std::string>& words) {
+bool ChildProcess::start(const std::vector<std::string>& words, Clock::time_point limit) {
     Pipe outputPipe;
     Pipe reportPipe;
     Descriptor input;
@@ -185,18 +151,45 @@ bool ChildProcess::start(const std::vector<std::string>& words) {
         return false;
     }
     input.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    if (!input.isOpen() || !moveAboveStandard(input)) {
+    // Who forks meanwhile may keep the writing end open for ever.
+    if (!input.isOpen() || !moveAboveStandard(input) ||
+        ::fcntl(reportPipe.reading.get(), F_SETFL, O_NONBLOCK) != 0) {
         return false;
     }
-    const std::vector<std::string> candidates = candidatesOf(words.front());
-    const std::vector<const char*> programs = pointersTo<const char*>(candidates);
-    const std::vector<char*> arguments = pointersTo<char*>(words);
-    const Image image = {programs.data(),          arguments.data(),         input.get(),
-                         outputPipe.writing.get(), reportPipe.writing.get(), descriptorLimit()};
-    m_keeper = cloneKeeper(image);
+    m_launch = std::make_unique<Launch>(words);
+    m_launch->memory.image = {m_launch->programs.data(),
+                              m_launch->arguments.data(),
+                              input.get(),
+                              outputPipe.writing.get(),
+                              reportPipe.writing.get(),
+                              descriptorLimit(),
+                              ::getpid()};
     m_output.reset(outputPipe.reading.release());
     m_report.reset(reportPipe.reading.release());
-    return m_keeper > 0;
+    const BlockedSignals blocked;
+    m_keeper = startKeeper(m_launch->memory);
+    waitForProgram(std::max(limit, Clock::now() + kShortestStart));
+    return m_keeper > 0 || m_launch->memory.guest != KeeperMemory::kExpected;
+}
+
+// Waits until the program is on its own or will never be.
+void ChildProcess::waitForProgram(Clock::time_point limit) {
+    const std::atomic<int>& guest = m_launch->memory.guest;
+    while (m_keeper > 0 && guest != 0 && Clock::now() < limit && !keeperHasEnded()) {
+        waitForChange(guest, guest);
+    }
+}
+
+// Once the keeper has ended, no program comes any more.
+bool ChildProcess::programIsStarting() const {
+    return m_launch != nullptr && m_launch->memory.guest > 0;
+}
+
+bool ChildProcess::keeperHasEnded() {
+    if (m_keeper > 0 && ::waitpid(m_keeper, nullptr, WNOHANG | __WALL) == m_keeper) {
+        m_keeper = -1;
+    }
+    return m_keeper <= 0;
 }
 
 bool ChildProcess::readReport(int& waitStatus) const {

@@ -20,7 +20,8 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr int kNotStarted = 127 << 8;
 constexpr std::size_t kPieceSize = 65536;
-constexpr Milliseconds kLongestPoll = std::chrono::hours(1);
+// Whether the keeper is still there has to be looked at now and then.
+constexpr Milliseconds kLongestPoll = std::chrono::seconds(1);
 
 enum class Ending { kReported, kTimedOut, kLost };
 
@@ -57,8 +58,7 @@ void readRest(int descriptor, OutputLines& output) {
     }
 }
 
-Ending follow(const ChildProcess& child, Clock::time_point limit, OutputLines& output,
-              int& waitStatus) {
+Ending follow(ChildProcess& child, Clock::time_point limit, OutputLines& output, int& waitStatus) {
     pollfd waited[] = {{child.output(), POLLIN, 0}, {child.report(), POLLIN, 0}};
     pollfd& outputEnd = waited[0];
     const pollfd& reportEnd = waited[1];
@@ -79,6 +79,9 @@ Ending follow(const ChildProcess& child, Clock::time_point limit, OutputLines& o
         if (left <= Clock::duration::zero()) {
             return Ending::kTimedOut;
         }
+        if (ready == 0 && child.keeperHasEnded()) {
+            return child.readReport(waitStatus) ? Ending::kReported : Ending::kLost;
+        }
     }
 }
 
@@ -89,7 +92,7 @@ CommandResult runProgram(const std::vector<std::string>& words, int timeoutSecon
     result.waitStatus = kNotStarted;
     const Clock::time_point limit = Clock::now() + std::chrono::seconds(timeoutSeconds);
     ChildProcess child;
-    if (!child.start(words)) {
+    if (!child.start(words, limit)) {
         return result;
     }
     OutputLines output;

@@ -16,8 +16,8 @@ namespace host {
 /// starts with /dev/null as standard input, no descriptor but 0, 1 and 2, default signals, in a
 /// session and process group of its own, and with PATH and LC_ALL=C as its whole environment.
 ///
-/// The lines hold standard output and standard error as they came, in order, up to 256 MiB and
-/// 16 Mi lines; what is beyond is read and dropped. Once the program has ended, what the pipe then
+/// The lines hold standard output and standard error as they came, in order, in at most 64 MiB of
+/// memory; what is beyond is read and dropped. Once the program has ended, what the pipe then
 /// holds is taken; a descendant that still has the pipe open is not waited for and lives on.
 ///
 /// The wait status is the program's own. At the time limit (seconds; 0 or below is at once) the

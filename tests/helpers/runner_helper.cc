@@ -83,12 +83,27 @@ int flood(const Words& words) {
     return 0;
 }
 
-int endless(const Words&) {
+[[noreturn]] void writeForEver(const std::string& piece) {
     ::alarm(kLongestLife);
-    const std::string block(65536, 'x');
+    std::string block;
+    while (block.size() < 65536) {
+        block += piece;
+    }
     for (;;) {
         writeAll(STDOUT_FILENO, block);
     }
+}
+
+int endless(const Words&) {
+    writeForEver("x");
+}
+
+int endlessLines(const Words&) {
+    writeForEver("sixteen letters.\n");
+}
+
+int endlessEmptyLines(const Words&) {
+    writeForEver("\n");
 }
 
 int silence(const Words&) {
@@ -188,7 +203,8 @@ int tellInput(const Words&) {
     return 0;
 }
 
-// Holds a lock on the named file, which the caller can see end with the process.
+// Holds a lock on the named file, which the caller can see end with the process, and writes the
+// number of the process group into it.
 int holdLock(const std::string& path, bool withParent) {
     int ready[2];
     if (::pipe2(ready, O_CLOEXEC) != 0) {
@@ -198,6 +214,7 @@ int holdLock(const std::string& path, bool withParent) {
     if (child == 0) {
         const int lock = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
         ::flock(lock, LOCK_EX);
+        writeAll(lock, std::to_string(::getpgrp()) + "\n");
         writeAll(ready[1], "!");
         waitForEver();
     }
@@ -249,6 +266,8 @@ int main(int argc, char** argv) {
         {"exit", exitWith},
         {"flood", flood},
         {"endless", endless},
+        {"endless-lines", endlessLines},
+        {"endless-empty-lines", endlessEmptyLines},
         {"silence", silence},
         {"own-session", ownSession},
         {"streams", streams},
