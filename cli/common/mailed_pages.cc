@@ -11,6 +11,7 @@
 #include "cli/output/inquiry_text.h"
 #include "recording/hex.h"
 #include "scsitool/host/linux_host.h"
+#include "scsitool/scsi/pages.h"
 
 namespace cli {
 namespace {
@@ -21,9 +22,6 @@ constexpr char kDeviceName[] = "/dev/sda";
 constexpr char kOption[] = "--inhex ";
 constexpr std::size_t kLongestPage = 65539;  // a page length of 16 bits and the header
 constexpr std::size_t kCommandBlockDigits = 20;
-constexpr std::size_t kLengthByte = 3;
-constexpr std::size_t kPageHeader = 4;
-constexpr std::size_t kInquiryLengthByte = 4;
 
 struct Argument {
     std::string page;
@@ -131,7 +129,7 @@ void MailedPages::makePageList() {
     for (const auto& [code, page] : m_device.pages) {
         list.push_back(code);
     }
-    list[kLengthByte] = static_cast<std::uint8_t>(list.size() - kPageHeader);
+    list[scsi::kPageLengthLow] = static_cast<std::uint8_t>(list.size() - scsi::kPageHeader);
     m_device.pages[0] = recording::RecordedPage(list);
     m_madePageList = true;
 }
@@ -157,15 +155,16 @@ std::vector<std::string> MailedPages::remarks(const CScsiDeviceData& record) con
         remarks.push_back("page 00 was not given: it is made of the pages that were");
     }
     const Bytes& inquiry = m_device.standardInquiry->bytes;
-    checkPage("std", inquiry, byteAt(inquiry, kInquiryLengthByte) + kInquiryLengthByte + 1,
+    checkPage("std", inquiry, byteAt(inquiry, scsi::kInquiryLength) + scsi::kInquiryHeader,
               remarks);
     for (const auto& [code, page] : m_device.pages) {
         const std::string name = "page " + pageKey(code);
-        if (code != 0 && byteAt(page.bytes, 1) != code) {
-            remarks.push_back(
-                fmt::format("{} says that it is page {:02x}", name, byteAt(page.bytes, 1)));
+        if (code != 0 && byteAt(page.bytes, scsi::kPageCode) != code) {
+            remarks.push_back(fmt::format("{} says that it is page {:02x}", name,
+                                          byteAt(page.bytes, scsi::kPageCode)));
         }
-        checkPage(name, page.bytes, byteAt(page.bytes, kLengthByte) + kPageHeader, remarks);
+        checkPage(name, page.bytes, byteAt(page.bytes, scsi::kPageLengthLow) + scsi::kPageHeader,
+                  remarks);
         if (code != 0 && record.m_pages.count(code) == 0) {
             const auto& listed = record.m_supportedPages;
             const bool isListed = std::find(listed.begin(), listed.end(), code) != listed.end();

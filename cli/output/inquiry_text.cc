@@ -7,11 +7,11 @@
 
 #include "cli/base/text.h"
 #include "recording/hex.h"
+#include "scsitool/scsi/pages.h"
 
 namespace cli {
 namespace {
 
-constexpr unsigned kStandardInquiry = 0;
 constexpr std::size_t kBytesALine = 16;
 
 using Bytes = std::vector<std::uint8_t>;
@@ -24,14 +24,16 @@ Bytes bytesOf(const CScsiModePage& page) {
 // Names of SPC-4 and of the pages that array vendors put there.
 std::string pageName(unsigned page) {
     static const std::map<unsigned, const char*> kNames = {
-        {kStandardInquiry, "standard INQUIRY data"},
-        {0x80, "unit serial number"},
-        {0x83, "device identification"},
+        {scsi::kInquiryData, "standard INQUIRY data"},
+        {scsi::kUnitSerialNumber, "unit serial number"},
+        {scsi::kDeviceIdentification, "device identification"},
         {0x10, "vendor-specific"},
         {0x11, "vendor-specific"},
     };
     const auto name = kNames.find(page);
-    return name != kNames.end() ? name->second : page >= 0xC0 ? "vendor-specific" : "other";
+    return name != kNames.end()             ? name->second
+           : page >= scsi::kFirstVendorPage ? "vendor-specific"
+                                            : "other";
 }
 
 std::string hexBytes(const Bytes& bytes, std::size_t start) {
@@ -77,7 +79,7 @@ std::string addressText(const CScsiDeviceData& record) {
 }  // namespace
 
 std::string pageTitle(unsigned page, std::size_t length) {
-    return page == kStandardInquiry
+    return page == scsi::kInquiryData
                ? fmt::format("{}, {} bytes", pageName(page), length)
                : fmt::format("VPD page 0x{:02x}, {}, {} bytes", page, pageName(page), length);
 }
@@ -99,7 +101,7 @@ std::string pageDump(const Bytes& bytes, const std::vector<udid::ByteRange>& mar
 }
 
 std::string pageKey(unsigned page) {
-    return page == kStandardInquiry ? "std" : fmt::format("{:02x}", page);
+    return page == scsi::kInquiryData ? "std" : fmt::format("{:02x}", page);
 }
 
 Json recordJson(const CScsiDeviceData& record) {

@@ -6,6 +6,7 @@
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
+#include "scsitool/scsi/pages.h"
 #include "tools/trace.h"
 
 using qzfi_pdk_4_4::V_snprintf;
@@ -30,15 +31,16 @@ host::CommandBuffer inquiryRequest(unsigned page, bool vpd, int lun) {
 }
 
 // The length that the response itself states: PAGE LENGTH + 4, or ADDITIONAL LENGTH + 5.
-unsigned responseLength(const unsigned char* response, bool vpd) {
-    return vpd ? response[3] + 4U : response[4] + 5U;
+std::size_t responseLength(const unsigned char* response, bool vpd) {
+    return vpd ? response[scsi::kPageLengthLow] + scsi::kPageHeader
+               : response[scsi::kInquiryLength] + scsi::kInquiryHeader;
 }
 
 void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length,
                   PageBytes<>& data) {
     const unsigned char* const response = buffer.data() + kHeaderLength;
     const std::size_t most = buffer.size() - kHeaderLength;
-    const std::size_t stated = std::min<std::size_t>(responseLength(response, vpd), most);
+    const std::size_t stated = std::min(responseLength(response, vpd), most);
     auto* const bytes = new unsigned char[stated];
     data.reset(new AdapterAutoPtrArray<unsigned char>(bytes));
     std::copy_n(response, stated, bytes);

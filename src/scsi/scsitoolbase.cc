@@ -7,6 +7,7 @@
 #include "scsi/scsi_result.h"
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/scsi/page_view.h"
+#include "scsitool/scsi/pages.h"
 #include "scsitool/tools/string_tool.h"
 #include "tools/trace.h"
 
@@ -14,12 +15,16 @@ using tools::traceTo;
 
 namespace {
 
-constexpr unsigned kStandardInquiry = 0;
 constexpr unsigned kShortestInquiry = 32;
-constexpr unsigned kVpdHeader = 4;
 
 // The pages that any generator reads, in the order in which they are fetched.
-constexpr std::array<unsigned, 7> kFetchedPages = {0x83, 0x80, 0xC0, 0xC8, 0x10, 0x11, 0xD0};
+constexpr std::array<unsigned, 7> kFetchedPages = {scsi::kDeviceIdentification,
+                                                   scsi::kUnitSerialNumber,
+                                                   scsi::kClariionArray,
+                                                   scsi::kEngenioArray,
+                                                   0x10,
+                                                   0x11,
+                                                   scsi::kEngenioSubsystem};
 
 // Calls a step of the collection; whatever it throws leaves as an int.
 template <class Step>
@@ -48,13 +53,13 @@ bool hasBytes(const PageBytes<>& data, unsigned length) {
 }
 
 // A field of the INQUIRY data as text: it ends at the first NUL and at the end of the data.
-bool readInquiryField(CScsiDeviceData& device, std::size_t offset, std::size_t count,
+bool readInquiryField(CScsiDeviceData& device, const scsi::InquiryField& place,
                       std::string& field) {
-    const auto inquiry = device.m_pages.find(kStandardInquiry);
+    const auto inquiry = device.m_pages.find(scsi::kInquiryData);
     if (inquiry == device.m_pages.end()) {
         return false;
     }
-    field = scsi::PageView(inquiry->second).text(offset, count);
+    field = scsi::PageView(inquiry->second).text(place.offset, place.length);
     return true;
 }
 
@@ -132,9 +137,9 @@ unsigned CScsiToolBase::UpdateStdInquiryString(CScsiDeviceHandle& handle, CScsiD
     try {
         unsigned length = 0;
         PageBytes<> data;
-        GetModePageInfo(handle, device, kStandardInquiry, length, 0, data);
+        GetModePageInfo(handle, device, scsi::kInquiryData, length, 0, data);
         if (hasBytes(data, length)) {
-            storePage(device, kStandardInquiry, data, length);
+            storePage(device, scsi::kInquiryData, data, length);
         }
         if (!hasBytes(data, length) || length < kShortestInquiry) {
             traceTo(m_traceLog, 2,
@@ -159,15 +164,15 @@ unsigned CScsiToolBase::UpdateSupportedModePageList(CScsiDeviceHandle& handle,
     try {
         unsigned length = 0;
         PageBytes<> data;
-        GetModePageInfo(handle, device, 0, length, 1, data);
-        if (!hasBytes(data, length) || length < kVpdHeader) {
+        GetModePageInfo(handle, device, scsi::kSupportedPages, length, 1, data);
+        if (!hasBytes(data, length) || length < scsi::kPageHeader) {
             return scsi::kSuccess;
         }
         const unsigned char* const page = data->get();
-        const unsigned count = page[3];
-        if (length >= count + kVpdHeader) {
-            device.m_supportedPages.insert(device.m_supportedPages.end(), page + kVpdHeader,
-                                           page + kVpdHeader + count);
+        const unsigned count = page[scsi::kPageLengthLow];
+        if (length >= scsi::kPageHeader + count) {
+            device.m_supportedPages.insert(device.m_supportedPages.end(), page + scsi::kPageHeader,
+                                           page + scsi::kPageHeader + count);
         }
         return scsi::kSuccess;
     } catch (int thrown) {
@@ -197,7 +202,7 @@ unsigned CScsiToolBase::UpdateModePageString(CScsiDeviceHandle& handle, unsigned
 unsigned CScsiToolBase::UpdateVendorId(CScsiDeviceData& device) {
     return throwingInt([&] {
         std::string field;
-        if (readInquiryField(device, 8, 8, field)) {
+        if (readInquiryField(device, scsi::kVendorField, field)) {
             device.m_vendorId = CStringTool::rtrim(field, ' ');
         }
         return scsi::kSuccess;
@@ -207,7 +212,7 @@ unsigned CScsiToolBase::UpdateVendorId(CScsiDeviceData& device) {
 unsigned CScsiToolBase::UpdateProductId(CScsiDeviceData& device) {
     return throwingInt([&] {
         std::string field;
-        if (readInquiryField(device, 16, 16, field)) {
+        if (readInquiryField(device, scsi::kProductField, field)) {
             device.m_productId = CStringTool::rtrim(field, ' ');
         }
         return scsi::kSuccess;
@@ -217,7 +222,7 @@ unsigned CScsiToolBase::UpdateProductId(CScsiDeviceData& device) {
 unsigned CScsiToolBase::UpdateFirmwareLevel(CScsiDeviceData& device) {
     return throwingInt([&] {
         std::string field;
-        if (readInquiryField(device, 32, 4, field)) {
+        if (readInquiryField(device, scsi::kRevisionField, field)) {
             device.m_firmwareLevel = field;
         }
         return scsi::kSuccess;
