@@ -4,12 +4,13 @@
 #include <utility>
 
 #include "scsitool/host/host.h"
+#include "scsitool/udid/family.h"
 #include "scsitool/udid/generic_udid_generator.h"
-#include "udid/udid_text.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/udid_prefix.h"
 
 namespace {
 
-constexpr unsigned kSupportedPages = 0;
 constexpr std::size_t kHostNameSize = 512;
 
 // Fills `info` where the record has what the extraction needs.
@@ -18,17 +19,17 @@ bool findIdentifier(CScsiDeviceData& device, CDeviceScsiInfo& info) {
     CGenericUdidGenerator generic("GENERIC", "GENERIC");
     const std::vector<unsigned>& listed = device.m_supportedPages;
     const bool listsPages =
-        std::find(listed.begin(), listed.end(), kSupportedPages) != listed.end();
+        std::find(listed.begin(), listed.end(), scsi::kSupportedPages) != listed.end();
     if (!listsPages) {
-        udid::remark(device, "the device does not list VPD page 0x00");
+        udid::remark("the device does not list VPD page 0x00");
         return false;
     }
     if (udid::trimVendor(device).empty()) {
-        udid::remark(device, "the vendor is blank");
+        udid::remark("the vendor is blank");
         return false;
     }
     if (generic.getDeviceScsiInfo(&device, info) != 0) {
-        udid::remark(device, "neither page 0x83 nor page 0x80 has an identifier to use");
+        udid::remark("neither page 0x83 nor page 0x80 has an identifier to use");
         return false;
     }
     return true;
@@ -49,7 +50,7 @@ std::string CDefaultUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* devi
 }
 
 std::string CDefaultUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    udid::UdidText body(*device);
+    udid::UdidText body;
     CDeviceScsiInfo info = {};
     if (findIdentifier(*device, info)) {
         body.field("unitSerialNumber", info.unitSerialNumber);

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "scsitool/tools/string_tool.h"
-#include "scsitool/udid/evidence.h"
+#include "scsitool/udid/reporter.h"
 #include "scsitool/udid/taq_udid_generator.h"
+#include "scsitool/udid/udid_text.h"
 #include "tools/trace.h"
-#include "udid/generator_list.h"
-#include "udid/udid_text.h"
+#include "udid/families.h"
 
 using qzfi_pdk_4_4::CFiTraceLogFunction;
 using tools::traceTo;
@@ -43,17 +43,19 @@ void enterFailed(const CUDIDFactory& factory, const CUdidGeneratorException& fai
     enter(devices, 0, deviceName, std::string());
 }
 
+void tell(udid::Reporter* listener, udid::Step step) {
+    if (listener != nullptr) {
+        listener->stepped(step, std::string());
+    }
+}
+
 // Puts the UDID together. The prefix stands in the result before the body is asked for, and stays
 // when that fails.
-void build(CUdidGenerator& generator, CScsiDeviceData& device, std::string& result) {
-    udid::Evidence* const evidence = udid::evidenceOf(device);
-    if (evidence != nullptr) {
-        evidence->startedPrefix();
-    }
+void build(CUdidGenerator& generator, CScsiDeviceData& device, udid::Reporter* listener,
+           std::string& result) {
+    tell(listener, udid::Step::kPrefix);
     result = generator.getUniqueDeviceIDPrefix(&device);
-    if (evidence != nullptr) {
-        evidence->startedBody();
-    }
+    tell(listener, udid::Step::kBody);
     result += generator.getUniqueDeviceID(&device);
 }
 
@@ -94,7 +96,9 @@ void CUDIDFactory::registerTraceLog(qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiT
     for (CUdidGenerator* const generator : m_generators) {
         generator->registerTraceLog(log);
     }
-    m_taqGenerator->registerTraceLog(log);
+    if (m_taqGenerator != nullptr) {
+        m_taqGenerator->registerTraceLog(log);
+    }
 }
 
 DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag, bool ignoredFlag,
@@ -135,13 +139,13 @@ void CUDIDFactory::enterDevice(CScsiDeviceData& device) {
 std::string CUDIDFactory::getUniqueDeviceID(CScsiDeviceData* device) {
     const auto preset = m_presetDeviceMap.find(device->m_deviceName);
     if (preset != m_presetDeviceMap.end()) {
-        udid::remark(*device, "the caller assigned this UDID in advance");
+        udid::remark("the caller assigned this UDID in advance");
         return CStringTool::tostrupper(preset->second.uid);
     }
     std::string result;
     if (m_taqMode) {
-        udid::remark(*device, "TAQ mode: no generator is asked for its claim");
-        build(*m_taqGenerator, *device, result);
+        udid::remark("TAQ mode: no generator is asked for its claim");
+        build(*m_taqGenerator, *device, udid::reporter(), result);
         return result;
     }
     for (CUdidGenerator* const generator : m_generators) {
@@ -155,24 +159,22 @@ std::string CUDIDFactory::getUniqueDeviceID(CScsiDeviceData* device) {
 
 bool CUDIDFactory::tryGenerator(CUdidGenerator& generator, CScsiDeviceData& device,
                                 std::string& result) {
-    udid::Evidence* const evidence = udid::evidenceOf(device);
-    if (evidence != nullptr) {
-        evidence->askedGenerator(generator.getGeneratorName());
+    udid::Reporter* const listener = udid::reporter();
+    if (listener != nullptr) {
+        listener->stepped(udid::Step::kAsked, generator.getGeneratorName());
     }
     try {
         const bool claims = generator.claimDevice(&device);
-        if (evidence != nullptr) {
-            evidence->claimed(claims);
-        }
+        tell(listener, claims ? udid::Step::kClaimed : udid::Step::kDeclined);
         if (claims) {
-            build(generator, device, result);
+            build(generator, device, listener, result);
         }
         return claims;
     } catch (const CUdidGeneratorException& failure) {
         traceTo(m_traceLog, 2, "WARNING: getUniqueDeviceID caught exception: [%s],skipping device.",
                 failure.getMessageId().c_str());
-        if (evidence != nullptr) {
-            evidence->failed(failure.getMessageId());
+        if (listener != nullptr) {
+            listener->stepped(udid::Step::kFailed, failure.getMessageId());
         }
         return false;
     }

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "scsitool/tools/string_tool.h"
-#include "udid/udid_text.h"
+#include "scsitool/udid/family.h"
+#include "udid/udid_prefix.h"
 
 CUdidGenerator::CUdidGenerator(std::string vendor, std::string product)
     : m_vendor(std::move(vendor)), m_product(std::move(product)) {}
@@ -18,21 +18,11 @@ std::string CUdidGenerator::getGeneratorName() {
 }
 
 bool CUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), udid::Rule::kEquals,
-                         m_vendor) &&
-           udid::matches(*device, "product", device->GetProductId(), udid::Rule::kEquals,
-                         m_product);
+    return udid::claims(udid::kClaimsItsKeys, *this, *device);
 }
 
-std::string CUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) {
-    udid::UdidText prefix(*device);
-    std::string text = udid::udid_prefix;
-    text += CStringTool::rtrim(m_vendor, ' ');
-    text += udid::udid_separator;
-    text += CStringTool::rtrim(m_product, ' ');
-    text += udid::udid_separator;
-    prefix.literal(CStringTool::tostrupper(text));
-    return prefix.take();
+std::string CUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* /*device*/) {
+    return udid::keyPrefix(m_vendor, m_product);
 }
 
 void CUdidGenerator::fail(const char* messageId) const {

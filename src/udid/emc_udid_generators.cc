@@ -1,24 +1,26 @@
 #include "scsitool/udid/emc_udid_generators.h"
 
-#include <array>
-#include <string_view>
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/udid_text.h"
 #include "tools/trace.h"
-#include "udid/generator_support.h"
+#include "udid/families.h"
+#include "udid/udid_prefix.h"
 
 using tools::traceTo;
 
 namespace {
 
-constexpr std::array<std::string_view, 4> kClariionProducts = {"RAID", "DISK", "VNX", "CX"};
+constexpr const udid::Family& kClariion =
+    udid::familyOf<CEmcClariionUdidGenerator>(udid::kFamilies);
 
-constexpr unsigned kArraySerialPage = 0xC0;
 constexpr int kArraySerialLengthByte = 49;
 constexpr int kArraySerialStart = 50;
-constexpr int kUnitSerialLengthByte = 3;
-constexpr int kUnitSerialStart = 4;
+constexpr int kUnitSerialLengthByte = scsi::kPageLengthLow;
+constexpr int kUnitSerialStart = scsi::kPageHeader;
 constexpr std::size_t kSerialCharacters = 14;
 constexpr std::size_t kClariionNeeds = 23;  // byte 23 is read all the same
 
@@ -30,19 +32,17 @@ constexpr std::size_t kSymmetrixVolumeBytes = 4;
 constexpr std::size_t kSymmetrixOldVolume = 38;
 constexpr std::size_t kSymmetrixOldVolumeBytes = 3;
 
-// The check hands its text back without a source; what it read is known here.
-void addSerial(udid::UdidText& body, unsigned page, int start, std::string text) {
-    const std::string separator = udid::udid_separator;
-    const bool separated =
-        text.size() >= separator.size() &&
-        text.compare(text.size() - separator.size(), separator.size(), separator) == 0;
-    if (separated) {
-        text.resize(text.size() - separator.size());
-    }
+// The check hands its text back without a source; what it read is known here. A text that passed
+// ends in the separator.
+void addSerial(udid::UdidText& body, unsigned page, int start, std::string text, bool passed) {
+    const std::size_t separator = std::strlen(udid::udid_separator);
+    const std::size_t serial = text.size() - (passed ? std::min(separator, text.size()) : 0);
+    const std::string rest = text.substr(serial);
+    text.resize(serial);
     body.piece({udid::Format::kText, page, static_cast<std::size_t>(start), kSerialCharacters,
                 std::move(text)});
-    if (separated) {
-        body.literal(separator);
+    if (passed) {
+        body.literal(rest);
     }
 }
 
@@ -53,36 +53,28 @@ CEmcClariionUdidGenerator::CEmcClariionUdidGenerator(std::string vendor, std::st
 CEmcClariionUdidGenerator::~CEmcClariionUdidGenerator() = default;
 
 bool CEmcClariionUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    using udid::Rule;
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, m_vendor) &&
-           udid::matchesAny(*device, "product", device->GetProductId(), Rule::kContains,
-                            kClariionProducts);
+    return udid::claims(kClariion.claim, *this, *device);
 }
 
-std::string CEmcClariionUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) {
-    udid::UdidText prefix(*device);
-    std::string text = udid::udid_prefix;
-    text += CStringTool::rtrim(m_vendor, ' ');
-    text += udid::udid_separator;
-    text += "CLARIION";
-    text += udid::udid_separator;
-    prefix.literal(CStringTool::tostrupper(text));
-    return prefix.take();
+std::string CEmcClariionUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* /*device*/) {
+    return udid::keyPrefix(m_vendor, "CLARIION");
 }
 
 bool CEmcClariionUdidGenerator::checkForArraySerialNo(unsigned char** page, unsigned int pageLength,
                                                       int lengthIndex, int start,
                                                       std::string& out) {
     if (page == nullptr) {
-        fail(udid::kInvalidPageData);
+        udid::fail({udid::kInvalidPageData, this}, "the serial check has no page");
     }
     const scsi::PageView view(*page, pageLength);
-    const bool available = view.hasBuffer() && view.length() > 0;
+    const bool available = view.hasBuffer();
     if (available) {
         const long long end =
             static_cast<long long>(view[static_cast<std::size_t>(lengthIndex)]) + start;
         if (end > static_cast<long long>(pageLength)) {
-            udid::failWithoutKeys(udid::kInvalidPageSize);
+            udid::fail({udid::kInvalidPageSize}, "the serial ends at byte " + std::to_string(end) +
+                                                     " of its page, which has " +
+                                                     std::to_string(pageLength));
         }
         out += view.text(static_cast<std::size_t>(start), kSerialCharacters);
     }
@@ -96,31 +88,28 @@ bool CEmcClariionUdidGenerator::checkForArraySerialNo(unsigned char** page, unsi
 }
 
 std::string CEmcClariionUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    udid::UdidText body(*device);
+    udid::UdidText body;
     const auto readSerial = [&](unsigned code, int lengthIndex, int start) {
-        udid::takePage(*device, code);
-        unsigned char* page = nullptr;
-        unsigned int length = 0;
-        device->GetScsiModePage(code, &page, length);
+        const scsi::PageView page = udid::takePage(*device, code).view;
+        // The published check takes what it does not change as if it might.
+        auto* bytes = const_cast<unsigned char*>(page.data());
         std::string serial;
-        const bool valid = checkForArraySerialNo(&page, length, lengthIndex, start, serial);
-        addSerial(body, code, start, std::move(serial));
-        return valid;
+        const bool passed = checkForArraySerialNo(&bytes, static_cast<unsigned>(page.length()),
+                                                  lengthIndex, start, serial);
+        addSerial(body, code, start, std::move(serial), passed);
+        return passed;
     };
-    if (!readSerial(kArraySerialPage, kArraySerialLengthByte, kArraySerialStart)) {
-        udid::remark(*device, "page 0xC0 holds no alphanumeric array serial, page 0x80 is tried");
+    if (!readSerial(scsi::kClariionArray, kArraySerialLengthByte, kArraySerialStart)) {
+        udid::remark("page 0xC0 holds no alphanumeric array serial, page 0x80 is tried");
         body.clear();
-        if (!readSerial(udid::kUnitSerialNumber, kUnitSerialLengthByte, kUnitSerialStart)) {
-            udid::remark(*device,
-                         "the serial of page 0x80 is not alphanumeric, it is used as it is");
+        if (!readSerial(scsi::kUnitSerialNumber, kUnitSerialLengthByte, kUnitSerialStart)) {
+            udid::remark("the serial of page 0x80 is not alphanumeric, it is used as it is");
             traceTo(m_traceLog, 2, "Invalid EnclosureID %s found for Clariion", body.str().c_str());
         }
     }
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kClariionNeeds)) {
-        fail(udid::kInvalidDeviceData);
-    }
-    body.bytes(names, udid::Format::kHexLowerColons, udid::kFirstIdentifier, udid::kLongIdentifier);
+    body.unitName(udid::require(*device, scsi::kDeviceIdentification, kClariionNeeds,
+                                {udid::kInvalidDeviceData, this}),
+                  udid::Format::kHexLowerColons);
     traceTo(m_traceLog, 3,
             "GetScsiModePage83 CEmcClariionUdidGenerator::getUniqueDeviceID : UDID=%s:",
             body.str().c_str());
@@ -133,16 +122,14 @@ CEmcSymmetrixUdidGenerator::~CEmcSymmetrixUdidGenerator() = default;
 
 std::string CEmcSymmetrixUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     using udid::Format;
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kSymmetrixNeeds)) {
-        fail(udid::kInvalidPageData);
-    }
-    udid::UdidText body(*device);
+    const udid::SourcePage inquiry =
+        udid::require(*device, udid::kInquiryData, kSymmetrixNeeds, {udid::kInvalidPageData, this});
+    udid::UdidText body;
     body.literal("00");
     body.bytes(inquiry, Format::kHexLower, kSymmetrixSerial, kSymmetrixSerialBytes);
     body.literal(udid::udid_separator);
     if (inquiry.view[kSymmetrixVolume] == 0) {
-        udid::remark(*device, "INQUIRY byte 132 is 0, so the volume is taken from bytes 38 to 40");
+        udid::remark("INQUIRY byte 132 is 0, so the volume is taken from bytes 38 to 40");
         body.literal("0");
         body.bytes(inquiry, Format::kText, kSymmetrixOldVolume, kSymmetrixOldVolumeBytes);
     } else {

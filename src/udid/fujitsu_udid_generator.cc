@@ -2,12 +2,15 @@
 
 #include <utility>
 
-#include "udid/generator_support.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/families.h"
 
 namespace {
 
+constexpr const udid::Family& kFamily =
+    udid::familyOf<CFujitsuEternusUdidGenerator>(udid::kFamilies);
+
 constexpr std::size_t kInquiryNeeds = 44;
-constexpr std::size_t kArrayIdentifier = 36;
 constexpr std::size_t kArrayIdentifierCharacters = 8;
 constexpr std::size_t kNamesNeed = 24;
 
@@ -18,24 +21,18 @@ CFujitsuEternusUdidGenerator::CFujitsuEternusUdidGenerator(std::string vendor, s
 CFujitsuEternusUdidGenerator::~CFujitsuEternusUdidGenerator() = default;
 
 bool CFujitsuEternusUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    using udid::Rule;
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, "FUJITSU") &&
-           udid::matches(*device, "product", device->GetProductId(), Rule::kBeginsWith, "ETERNUS");
+    return udid::claims(kFamily.claim, *this, *device);
 }
 
 std::string CFujitsuEternusUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     using udid::Format;
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kInquiryNeeds)) {
-        udid::failWithoutKeys(udid::kInvalidEnclosureData);
-    }
-    udid::UdidText body(*device);
-    body.bytes(inquiry, Format::kTrimmedText, kArrayIdentifier, kArrayIdentifierCharacters);
+    const udid::SourcePage inquiry =
+        udid::require(*device, udid::kInquiryData, kInquiryNeeds, {udid::kInvalidEnclosureData});
+    udid::UdidText body;
+    body.bytes(inquiry, Format::kTrimmedText, scsi::kVendorSpecific, kArrayIdentifierCharacters);
     body.literal(udid::udid_separator);
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kNamesNeed)) {
-        fail(udid::kInvalidPageData);
-    }
-    body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
+    body.unitName(udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
+                                {udid::kInvalidPageData, this}),
+                  Format::kHexUpper);
     return body.take();
 }

@@ -7,8 +7,10 @@
 
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/family.h"
+#include "scsitool/udid/udid_text.h"
 #include "tools/trace.h"
-#include "udid/udid_text.h"
+#include "udid/udid_prefix.h"
 
 using qzfi_pdk_4_4::V_snprintf;
 using qzfi_pdk_4_4::V_strlcpy;
@@ -19,11 +21,14 @@ using tools::traceTo;
 
 namespace {
 
-constexpr unsigned kDeviceIdentification = 0x83;
-constexpr unsigned kUnitSerialNumber = 0x80;
-constexpr std::size_t kPageHeader = 4;
-constexpr std::size_t kDescriptorHeader = 4;
-constexpr int kVendorModelLength = 24;
+using scsi::kDescriptorHeader;
+using scsi::kDeviceIdentification;
+using scsi::kPageHeader;
+using scsi::kUnitSerialNumber;
+
+constexpr int kVendorModelLength = scsi::kVendorField.length + scsi::kProductField.length;
+constexpr std::size_t kKindLength = 1;  // the digit in front of an identifier
+constexpr int kPreSpc3Reserve = 3;      // what stays free behind a whole page's digits
 
 constexpr unsigned char kAnyNaa = 255;
 constexpr unsigned char kVendorSpecific = 0;
@@ -68,8 +73,8 @@ constexpr std::size_t kLeastRead = kDescriptorHeader + 4;
 class WholeBytes {
   public:
     WholeBytes(const scsi::PageView& view, std::size_t offset) {
-        const std::size_t length =
-            std::max(kDescriptorHeader + std::size_t{view[offset + 3]}, kLeastRead);
+        const std::size_t length = std::max(
+            kDescriptorHeader + std::size_t{view[offset + scsi::kDescriptorLength]}, kLeastRead);
         if (offset + length <= view.length()) {
             m_data = view.data() + offset;
             return;
@@ -85,6 +90,11 @@ class WholeBytes {
     const unsigned char* m_data;
     std::string m_padded;
 };
+
+// A length that a caller gave as a signed number; nothing fits into one below 0.
+std::size_t sizeOf(int length) {
+    return static_cast<std::size_t>(std::max(length, 0));
+}
 
 // Writes two lower-case digits a byte from `position` on, while it is below `limit`.
 std::size_t writeHex(char* text, std::size_t position, std::size_t limit,
@@ -165,8 +175,8 @@ int searchRow(CGenericUdidGenerator& generator, CDeviceScsiInfo& info, const scs
     const auto& log = generator.m_traceLog;
     const SScsiIdSearchValues& wanted = kSearchTable[row];
     const int number = static_cast<int>(row);
-    for (start = kPageHeader; start <= view[3] + std::size_t{3};
-         start += kDescriptorHeader + view[start + 3]) {
+    for (start = kPageHeader; start <= view[scsi::kPageLengthLow] + std::size_t{3};
+         start += kDescriptorHeader + view[start + scsi::kDescriptorLength]) {
         const WholeBytes descriptor(view, start);
         const int status = generator.checkFillIdPage0x83(
             info, descriptor.data(), wanted, out.serial, out.serialShort, out.maxLength, out.wwn,
@@ -195,19 +205,23 @@ void fillIdentity(CScsiDeviceData& device, const std::string& enclosure, CDevice
     V_strlcpy(info.model, device.GetProductId().c_str(), sizeof info.model);
     V_strlcpy(info.revision, device.m_firmwareLevel.c_str(), sizeof info.revision);
     V_strlcpy(info.unitSerialNumber, enclosure.c_str(), sizeof info.unitSerialNumber);
-    if (udid::Evidence* const evidence = udid::evidenceOf(device)) {
-        const udid::SourcePage page = udid::takePage(device, kUnitSerialNumber);
-        evidence->foundField("unitSerialNumber",
-                             {udid::Format::kTrimmedText, kUnitSerialNumber, kPageHeader,
-                              page.view[3], info.unitSerialNumber});
-    }
 }
 
 // Reports where the short serial came from.
-void reportShortSerial(CScsiDeviceData& device, udid::Format format, unsigned page,
-                       std::size_t offset, std::size_t length, const char* text) {
-    if (udid::Evidence* const evidence = udid::evidenceOf(device)) {
-        evidence->foundField("serialShort", {format, page, offset, length, text});
+void reportShortSerial(udid::Format format, unsigned page, std::size_t offset, std::size_t length,
+                       const char* text) {
+    if (udid::Reporter* const listener = udid::reporter()) {
+        listener->found("serialShort", {format, page, offset, length, text});
+    }
+}
+
+// Reports the unit serial number as it stands in the record of the extraction: without blanks at
+// either end, up to its first NUL.
+void reportUnitSerial(std::size_t length, const std::string& serial) {
+    if (udid::Reporter* const listener = udid::reporter()) {
+        listener->found("unitSerialNumber",
+                        {udid::Format::kTrimmedText, kUnitSerialNumber, kPageHeader, length,
+                         CStringTool::trim(serial).c_str()});
     }
 }
 
@@ -281,9 +295,11 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
                                                     serialShort, maxLength);
         traceTo(m_traceLog, 6, "%s: Returning status:[%d]", kName, status);
         // A long identifier does not fit whole.
-        const std::size_t digits = V_strnlen(serialShort, static_cast<std::size_t>(maxLength)) - 1;
-        reportShortSerial(*device, udid::Format::kKindAndHexLower, page.code, kPageHeader,
-                          digits / 2, serialShort);
+        const std::size_t written = maxLength > 0 ? V_strnlen(serialShort, sizeOf(maxLength)) : 0;
+        if (written > kKindLength) {
+            reportShortSerial(udid::Format::kKindAndHexLower, page.code, kPageHeader,
+                              (written - kKindLength) / 2, serialShort);
+        }
         return status;
     }
     const Buffers out = {serial, serialShort, maxLength, wwn, wwnVendorExtension, tgptGroup};
@@ -295,8 +311,9 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
         }
         if (status == kTaken) {
             const bool binary = kSearchTable[row].codeSet == kBinary;
-            reportShortSerial(*device, binary ? udid::Format::kHexLower : udid::Format::kText,
-                              page.code, start + kDescriptorHeader, view[start + 3], serialShort);
+            reportShortSerial(binary ? udid::Format::kHexLower : udid::Format::kText, page.code,
+                              start + kDescriptorHeader, view[start + scsi::kDescriptorLength],
+                              serialShort);
         }
         return status;
     }
@@ -337,9 +354,10 @@ int CGenericUdidGenerator::checkFillIdPage0x83(CDeviceScsiInfo& info,
         traceTo(m_traceLog, 1, "%s: prepend vendor model failed for [%s]", kName, path);
         return kNotTaken;
     }
-    const std::size_t value = V_strnlen(serial, static_cast<std::size_t>(maxLength));
-    appendIdentifier(serial, value, static_cast<std::size_t>(maxLength), descriptor, binary);
-    V_strlcpy(serialShort, serial + value, static_cast<std::size_t>(maxLength));
+    const std::size_t value =
+        kKindLength + (searchRow.idType == kVendorSpecific ? kVendorModelLength : 0);
+    appendIdentifier(serial, value, sizeOf(maxLength), descriptor, binary);
+    V_strlcpy(serialShort, serial + value, sizeOf(maxLength));
     if (searchRow.idType == kNaa && wwn != nullptr) {
         copyWwn(serial + value, wwn, wwnVendorExtension);
     }
@@ -353,12 +371,16 @@ int CGenericUdidGenerator::checkFillPreSPC3Page0x83(CDeviceScsiInfo& info,
                                                     int maxLength) {
     static constexpr char kName[] = "CGenericUdidGenerator::checkFillPreSPC3Page0x83";
     traceTo(m_traceLog, 6, "%s:Using pre-spc3-83 for %s", kName, info.devicePath);
-    const std::size_t size = static_cast<std::size_t>(maxLength);
-    serial[0] = kHexDigits[searchRow.idType & 0xF];
-    writeHex(serial, 1, size - 3, page + kPageHeader, page[3]);
-    serial[size - 1] = '\0';
-    V_strlcpy(serialShort, serial, size);
-    traceTo(m_traceLog, 6, "%s: serialShort:[%s]. Returing with status:[0]", kName, serialShort);
+    const std::size_t size = sizeOf(maxLength);
+    if (size != 0) {
+        serial[0] = kHexDigits[searchRow.idType & 0xF];
+        writeHex(serial, kKindLength, sizeOf(maxLength - kPreSpc3Reserve), page + kPageHeader,
+                 page[scsi::kPageLengthLow]);
+        serial[size - 1] = '\0';
+        V_strlcpy(serialShort, serial, size);
+    }
+    traceTo(m_traceLog, 6, "%s: serialShort:[%s]. Returing with status:[0]", kName,
+            size != 0 ? serialShort : "");
     return kTaken;
 }
 
@@ -376,7 +398,7 @@ int CGenericUdidGenerator::getInformationFromPage80(CScsiDeviceData* device, CDe
         traceTo(m_traceLog, 1, "%s: For device[%s], Invalid page 0x80", kName, path);
         return kNotTaken;
     }
-    const int length = page.view[3];
+    const int length = page.view[scsi::kPageLengthLow];
     const int need = length + kVendorModelLength + 1;
     if (need > maxLength) {
         traceTo(m_traceLog, 1, "%s: For device:[%s], length %d too short - need %d\n", kName, path,
@@ -397,8 +419,7 @@ int CGenericUdidGenerator::getInformationFromPage80(CScsiDeviceData* device, CDe
     if (serialShort != nullptr) {
         bytes.copy(serialShort, bytes.size());
         serialShort[bytes.size()] = '\0';
-        reportShortSerial(*device, udid::Format::kText, page.code, kPageHeader, bytes.size(),
-                          serialShort);
+        reportShortSerial(udid::Format::kText, page.code, kPageHeader, bytes.size(), serialShort);
     }
     traceTo(m_traceLog, 1, "%s: For device[%s], Serial short:[%s]", kName, path,
             serialShort != nullptr ? serialShort : "");
@@ -422,9 +443,13 @@ std::string CGenericUdidGenerator::getEnclousureId(CScsiDeviceData* device) {
     const udid::SourcePage page = udid::takePage(*device, kUnitSerialNumber);
     if (!page.view.hasBuffer()) {
         traceTo(m_traceLog, 2, "%s: page 0x80 is NULL", "CGenericUdidGenerator::getEnclousureId");
+        reportUnitSerial(0, std::string());
         return std::string();
     }
-    return page.view.bytes(kPageHeader, page.view[3]);
+    const std::size_t length = page.view[scsi::kPageLengthLow];
+    std::string serial = page.view.bytes(kPageHeader, length);
+    reportUnitSerial(length, serial);
+    return serial;
 }
 
 void CGenericUdidGenerator::printDeviceScsiInfo(CDeviceScsiInfo& info) {

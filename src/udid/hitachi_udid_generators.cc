@@ -1,22 +1,19 @@
 #include "scsitool/udid/hitachi_udid_generators.h"
 
-#include <array>
-#include <string_view>
 #include <utility>
 
-#include "udid/generator_support.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/families.h"
 
 using udid::Format;
 
 namespace {
 
-constexpr std::array<std::string_view, 12> kHitachiProducts = {
-    "9200", "9500V", "DF600F", "DF600F-V", "OPEN-V", "OPEN-0V",
-    "9900", "9910",  "9980V",  "9970V",    "9960",   "USP"};
-constexpr std::array<std::string_view, 2> kXpProducts = {"OPEN-V", "OPEN-0V"};
+constexpr const udid::Family& kHitachi = udid::familyOf<CHitachiUdidGenerator>(udid::kFamilies);
+constexpr const udid::Family& kXp = udid::familyOf<CHpXpUdidGenerator>(udid::kFamilies);
 
 constexpr std::size_t kNeeds = 56;
-constexpr std::size_t kField = 36;  // the vendor-specific text in the INQUIRY data
+constexpr std::size_t kField = scsi::kVendorSpecific;  // 20 characters of text
 constexpr std::size_t kLogicalDevice = kField + 8;
 constexpr std::size_t kLogicalDeviceCharacters = 4;
 
@@ -41,6 +38,10 @@ SerialPlace hitachiSerial(const scsi::PageView& inquiry) {
     return kind == "50" ? kFiveHexDigits : kFourHexDigits;
 }
 
+void addSerial(udid::UdidText& body, const udid::SourcePage& inquiry, const SerialPlace& place) {
+    body.bytes(inquiry, place.format, place.offset, place.length);
+}
+
 void addLogicalDevice(udid::UdidText& body, const udid::SourcePage& inquiry) {
     body.literal(udid::udid_separator);
     body.bytes(inquiry, Format::kDecimalOfHexText, kLogicalDevice, kLogicalDeviceCharacters);
@@ -53,20 +54,14 @@ CHitachiUdidGenerator::CHitachiUdidGenerator(std::string vendor, std::string pro
 CHitachiUdidGenerator::~CHitachiUdidGenerator() = default;
 
 bool CHitachiUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    using udid::Rule;
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, "HITACHI") &&
-           udid::matchesAny(*device, "product", device->GetProductId(), Rule::kBeginsWith,
-                            kHitachiProducts);
+    return udid::claims(kHitachi.claim, *this, *device);
 }
 
 std::string CHitachiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kNeeds)) {
-        fail(udid::kInvalidPageData);
-    }
-    udid::UdidText body(*device);
-    const SerialPlace serial = hitachiSerial(inquiry.view);
-    body.bytes(inquiry, serial.format, serial.offset, serial.length);
+    const udid::SourcePage inquiry =
+        udid::require(*device, udid::kInquiryData, kNeeds, {udid::kInvalidPageData, this});
+    udid::UdidText body;
+    addSerial(body, inquiry, hitachiSerial(inquiry.view));
     addLogicalDevice(body, inquiry);
     return body.take();
 }
@@ -76,22 +71,17 @@ CHpXpUdidGenerator::CHpXpUdidGenerator(std::string vendor, std::string product)
 CHpXpUdidGenerator::~CHpXpUdidGenerator() = default;
 
 bool CHpXpUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    using udid::Rule;
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, "HP") &&
-           udid::matchesAny(*device, "product", device->GetProductId(), Rule::kBeginsWith,
-                            kXpProducts);
+    return udid::claims(kXp.claim, *this, *device);
 }
 
 std::string CHpXpUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kNeeds)) {
-        fail(udid::kInvalidPageData);
-    }
-    udid::UdidText body(*device);
+    const udid::SourcePage inquiry =
+        udid::require(*device, udid::kInquiryData, kNeeds, {udid::kInvalidPageData, this});
+    udid::UdidText body;
     if (inquiry.view.text(kField, 2) == "50") {
-        body.bytes(inquiry, kFiveHexDigits.format, kFiveHexDigits.offset, kFiveHexDigits.length);
+        addSerial(body, inquiry, kFiveHexDigits);
     } else {
-        udid::remark(*device, "INQUIRY bytes 36 and 37 are not \"50\": the array serial is 0");
+        udid::remark("INQUIRY bytes 36 and 37 are not \"50\": the array serial is 0");
         body.literal("0");
     }
     addLogicalDevice(body, inquiry);

@@ -1,23 +1,23 @@
 #include "scsitool/udid/hp_udid_generators.h"
 
-#include <array>
-#include <string_view>
 #include <utility>
 
-#include "udid/generator_support.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/families.h"
 
 using udid::Format;
-using udid::Rule;
 
 namespace {
 
-constexpr std::array<std::string_view, 2> kHpVendors = {"COMPAQ", "HP"};
+constexpr const udid::Family& kEva = udid::familyOf<CHpEvaUdidGenerator>(udid::kFamilies);
+constexpr const udid::Family& kMsa = udid::familyOf<CHpMsaUdidGenerator>(udid::kFamilies);
+constexpr const udid::Family& k3par = udid::familyOf<CHp3parUdidGenerator>(udid::kFamilies);
 
 constexpr std::size_t kEvaNeeds = 137;  // byte 137 is read all the same
 constexpr std::size_t kEvaNode = 130;
 constexpr std::size_t kEvaNodeBytes = 8;
 constexpr std::size_t kEvaNamesNeed = 23;  // byte 23 is read all the same
-constexpr unsigned kShortNames = 19;       // page length that a 16-byte identifier exceeds
+constexpr unsigned kEvaNamesLength = 20;   // page length of a 16-byte identifier
 
 constexpr std::size_t kMsaNeeds = 120;
 constexpr std::size_t kMsaSerial = 96;
@@ -36,28 +36,19 @@ CHpEvaUdidGenerator::CHpEvaUdidGenerator(std::string vendor, std::string product
 CHpEvaUdidGenerator::~CHpEvaUdidGenerator() = default;
 
 bool CHpEvaUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    const std::string product = device->GetProductId();
-    return udid::matchesAny(*device, "vendor", udid::trimVendor(*device), Rule::kEquals,
-                            kHpVendors) &&
-           udid::matches(*device, "product", product, Rule::kBeginsWith, "HSV");
+    return udid::claims(kEva.claim, *this, *device);
 }
 
 std::string CHpEvaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kEvaNeeds)) {
-        udid::failWithoutKeys(udid::kInvalidEnclosureData);
-    }
-    udid::UdidText body(*device);
+    const udid::SourcePage inquiry =
+        udid::require(*device, udid::kInquiryData, kEvaNeeds, {udid::kInvalidEnclosureData});
+    udid::UdidText body;
     body.bytes(inquiry, Format::kHexUpperDashes, kEvaNode, kEvaNodeBytes);
     body.literal(udid::udid_separator);
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kEvaNamesNeed)) {
-        fail(udid::kInvalidPageData);
-    }
-    if (names.view.word(2) <= kShortNames) {
-        fail(udid::kInvalidDeviceData);
-    }
-    body.bytes(names, Format::kHexUpperDashes, udid::kFirstIdentifier, udid::kLongIdentifier);
+    const udid::SourcePage names = udid::require(*device, scsi::kDeviceIdentification,
+                                                 kEvaNamesNeed, {udid::kInvalidPageData, this});
+    udid::requirePageLength(names, kEvaNamesLength, {udid::kInvalidDeviceData, this});
+    body.unitName(names, Format::kHexUpperDashes);
     return body.take();
 }
 
@@ -66,24 +57,17 @@ CHpMsaUdidGenerator::CHpMsaUdidGenerator(std::string vendor, std::string product
 CHpMsaUdidGenerator::~CHpMsaUdidGenerator() = default;
 
 bool CHpMsaUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    const std::string& vendor = udid::trimVendor(*device);
-    return udid::matches(*device, "product", device->GetProductId(), Rule::kContains, "MSA") &&
-           udid::matchesAny(*device, "vendor", vendor, Rule::kContains, kHpVendors);
+    return udid::claims(kMsa.claim, *this, *device);
 }
 
 std::string CHpMsaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage inquiry = udid::takePage(*device, udid::kInquiryData);
-    if (udid::isShorter(inquiry, kMsaNeeds)) {
-        fail(udid::kInvalidDeviceData);
-    }
-    udid::UdidText body(*device);
-    body.bytes(inquiry, Format::kText, kMsaSerial, kMsaSerialCharacters);
+    const udid::Failure failure = {udid::kInvalidDeviceData, this};
+    udid::UdidText body;
+    body.bytes(udid::require(*device, udid::kInquiryData, kMsaNeeds, failure), Format::kText,
+               kMsaSerial, kMsaSerialCharacters);
     body.literal(udid::udid_separator);
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kMsaNamesNeed)) {
-        fail(udid::kInvalidDeviceData);
-    }
-    body.bytes(names, Format::kText, kMsaName, kMsaNameCharacters);
+    body.bytes(udid::require(*device, scsi::kDeviceIdentification, kMsaNamesNeed, failure),
+               Format::kText, kMsaName, kMsaNameCharacters);
     return body.take();
 }
 
@@ -92,23 +76,17 @@ CHp3parUdidGenerator::CHp3parUdidGenerator(std::string vendor, std::string produ
 CHp3parUdidGenerator::~CHp3parUdidGenerator() = default;
 
 bool CHp3parUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    const std::string product = device->GetProductId();
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, "3PARdata") &&
-           udid::matches(*device, "product", product, Rule::kEquals, "VV");
+    return udid::claims(k3par.claim, *this, *device);
 }
 
 std::string CHp3parUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    const udid::SourcePage serial = udid::takePage(*device, udid::kUnitSerialNumber);
-    if (udid::isShorter(serial, k3parSerialNeeds)) {
-        udid::failWithoutKeys(udid::kInvalidEnclosureData);
-    }
-    udid::UdidText body(*device);
-    body.bytes(serial, Format::kTrimmedText, udid::kPageHeader, serial.view[3]);
+    const udid::SourcePage serial = udid::require(*device, scsi::kUnitSerialNumber,
+                                                  k3parSerialNeeds, {udid::kInvalidEnclosureData});
+    udid::UdidText body;
+    body.bytes(serial, Format::kTrimmedText, scsi::kPageHeader, serial.view[scsi::kPageLengthLow]);
     body.literal(udid::udid_separator);
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, k3parNamesNeed)) {
-        fail(udid::kInvalidPageData);
-    }
-    body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
+    body.unitName(udid::require(*device, scsi::kDeviceIdentification, k3parNamesNeed,
+                                {udid::kInvalidPageData, this}),
+                  Format::kHexUpper);
     return body.take();
 }

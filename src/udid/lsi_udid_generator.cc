@@ -1,21 +1,19 @@
 #include "scsitool/udid/lsi_udid_generator.h"
 
-#include <array>
-#include <string_view>
 #include <utility>
 
-#include "udid/generator_support.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/families.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kProducts = {"INF", "UNIVERSAL", "MPP_VIRTUAL_DISK"};
+constexpr const udid::Family& kFamily = udid::familyOf<CLsiUdidGenerator>(udid::kFamilies);
 
-constexpr unsigned kArrayPage = 0xC8;
 constexpr std::size_t kArrayNeeds = 106;
 constexpr std::size_t kArrayName = 90;
 constexpr std::size_t kArrayNameBytes = 16;
 constexpr std::size_t kNamesNeed = 23;  // byte 23 is read all the same
-constexpr unsigned kShortNames = 19;    // page length that a 16-byte identifier exceeds
+constexpr unsigned kNamesLength = 20;   // page length of a 16-byte identifier
 
 }  // namespace
 
@@ -24,28 +22,18 @@ CLsiUdidGenerator::CLsiUdidGenerator(std::string vendor, std::string product)
 CLsiUdidGenerator::~CLsiUdidGenerator() = default;
 
 bool CLsiUdidGenerator::claimDevice(CScsiDeviceData* device) {
-    using udid::Rule;
-    const std::string product = device->GetProductId();
-    return udid::matches(*device, "vendor", udid::trimVendor(*device), Rule::kEquals, "LSI") &&
-           udid::matchesAny(*device, "product", product, Rule::kBeginsWith, kProducts);
+    return udid::claims(kFamily.claim, *this, *device);
 }
 
 std::string CLsiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
-    using udid::Format;
-    const udid::SourcePage array = udid::takePage(*device, kArrayPage);
-    if (udid::isShorter(array, kArrayNeeds)) {
-        udid::failWithoutKeys(udid::kInvalidEnclosureData);
-    }
-    udid::UdidText body(*device);
-    body.bytes(array, Format::kHexLower, kArrayName, kArrayNameBytes);
+    const udid::SourcePage array =
+        udid::require(*device, scsi::kEngenioArray, kArrayNeeds, {udid::kInvalidEnclosureData});
+    udid::UdidText body;
+    body.bytes(array, udid::Format::kHexLower, kArrayName, kArrayNameBytes);
     body.literal(udid::udid_separator);
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kNamesNeed)) {
-        fail(udid::kInvalidPageData);
-    }
-    if (names.view.word(2) <= kShortNames) {
-        fail(udid::kInvalidDeviceData);
-    }
-    body.bytes(names, Format::kHexUpper, udid::kFirstIdentifier, udid::kLongIdentifier);
+    const udid::SourcePage names = udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
+                                                 {udid::kInvalidPageData, this});
+    udid::requirePageLength(names, kNamesLength, {udid::kInvalidDeviceData, this});
+    body.unitName(names, udid::Format::kHexUpper);
     return body.take();
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "scsitool/host/host.h"
-#include "udid/generator_support.h"
+#include "scsitool/udid/udid_text.h"
 #include "udid/netapp_reply.h"
 
 namespace {
@@ -51,14 +51,14 @@ host::SgIoRequest controllerRequest() {
 
 // A request that the device ended with another status than GOOD is not told apart: it brings no
 // data, and zeros hold no identifier.
-bool askController(host::Host& host, CScsiDeviceData& device, host::SgIoRequest& request) {
+bool askController(host::Host& host, const CScsiDeviceData& device, host::SgIoRequest& request) {
     const OpenNode node(host, device.m_deviceName);
     if (!node.isOpen()) {
-        udid::remark(device, "the device cannot be opened to ask the controller");
+        udid::remark("the device cannot be opened to ask the controller");
         return false;
     }
     if (host.sgIo(node.get(), request) != 0) {
-        udid::remark(device, "the request to the controller failed");
+        udid::remark("the request to the controller failed");
         return false;
     }
     return true;
@@ -77,11 +77,11 @@ std::string CNetAppUdidGenerator::getEnclosureID(CScsiDeviceData* device) {
     }
     const scsi::PageView reply(request.data.data(), request.data.size());
     udid::ControllerIdentifier found = udid::findControllerIdentifier(reply);
-    if (udid::Evidence* const evidence = udid::evidenceOf(*device)) {
-        evidence->readPage(udid::kControllerReply, reply);
-        evidence->foundField(kIdentifierField,
-                             {udid::Format::kText, udid::kControllerReply, found.offset,
-                              udid::kControllerIdentifierBytes, found.text});
+    if (udid::Reporter* const listener = udid::reporter()) {
+        listener->readPage(udid::kControllerReply, reply);
+        listener->found(kIdentifierField,
+                        {udid::Format::kText, udid::kControllerReply, found.offset,
+                         udid::kControllerIdentifierBytes, found.text});
     }
     return std::move(found.text);
 }
@@ -90,20 +90,19 @@ std::string CNetAppUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     std::string enclosure = getEnclosureID(device);
     enclosure.erase(std::min(enclosure.find('\0'), enclosure.size()));
     if (enclosure.empty()) {
-        fail(udid::kInvalidPageData);
+        udid::fail({udid::kInvalidPageData, this}, "the controller tells no identifier");
     }
-    udid::UdidText body(*device);
+    udid::UdidText body;
     body.field(kIdentifierField, enclosure);
     body.literal(udid::udid_separator);
     const auto& supported = device->m_supportedPages;
-    if (std::find(supported.begin(), supported.end(), udid::kDeviceIdentification) ==
+    if (std::find(supported.begin(), supported.end(), scsi::kDeviceIdentification) ==
         supported.end()) {
+        udid::remark("the device does not list page 0x83");
         throw CUdidGeneratorException(udid::kInvalidPageData, m_vendor, "0x83");
     }
-    const udid::SourcePage names = udid::takePage(*device, udid::kDeviceIdentification);
-    if (udid::isShorter(names, kNamesNeed)) {
-        fail(udid::kInvalidDeviceData);
-    }
-    body.bytes(names, udid::Format::kHexLower, kUnitName, kUnitNameBytes);
+    body.bytes(udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
+                             {udid::kInvalidDeviceData, this}),
+               udid::Format::kHexLower, kUnitName, kUnitNameBytes);
     return body.take();
 }

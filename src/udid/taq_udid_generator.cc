@@ -2,8 +2,9 @@
 
 #include <utility>
 
+#include "scsitool/udid/family.h"
 #include "scsitool/udid/generic_udid_generator.h"
-#include "udid/udid_text.h"
+#include "scsitool/udid/udid_text.h"
 
 CTAQUdidGenerator::CTAQUdidGenerator(std::string vendor, std::string product)
     : CUdidGenerator(std::move(vendor), std::move(product)) {}
@@ -14,10 +15,10 @@ bool CTAQUdidGenerator::claimDevice(CScsiDeviceData* /*device*/) {
 }
 
 std::string CTAQUdidGenerator::getUniqueDeviceIDPrefix(CScsiDeviceData* device) {
-    udid::UdidText prefix(*device);
+    udid::UdidText prefix;
     prefix.literal(udid::taq_udid_prefix);
-    prefix.piece(udid::recordPiece(*device, udid::Format::kRightTrimmedText, 8, 8,
-                                   udid::trimVendor(*device)));
+    prefix.recordField(*device, udid::Format::kRightTrimmedText, scsi::kVendorField,
+                       udid::trimVendor(*device));
     prefix.literal(udid::udid_separator);
     prefix.literal("TAQ_MODEL");
     prefix.literal(udid::udid_separator);
@@ -28,7 +29,7 @@ std::string CTAQUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     CGenericUdidGenerator generic("GENERIC", "GENERIC");
     generic.registerTraceLog(m_traceLog);
     CDeviceScsiInfo info = {};
-    udid::UdidText body(*device);
+    udid::UdidText body;
     if (generic.getDeviceScsiInfo(device, info) != 0) {
         body.literal(udid::udid_separator);
         body.literal("NO_TAQ_DEVICE");

@@ -1,150 +1,136 @@
-#include "udid/udid_text.h"
+#include "scsitool/udid/udid_text.h"
 
-#include <algorithm>
-#include <cstdlib>
-
-#include "scsitool/tools/string_tool.h"
-#include "scsitool/udid/device_udid_generator.h"
+#include "udid/format_table.h"
 
 namespace udid {
 namespace {
 
-std::string hexadecimal(const scsi::PageView& view, std::size_t offset, std::size_t count,
-                        const char* digits, char separator, std::size_t group) {
-    std::string text;
-    text.reserve(count * 3);
-    for (std::size_t i = 0; i < count; ++i) {
-        if (separator != '\0' && i != 0 && i % group == 0) {
-            text += separator;
+constexpr std::size_t kUsualLength = 80;
+
+// The designator that a volume's name is taken from: binary, of the logical unit, NAA IEEE
+// Registered Extended, 16 bytes (SPC-4, designation descriptor).
+constexpr std::size_t kDescriptor = scsi::kPageHeader;
+constexpr std::size_t kName = kDescriptor + scsi::kDescriptorHeader;
+constexpr std::size_t kNameBytes = 16;
+constexpr unsigned kBinary = 1;
+constexpr unsigned kLogicalUnit = 0;
+constexpr unsigned kNaa = 3;
+constexpr unsigned kRegisteredExtended = 6;
+
+std::string titleOf(unsigned page) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    if (page == kInquiryData) {
+        return "the standard INQUIRY data";
+    }
+    return std::string("page 0x") + kDigits[page >> 4 & 0xF] + kDigits[page & 0xF];
+}
+
+// A page without bytes counts as missing.
+bool hasFewer(const SourcePage& page, std::size_t needed) {
+    return !page.view.hasBuffer() || page.view.length() < needed;
+}
+
+// "page 0x83 has 52 bytes, 68 are needed".
+std::string shortage(const SourcePage& page, std::size_t needed) {
+    std::string text = titleOf(page.code);
+    if (!page.view.hasBuffer()) {
+        return text + " is missing";
+    }
+    text += " has " + std::to_string(page.view.length()) + " bytes, ";
+    return text + std::to_string(needed) + " are needed";
+}
+
+void remarkOtherName(const SourcePage& names) {
+    const unsigned codeSet = names.view[kDescriptor] & 0xFU;
+    const unsigned association = names.view[kDescriptor + 1] >> 4 & 3U;
+    const unsigned type = names.view[kDescriptor + 1] & 0xFU;
+    const unsigned length = names.view[kDescriptor + scsi::kDescriptorLength];
+    const unsigned naa = names.view[kName] >> 4U;
+    if (codeSet != kBinary || association != kLogicalUnit || type != kNaa || length != kNameBytes ||
+        naa != kRegisteredExtended) {
+        std::string text =
+            "bytes 8 to 23 of page 0x83 are no NAA name of the logical unit: the first designator "
+            "has code set " +
+            std::to_string(codeSet) + ", association " + std::to_string(association) + ", type " +
+            std::to_string(type) + ", " + std::to_string(length) + " bytes";
+        if (type == kNaa) {
+            text += ", NAA format " + std::to_string(naa);
         }
-        const unsigned char byte = view[offset + i];
-        text += digits[byte >> 4];
-        text += digits[byte & 0xF];
+        remark(text.c_str());
     }
-    return text;
-}
-
-std::string underscored(const std::string& text) {
-    std::string result = CStringTool::rtrim(text, ' ');
-    std::replace(result.begin(), result.end(), ' ', '_');
-    return result;
-}
-
-// strtol's reading: leading white space and a sign are taken, the number ends at the first
-// character that is no digit of the base.
-std::string decimal(const std::string& text, int base) {
-    return std::to_string(std::strtol(text.c_str(), nullptr, base));
-}
-
-bool holds(const std::string& value, Rule rule, std::string_view expected) {
-    switch (rule) {
-        case Rule::kEquals:
-            return value == expected;
-        case Rule::kBeginsWith:
-            return value.compare(0, expected.size(), expected) == 0;
-        case Rule::kContains:
-            return value.find(expected) != std::string::npos;
-    }
-    return false;
 }
 
 }  // namespace
 
-SourcePage takePage(CScsiDeviceData& record, unsigned code) {
-    unsigned char* buffer = nullptr;
-    unsigned length = 0;
-    record.GetScsiModePage(code, &buffer, length);
-    const SourcePage page{code, scsi::PageView(buffer, length)};
-    if (Evidence* const evidence = evidenceOf(record)) {
-        evidence->readPage(code, page.view);
+void fail(const Failure& failure, const std::string& reason) {
+    remark(reason.c_str());
+    const CUdidGenerator* const generator = failure.generator;
+    throw CUdidGeneratorException(failure.messageId,
+                                  generator != nullptr ? generator->m_vendor : std::string(),
+                                  generator != nullptr ? generator->m_product : std::string());
+}
+
+SourcePage takePage(const CScsiDeviceData& record, unsigned code) {
+    SourcePage page = {code, {}};
+    const auto stored = record.m_pages.find(code);
+    if (stored != record.m_pages.end()) {
+        page.view = scsi::PageView(stored->second);
+    }
+    if (Reporter* const listener = reporter()) {
+        listener->readPage(code, page.view);
     }
     return page;
 }
 
-bool matches(const CScsiDeviceData& record, const char* field, const std::string& value, Rule rule,
-             std::string_view expected) {
-    const bool matched = holds(value, rule, expected);
-    if (Evidence* const evidence = evidenceOf(record)) {
-        evidence->compared(field, value, rule, std::string(expected), matched);
-    }
-    return matched;
+SourcePage require(const CScsiDeviceData& record, unsigned code, std::size_t needed,
+                   const Failure& failure) {
+    const SourcePage page = takePage(record, code);
+    requireBytes(page, needed, failure);
+    return page;
 }
 
-void remark(const CScsiDeviceData& record, const char* text) {
-    if (Evidence* const evidence = evidenceOf(record)) {
-        evidence->remarked(text);
+void requireBytes(const SourcePage& page, std::size_t needed, const Failure& failure) {
+    if (hasFewer(page, needed)) {
+        fail(failure, shortage(page, needed));
     }
 }
 
-Piece recordPiece(const CScsiDeviceData& record, Format format, std::size_t offset,
-                  std::size_t length, const std::string& text) {
-    if (evidenceOf(record) != nullptr) {
-        const auto inquiry = record.m_pages.find(kInquiryData);
-        if (inquiry != record.m_pages.end() &&
-            formatted(scsi::PageView(inquiry->second), format, offset, length) == text) {
-            return {format, kInquiryData, offset, length, text};
-        }
+SourcePage takeIfLong(const CScsiDeviceData& record, unsigned code, std::size_t needed,
+                      const char* lacking) {
+    const SourcePage page = takePage(record, code);
+    if (!hasFewer(page, needed)) {
+        return page;
     }
-    return {format, kNoPage, 0, 0, text};
-}
-
-const std::string& trimVendor(CScsiDeviceData& record) {
-    std::string& vendor = record.m_vendorId;
-    // Mostly it is trimmed already: every generator asks.
-    if (!vendor.empty() && vendor.back() == ' ') {
-        vendor = CStringTool::rtrim(vendor, ' ');
+    if (reporter() != nullptr) {
+        remark((shortage(page, needed) + ": " + lacking).c_str());
     }
-    return vendor;
+    return {code, {}};
 }
 
-std::string recordPrefix(CScsiDeviceData& record) {
-    const std::string& vendor = trimVendor(record);
-    const std::string product = record.GetProductId();
-    UdidText prefix(record);
-    prefix.literal(udid_prefix);
-    prefix.piece(recordPiece(record, Format::kRightTrimmedText, 8, 8, vendor));
-    prefix.literal(udid_separator);
-    prefix.piece(recordPiece(record, Format::kBlanksAsUnderscores, 16, 16, underscored(product)));
-    prefix.literal(udid_separator);
-    return CStringTool::tostrupper(prefix.str());
-}
-
-std::string formatted(const scsi::PageView& view, Format format, std::size_t offset,
-                      std::size_t count) {
-    constexpr char kLower[] = "0123456789abcdef";
-    constexpr char kUpper[] = "0123456789ABCDEF";
-    switch (format) {
-        case Format::kTrimmedText:
-            return CStringTool::trim(view.text(offset, count));
-        case Format::kRightTrimmedText:
-            return CStringTool::rtrim(view.text(offset, count), ' ');
-        case Format::kBlanksAsUnderscores:
-            return underscored(view.text(offset, count));
-        case Format::kHexLower:
-            return hexadecimal(view, offset, count, kLower, '\0', 1);
-        case Format::kHexUpper:
-            return hexadecimal(view, offset, count, kUpper, '\0', 1);
-        case Format::kHexLowerColons:
-            return hexadecimal(view, offset, count, kLower, ':', 1);
-        case Format::kHexUpperDashes:
-            return hexadecimal(view, offset, count, kUpper, '-', 2);
-        case Format::kKindAndHexLower:
-            return '5' + hexadecimal(view, offset, count, kLower, '\0', 1);
-        case Format::kDecimalOfHexText:
-            return decimal(view.text(offset, count), 16);
-        case Format::kDecimalOfDecimalText:
-            return decimal(view.text(offset, count), 10);
-        default:
-            return view.text(offset, count);
+void requirePageLength(const SourcePage& page, unsigned needed, const Failure& failure) {
+    const unsigned length = page.view.word(scsi::kPageLength);
+    if (length < needed) {
+        fail(failure, "the page length of " + titleOf(page.code) + " is " + std::to_string(length) +
+                          ", at least " + std::to_string(needed) + " is needed");
     }
 }
 
-void UdidText::literal(const std::string& text) {
+void remark(const char* text) {
+    if (Reporter* const listener = reporter()) {
+        listener->remarked(text);
+    }
+}
+
+UdidText::UdidText() : m_reporter(reporter()) {
+    m_text.reserve(kUsualLength);
+}
+
+void UdidText::literal(std::string_view text) {
     m_text += text;
-    if (m_evidence != nullptr) {
+    if (m_reporter != nullptr) {
         Piece own;
-        own.text = text;
-        m_evidence->added(own);
+        own.text = std::string(text);
+        m_reporter->added(own);
     }
 }
 
@@ -152,30 +138,48 @@ void UdidText::bytes(const SourcePage& page, Format format, std::size_t offset, 
     piece({format, page.code, offset, count, formatted(page.view, format, offset, count)});
 }
 
+void UdidText::unitName(const SourcePage& names, Format format) {
+    if (m_reporter != nullptr) {
+        remarkOtherName(names);
+    }
+    bytes(names, format, kName, kNameBytes);
+}
+
+void UdidText::recordField(const CScsiDeviceData& record, Format format,
+                           const scsi::InquiryField& source, const std::string& text) {
+    if (m_reporter == nullptr) {
+        m_text += text;
+        return;
+    }
+    Piece taken = {format, kNoPage, 0, 0, text};
+    const auto inquiry = record.m_pages.find(kInquiryData);
+    if (inquiry != record.m_pages.end() &&
+        formatted(scsi::PageView(inquiry->second), format, source.offset, source.length) == text) {
+        taken.page = kInquiryData;
+        taken.offset = source.offset;
+        taken.length = source.length;
+    }
+    piece(taken);
+}
+
 void UdidText::piece(const Piece& piece) {
     m_text += piece.text;
-    if (m_evidence != nullptr) {
-        m_evidence->added(piece);
+    if (m_reporter != nullptr) {
+        m_reporter->added(piece);
     }
 }
 
-void UdidText::field(const std::string& name, const std::string& text) {
+void UdidText::field(const char* name, std::string_view text) {
     m_text += text;
-    if (m_evidence != nullptr) {
-        // A field that an overriding operation filled has no source that is known here.
-        Piece source = m_evidence->fieldPiece(name);
-        if (source.text != text) {
-            source = Piece();
-            source.text = text;
-        }
-        m_evidence->added(source);
+    if (m_reporter != nullptr) {
+        m_reporter->addedField(name, std::string(text));
     }
 }
 
 void UdidText::clear() {
     m_text.clear();
-    if (m_evidence != nullptr) {
-        m_evidence->cleared();
+    if (m_reporter != nullptr) {
+        m_reporter->cleared();
     }
 }
 

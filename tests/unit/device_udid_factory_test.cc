@@ -9,6 +9,7 @@
 #include "device_host.h"
 #include "scsitool/tools/string_tool.h"
 #include "trace_capture.h"
+#include "udid/families.h"
 
 namespace {
 
@@ -136,9 +137,11 @@ TEST(Factory, GeneratorsStandInTheOrderInWhichTheyAreAsked) {
     for (CUdidGenerator* const generator : factory.m_generators) {
         names.push_back(generator->getGeneratorName());
     }
-    EXPECT_EQ(names, (Texts{"HP:MSA", "HP:HSV", "HP:XP", "IBM:TOTALSTORAGE", "IBM:DISKSYSTEM",
-                            "DGC:", "EMC:SYMMETRIX", "HITACHI:HDS", "ENGENIO:UNIVERSAL",
-                            "NETAPP:LUN", "HP:3PAR", "FUJITSU:ETERNUS", ":"}));
+    Texts families;
+    for (const udid::Family& family : udid::kFamilies) {
+        families.push_back(std::string(family.vendor) + ":" + family.product);
+    }
+    EXPECT_EQ(names, families);
     ASSERT_NE(factory.m_taqGenerator, nullptr);
     EXPECT_EQ(factory.m_taqGenerator->getGeneratorName(), "TAQ:TAQ");
     EXPECT_FALSE(factory.m_taqMode);
@@ -163,6 +166,15 @@ TEST(Factory, TraceLogReachesEverything) {
     EXPECT_EQ(factory.m_taqGenerator->m_traceLog.get(), log);
     // Two modules of the discovery's manager and two of the factory's.
     EXPECT_EQ(trace.lines(), Texts(4, "[3] INFO: registering trace log on discovery module"));
+}
+
+TEST(Factory, TraceLogIsTakenWithoutATaqGenerator) {
+    CUDIDFactory factory;
+    delete factory.m_taqGenerator;
+    factory.m_taqGenerator = nullptr;
+    TraceCapture trace;
+    factory.registerTraceLog(trace.log());
+    EXPECT_EQ(factory.m_generators.back()->m_traceLog.get(), trace.log().get());
 }
 
 TEST(Factory, EndDeletesTheRecordsAndTheTaqGeneratorAlone) {

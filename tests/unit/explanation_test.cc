@@ -5,8 +5,8 @@
 #include "family_samples.h"
 #include "scsitool/tools/string_tool.h"
 #include "scsitool/udid/device_udid_factory.h"
+#include "scsitool/udid/udid_text.h"
 #include "trace_capture.h"
-#include "udid/udid_text.h"
 
 namespace {
 
@@ -74,6 +74,12 @@ const FamilySample& sampleNamed(const std::string& name) {
     static const std::vector<FamilySample> samples = familySamples();
     return *std::find_if(samples.begin(), samples.end(),
                          [&](const FamilySample& sample) { return sample.name == name; });
+}
+
+/// The report of the generator of that name.
+const GeneratorReport& reportOf(const Explanation& explanation, const std::string& name) {
+    return *std::find_if(explanation.generators.begin(), explanation.generators.end(),
+                         [&](const GeneratorReport& report) { return report.name == name; });
 }
 
 class ExplanationTest : public testing::Test {
@@ -187,13 +193,13 @@ TEST_F(ExplanationTest, AFailedGeneratorIsFollowedByTheFallback) {
     CScsiDeviceData record = recordOf(sampleNamed("Lsi"));
     record.m_pages.erase(0xC8);
     const Explanation explanation = explained(record);
-    ASSERT_EQ(explanation.generators.size(), 13U);
-    const GeneratorReport& lsi = explanation.generators[8];
-    EXPECT_EQ(lsi.name, "ENGENIO:UNIVERSAL");
+    ASSERT_EQ(explanation.generators.size(), factory.m_generators.size());
+    const GeneratorReport& lsi = reportOf(explanation, "ENGENIO:UNIVERSAL");
     EXPECT_TRUE(lsi.claimed);
     EXPECT_EQ(lsi.failure, "MSG_UDID_ERROR_INVALID_SCSI_ENCLOSURE_DATA::");
+    EXPECT_EQ(lsi.remarks, Lines{"page 0xc8 is missing"});
     EXPECT_EQ(lines(lsi.prefix), Lines{"literal UDID##ENGENIO##UNIVERSAL##"});
-    const GeneratorReport& fallback = explanation.generators[12];
+    const GeneratorReport& fallback = explanation.generators.back();
     EXPECT_EQ(fallback.name, ":");
     EXPECT_TRUE(fallback.claimed);
     EXPECT_EQ(explanation.outcome, Outcome::kFallback);
@@ -252,7 +258,7 @@ class FailingGenerator : public CUdidGenerator {
     FailingGenerator() : CUdidGenerator("fail", "ing") {}
     bool claimDevice(CScsiDeviceData*) override { return true; }
     std::string getUniqueDeviceID(CScsiDeviceData* device) override {
-        udid::UdidText body(*device);
+        udid::UdidText body;
         body.bytes(udid::takePage(*device, 0), udid::Format::kText, 8, 2);
         throw CUdidGeneratorException("MSG", "a", "b");
     }
@@ -305,9 +311,10 @@ TEST_F(ExplanationTest, ShowsTheControllersReplyAndWhyThereIsNone) {
     const FamilySample silent;
     const FamilyHost host(silent);
     const Explanation explanation = explained(recordOf(sample));
-    EXPECT_EQ(explanation.generators[9].remarks, Lines{"the request to the controller failed"});
-    EXPECT_EQ(explanation.generators[9].failure,
-              "MSG_UDID_ERROR_INVALID_SCSI_PAGE_DATA:NETAPP:LUN");
+    const GeneratorReport& netApp = reportOf(explanation, "NETAPP:LUN");
+    EXPECT_EQ(netApp.remarks, (Lines{"the request to the controller failed",
+                                     "the controller tells no identifier"}));
+    EXPECT_EQ(netApp.failure, "MSG_UDID_ERROR_INVALID_SCSI_PAGE_DATA:NETAPP:LUN");
     EXPECT_EQ(explanation.outcome, Outcome::kFallback);
 }
 
@@ -317,7 +324,7 @@ TEST_F(ExplanationTest, BytesPastAPagesEndAreNotMarked) {
     const Explanation explanation = explained(record);
     EXPECT_EQ(explanation.udid, "UDID##HP##3PAR##1303421X##60060160A1B2C3D40000000000000000");
     EXPECT_EQ(lines(explanation.pages), (Lines{"128/12 4+8", "131/16 8+8"}));
-    EXPECT_EQ(lines(explanation.generators[10].body).back(),
+    EXPECT_EQ(lines(reportOf(explanation, "HP:3PAR").body).back(),
               "hex-upper 131:8+16 60060160A1B2C3D40000000000000000");
 }
 

@@ -11,7 +11,7 @@
 
 #include "page_builder.h"
 #include "scsitool/host/forwarding_host.h"
-#include "scsitool/udid/evidence.h"
+#include "scsitool/udid/reporter.h"
 
 namespace test {
 

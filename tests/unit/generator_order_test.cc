@@ -4,7 +4,7 @@
 
 #include "family_samples.h"
 #include "scsitool/udid/device_udid_factory.h"
-#include "udid/generator_list.h"
+#include "udid/families.h"
 
 namespace {
 
@@ -41,24 +41,60 @@ class Generators {
     std::vector<CUdidGenerator*> m_list = udid::createGenerators();
 };
 
-TEST(GeneratorOrder, IsThatOfTheList) {
-    EXPECT_EQ(Generators().names(),
-              (Names{"HP:MSA", "HP:HSV", "HP:XP", "IBM:TOTALSTORAGE", "IBM:DISKSYSTEM",
-                     "DGC:", "EMC:SYMMETRIX", "HITACHI:HDS", "ENGENIO:UNIVERSAL", "NETAPP:LUN",
-                     "HP:3PAR", "FUJITSU:ETERNUS", ":"}));
+/// A new family may stand between these, as far as it leaves their order as it is.
+TEST(GeneratorOrder, OfTheFirstThirteenIsPublished) {
+    const Names published = {"HP:MSA",
+                             "HP:HSV",
+                             "HP:XP",
+                             "IBM:TOTALSTORAGE",
+                             "IBM:DISKSYSTEM",
+                             "DGC:",
+                             "EMC:SYMMETRIX",
+                             "HITACHI:HDS",
+                             "ENGENIO:UNIVERSAL",
+                             "NETAPP:LUN",
+                             "HP:3PAR",
+                             "FUJITSU:ETERNUS",
+                             ":"};
+    Names found;
+    for (const std::string& name : Generators().names()) {
+        if (std::find(published.begin(), published.end(), name) != published.end()) {
+            found.push_back(name);
+        }
+    }
+    EXPECT_EQ(found, published);
+    EXPECT_EQ(Generators().names().back(), ":") << "behind it nobody is asked";
+}
+
+/// The words of every claim about one text of the record; a condition without words asks for the
+/// key.
+void addWords(const udid::Family& family, udid::Asked asked, Names& words) {
+    for (const udid::Condition& condition : family.claim.conditions) {
+        if (condition.asked != asked) {
+            continue;
+        }
+        if (condition.words[0].empty()) {
+            words.emplace_back(asked == udid::Asked::kVendor ? family.vendor : family.product);
+        }
+        for (const std::string_view word : condition.words) {
+            if (!word.empty()) {
+                words.emplace_back(word);
+            }
+        }
+    }
 }
 
 /// Every word of every claim rule, alone and joined, for every vendor that a rule knows and those
 /// that more than one rule takes.
 std::set<std::string> pairsThatShareARecord(const Generators& generators) {
-    const Names vendors = {"HP",      "COMPAQ", "IBM",      "DGC",     "EMC",    "HITACHI", "LSI",
-                           "ENGENIO", "NETAPP", "3PARdata", "FUJITSU", "IBM HP", "ACME"};
-    const Names words = {
-        "MSA",  "HSV",   "OPEN-V", "OPEN-0V",   "2105", "2107",  "1750",      "2145",
-        "3552", "3542",  "1722",   "1724",      "1742", "1815",  "1814",      "RAID",
-        "DISK", "VNX",   "CX",     "SYMMETRIX", "9200", "9500V", "DF600F",    "9900",
-        "9910", "9980V", "9970V",  "9960",      "USP",  "INF",   "UNIVERSAL", "MPP_VIRTUAL_DISK",
-        "LUN",  "VV",    "ETERNUS"};
+    Names vendors = {"IBM HP", "ENGENIO", "ACME"};
+    // What the tests of the IBM generators know is not in their rows.
+    Names words = {"2105", "2107", "1750", "2145", "3552", "3542",
+                   "1722", "1724", "1742", "1815", "1814"};
+    for (const udid::Family& family : udid::kFamilies) {
+        addWords(family, udid::Asked::kVendor, vendors);
+        addWords(family, udid::Asked::kProduct, words);
+    }
     std::set<std::string> pairs;
     for (const std::string& vendor : vendors) {
         for (const std::string& first : words) {

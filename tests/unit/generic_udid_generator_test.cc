@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 
 #include "page_builder.h"
@@ -935,6 +936,69 @@ TEST(GenericGenerator, MissingPagesAreTraced) {
                      "[6] " + name +
                          ": For device:[/dev/sda], No serial number found with page 0x80 query",
                      "[1] " + name + ": For device:[/dev/sda], no serial number found"}));
+}
+
+/// A page before SPC-3 into buffers of every small length: nothing is written behind them.
+TEST(GenericGenerator, PreSpc3PageStaysInsideTheSmallestBuffers) {
+    const struct {
+        int maxLength;
+        const char* serial;
+    } rows[] = {{-1, ""},   {0, ""},    {1, ""},      {2, "5"},     {3, "5"},      {4, "5"},
+                {5, "501"}, {6, "501"}, {7, "50102"}, {8, "50102"}, {9, "5010203"}};
+    const unsigned char page[] = {0, 0x83, 0, 4, 1, 2, 3, 4};
+    for (const auto& row : rows) {
+        Extraction extraction;
+        extraction.traced(6);
+        const std::size_t size = row.maxLength > 0 ? static_cast<std::size_t>(row.maxLength) : 0;
+        std::string serial(32, '\0');
+        std::string serialShort(32, '\0');
+        serial.replace(size, std::string::npos, 32 - size, '#');
+        serialShort.replace(size, std::string::npos, 32 - size, '#');
+        EXPECT_EQ(extraction.generator.checkFillPreSPC3Page0x83(
+                      extraction.info, page, {kPortGroup, 255, kBinary}, serial.data(),
+                      serialShort.data(), row.maxLength),
+                  0);
+        const std::string expected = row.serial + std::string(size - std::strlen(row.serial), '\0');
+        EXPECT_EQ(serial, expected + std::string(32 - size, '#')) << row.maxLength;
+        EXPECT_EQ(serialShort, serial) << row.maxLength;
+        EXPECT_EQ(extraction.trace->lines().back(),
+                  "[6] CGenericUdidGenerator::checkFillPreSPC3Page0x83: serialShort:[" +
+                      std::string(row.serial) + "]. Returing with status:[0]");
+    }
+}
+
+TEST(GenericGenerator, PreSpc3PageIsFoundInTheSmallestBuffersToo) {
+    for (const int maxLength : {0, 1, 2, 3}) {
+        Extraction extraction;
+        extraction.with(0x83, Page::vpd(0x83, 8).bytes(4, {1, 2, 3, 4}));
+        EXPECT_EQ(extraction.page83(maxLength), 0) << maxLength;
+        EXPECT_STREQ(extraction.info.serialShort, maxLength < 2 ? "" : "5") << maxLength;
+    }
+}
+
+/// Where the identifier stands follows from its kind alone: 1 behind the digit, 25 behind vendor
+/// and model.
+TEST(GenericGenerator, IdentifierStandsBehindItsPrefixWhateverTheBufferHeld) {
+    const unsigned char naa[] = {kBinary, kNaa, 0, 2, 0x60, 0x01, 0, 0};
+    Extraction extraction;
+    std::string(8, 'x').copy(extraction.info.serial, 8);
+    EXPECT_EQ(extraction.generator.checkFillIdPage0x83(
+                  extraction.info, naa, {kNaa, 255, kBinary}, extraction.info.serial,
+                  extraction.info.serialShort, 256, nullptr, nullptr, nullptr),
+              0);
+    EXPECT_EQ(std::string(extraction.info.serial).substr(0, 5), "36001");
+    EXPECT_EQ(std::string(extraction.info.serialShort).substr(0, 4), "6001");
+
+    const unsigned char own[] = {kAscii, kVendorSpecific, 0, 3, 'A', 'B', 'C', 0};
+    Extraction vendors;
+    vendors.named("ACME    ", "DISK0123456789XY");
+    std::string(40, 'x').copy(vendors.info.serial, 40);
+    EXPECT_EQ(vendors.generator.checkFillIdPage0x83(
+                  vendors.info, own, {kVendorSpecific, 255, kAscii}, vendors.info.serial,
+                  vendors.info.serialShort, 256, nullptr, nullptr, nullptr),
+              0);
+    EXPECT_EQ(std::string(vendors.info.serial).substr(0, 28), "0ACME    DISK0123456789XYABC");
+    EXPECT_EQ(std::string(vendors.info.serialShort).substr(0, 3), "ABC");
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 #include "family_samples.h"
 #include "scsitool/udid/explanation.h"
+#include "udid/families.h"
+#include "udid/format_table.h"
 
 namespace {
 
@@ -41,9 +43,39 @@ TEST(UdidFormatsDocument, ShowsNoFamilysUdidThatIsNotASamples) {
 
 TEST(UdidFormatsDocument, ExplainsEveryFormat) {
     const std::string text = document();
-    for (int format = 0; format <= static_cast<int>(udid::Format::kHostName); ++format) {
-        const std::string name = nameOf(static_cast<udid::Format>(format));
-        EXPECT_NE(text.find("| `" + name + "` |"), std::string::npos) << name;
+    for (const udid::FormatRow& row : udid::kFormatTable) {
+        const std::string line = std::string("| `") + row.name + "` | " + row.meaning + " |\n";
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    }
+}
+
+/// A heading as GitHub and others link to it.
+std::string anchorOf(const std::string& heading) {
+    std::string anchor;
+    for (const char c : heading) {
+        if (std::isalnum(static_cast<unsigned char>(c)) != 0) {
+            anchor += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        } else if (c == ' ') {
+            anchor += '-';
+        }
+    }
+    return anchor;
+}
+
+TEST(UdidFormatsDocument, HasALineAndASectionOfEveryFamilyInTheirOrder) {
+    const std::string text = document();
+    int number = 0;
+    std::size_t section = 0;
+    for (const udid::Family& family : udid::kFamilies) {
+        const std::string name = family.name;
+        const std::string shown = std::string(family.vendor).empty() ? "everything else" : name;
+        const std::string line =
+            "| " + std::to_string(++number) + " | [" + shown + "](#" + anchorOf(name) + ") | ";
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+        const std::size_t heading = text.find("\n## " + name + "\n");
+        ASSERT_NE(heading, std::string::npos) << name;
+        EXPECT_GT(heading, section) << name;
+        section = heading;
     }
 }
 

@@ -7,31 +7,22 @@
 #include <vector>
 
 #include "scsitool/host/export.h"
-#include "scsitool/udid/evidence.h"
+#include "scsitool/udid/reporter.h"
 
 class CUDIDFactory;
 
 namespace udid {
 
-/// A field of the record, compared with a generator's own text.
-struct Comparison {
-    std::string field;  ///< "vendor" or "product"
-    std::string value;  ///< the record's text
-    Rule rule = Rule::kEquals;
-    std::string expected;  ///< the generator's text
-    bool matched = false;
-};
-
 /// What one generator was asked and what it answered.
 struct GeneratorReport {
     std::string name;                     ///< vendor key, ":", product key
-    std::vector<Comparison> comparisons;  ///< in the order in which they were made
+    std::vector<Comparison> comparisons;  ///< in the order in which they were made, none twice
     bool claimed = false;
     std::vector<unsigned> pages;       ///< the pages it asked for, in order
     std::vector<Piece> prefix;         ///< what its prefix is made of
     std::vector<Piece> body;           ///< what its body is made of, up to a failure
     std::vector<Piece> dropped;        ///< what it put into the body and took back
-    std::vector<std::string> remarks;  ///< why it went this way
+    std::vector<std::string> remarks;  ///< why it went this way, and why it failed
     std::string failure;               ///< the exception's message id; empty when it did not fail
 };
 
@@ -89,9 +80,7 @@ struct Explanation {
 /// the device through the current host. For one thread at a time, as the factory is.
 SCSITOOL_EXPORT Explanation explain(CUDIDFactory& factory, const CScsiDeviceData& record);
 
-/// The names of formats, comparisons and outcomes as documents and programs have them.
-SCSITOOL_EXPORT const char* nameOf(Format format);
-SCSITOOL_EXPORT const char* nameOf(Rule rule);
+/// The names of outcomes as documents and programs have them.
 SCSITOOL_EXPORT const char* nameOf(Outcome outcome);
 
 }  // namespace udid
