@@ -139,6 +139,19 @@ int MemoryHost::readLink(const std::string& /*path*/, std::string& /*target*/) {
     return -ENOENT;
 }
 
+int MemoryHost::deviceNumber(const std::string& path, host::DeviceNumber& number) {
+    const std::size_t index = diskIndex(path);
+    if (index >= m_disks) {
+        return -ENOENT;
+    }
+    number = {host::DeviceNumber::Kind::kBlock, 8, static_cast<unsigned>(index) * 16};
+    return 0;
+}
+
+int MemoryHost::writeAccess(const std::string& /*path*/) {
+    return -ENOENT;
+}
+
 host::CommandResult MemoryHost::runCommand(const std::string& /*command*/, int /*timeoutSeconds*/) {
     host::CommandResult result;
     result.waitStatus = 127 << 8;

@@ -29,6 +29,8 @@ class MemoryHost final : public host::Host {
     bool isDirectory(const std::string& path) override;
     host::DirectoryListing listDirectory(const std::string& path) override;
     int readLink(const std::string& path, std::string& target) override;
+    int deviceNumber(const std::string& path, host::DeviceNumber& number) override;
+    int writeAccess(const std::string& path) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int runShell(const std::string& line) override;
     int openSemaphore(int key, int count, int flags) override;

@@ -14,7 +14,7 @@
 #include "cli/common/context.h"
 #include "cli/output/trace_sink.h"
 #include "cli/print_report.h"
-#include "recording/recorded_host_file.h"
+#include "recording/replay/recorded_host_file.h"
 #include "scsitool/kit/context_singleton.h"
 #include "scsitool/udid/udid_generator_exception.h"
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 namespace cli {
 namespace {

@@ -4,7 +4,7 @@
 #include "cli/common/mailed_pages.h"
 #include "cli/common/record_list.h"
 #include "cli/output/explain_text.h"
-#include "recording/recorded_host.h"
+#include "recording/replay/recorded_host.h"
 #include "scsitool/udid/explanation.h"
 
 namespace cli {

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "cli/base/failure.h"
-#include "recording/strict_json.h"
+#include "recording/text/strict_json.h"
 #include "scsitool/host/linux_host.h"
 
 namespace cli {
@@ -12,7 +12,7 @@ namespace {
 // The file is one of this machine, whatever host is worked on.
 DeviceMap loadPreset(const std::string& path) {
     std::string text;
-    const int error = host::linuxHost().readFile(path, text);
+    const int error = host::readInputFile(path, text);
     if (error < 0) {
         throw UsageError(path + ": cannot read the preset file: " + std::strerror(-error));
     }

@@ -9,7 +9,7 @@
 #include "cli/base/failure.h"
 #include "cli/output/hex_text.h"
 #include "cli/output/inquiry_text.h"
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 #include "scsitool/host/linux_host.h"
 #include "scsitool/scsi/pages.h"
 
@@ -56,7 +56,7 @@ Bytes keyOf(const std::string& page, const std::string& argument) {
 
 Bytes loadPage(const std::string& file) {
     std::string text;
-    const int error = host::linuxHost().readFile(file, text);
+    const int error = host::readInputFile(file, text);
     if (error < 0) {
         throw UsageError(file + ": cannot read the page: " + std::strerror(-error));
     }

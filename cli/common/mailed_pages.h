@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "recording/recorded_host_data.h"
+#include "recording/replay/recorded_host_data.h"
 #include "scsitool/scsi/device_scsi_data.h"
 
 namespace cli {

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "cli/hosts/journaling_host.h"
-#include "recording/dry_run_host.h"
-#include "recording/recorded_host.h"
-#include "recording/recorded_host_file.h"
+#include "recording/effects/dry_run_host.h"
+#include "recording/replay/recorded_host.h"
+#include "recording/replay/recorded_host_file.h"
 
 namespace cli {
 namespace {
@@ -24,6 +24,7 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
     recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
     if (!options.hostFile.empty()) {
         m_recording = recording::loadRecordedHost(options.hostFile);
+        m_refusal.emplace();
         m_hosts.push_back(std::make_unique<recording::RecordedHost>(*m_recording, journal));
         below = m_hosts.back().get();
     }

@@ -9,14 +9,16 @@
 
 #include "cli/base/options.h"
 #include "cli/hosts/watched_host.h"
-#include "recording/journal.h"
-#include "recording/recorded_host_data.h"
+#include "recording/effects/journal.h"
+#include "recording/replay/recorded_host_data.h"
 #include "scsitool/host/host.h"
+#include "scsitool/host/linux_host.h"
 
 namespace cli {
 
 /// The host that a command works on, put together from the options: this machine or a recorded
-/// one, a dry run or a journal over it, and on top of all the watch.
+/// one, a dry run or a journal over it, and on top of all the watch. For as long as a recorded one
+/// stands in, no thread of the process reaches this machine.
 class HostStack {
   public:
     /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. Throws
@@ -38,6 +40,7 @@ class HostStack {
 
   private:
     host::Host& m_live;
+    std::optional<host::LiveHostRefusal> m_refusal;  // set for as long as a recording stands in
     std::optional<recording::RecordedHostData> m_recording;
     std::vector<std::unique_ptr<recording::Journal>> m_journals;
     std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "recording/journal.h"
+#include "recording/effects/journal.h"
 #include "scsitool/host/forwarding_host.h"
 
 namespace cli {

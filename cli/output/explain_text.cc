@@ -6,7 +6,7 @@
 
 #include "cli/base/text.h"
 #include "cli/output/inquiry_text.h"
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 
 namespace cli {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "cli/base/failure.h"
 #include "cli/base/text.h"
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 
 namespace cli {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/base/text.h"
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 #include "scsitool/scsi/pages.h"
 
 namespace cli {

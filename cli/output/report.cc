@@ -1,6 +1,6 @@
 #include "cli/output/report.h"
 
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 namespace cli {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "cli/run.h"
-#include "recording/journal.h"
-#include "recording/recorded_host.h"
+#include "recording/effects/journal.h"
+#include "recording/replay/recorded_host.h"
 
 namespace test {
 

@@ -1,10 +1,13 @@
-#include "recording/dry_run_host.h"
+#include "recording/effects/dry_run_host.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 
-#include "recording/recorded_host.h"
+#include "recording/replay/recorded_host.h"
+#include "scsitool/host/linux_host.h"
+#include "temporary_directory.h"
 
 namespace {
 
@@ -65,23 +68,49 @@ TEST_F(DryRunHostTest, JournalsAnAppendAndDoesNotWriteIt) {
 
 TEST_F(DryRunHostTest, FailsToAppendWhereTheInnerHostWould) {
     data.files["/io"].error = EIO;
+    data.files["/denied"].error = EACCES;
+    data.files["/readonly"].error = EROFS;
     data.directories["/proc/"] = {};
+    data.devices["/dev/sda"].number = {host::DeviceNumber::Kind::kBlock, 8, 0};
+    data.devices["/dev/sg0"].number = {host::DeviceNumber::Kind::kCharacter, 21, 0};
+    data.links = {{"/dangling", "absent"}, {"/loop", "loop"}};
     build();
-    for (const char* path : {"/absent", "/io", "/proc/"}) {
-        EXPECT_EQ(host->appendFile(path, "x").openError, inner->appendFile(path, "x").openError)
-            << path;
-        EXPECT_NE(host->appendFile(path, "x").openError, 0) << path;
+    for (const char* path : {"/absent", "/io", "/denied", "/readonly", "/proc", "/proc/",
+                             "/dev/sda", "/dev/sg0", "/dangling", "/loop", ""}) {
+        const int error = inner->appendFile(path, "x").openError;
+        EXPECT_NE(error, 0) << path;
+        EXPECT_EQ(host->appendFile(path, "x").openError, error) << path;
     }
     EXPECT_EQ(journal.lines(), Lines{});
+    EXPECT_EQ(innerJournal.lines(), Lines{});
 }
 
+/// An attribute as sysfs has it: it takes a command and cannot be read.
+struct WriteOnlyHost : host::ForwardingHost {
+    using ForwardingHost::ForwardingHost;
+    int readFile(const std::string& /*path*/, std::string& /*content*/) override { return -EACCES; }
+};
+
 TEST_F(DryRunHostTest, AppendsToAFileThatMayOnlyBeWritten) {
-    data.files["/sys/class/scsi_host/host0/scan"].error = EACCES;
+    data.files["/sys/class/scsi_host/host0/scan"] = "";
     build();
-    EXPECT_EQ(host->appendFile("/sys/class/scsi_host/host0/scan", "- - -\n").openError, 0);
+    WriteOnlyHost writeOnly(*inner);
+    DryRunHost dry(writeOnly, journal);
+    EXPECT_EQ(dry.appendFile("/sys/class/scsi_host/host0/scan", "- - -\n").openError, 0);
     EXPECT_EQ(
         journal.lines(),
         Lines{R"({"effect":"append","path":"/sys/class/scsi_host/host0/scan","data":"- - -\n"})"});
+}
+
+TEST_F(DryRunHostTest, AppendsWithoutTheRightAsTheMachineWould) {
+    const test::TemporaryDirectory directory;
+    const std::string path = directory.file("readonly", "");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    host::LinuxHost machine;
+    DryRunHost dry(machine, journal);
+    EXPECT_EQ(dry.appendFile(path, "").openError, machine.appendFile(path, "").openError);
+    EXPECT_EQ(dry.appendFile("/dev/null", "").openError,
+              machine.appendFile("/dev/null", "").openError);
 }
 
 TEST_F(DryRunHostTest, JournalsAShellLineAndAPauseAndDoesNeither) {

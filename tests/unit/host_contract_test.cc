@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "recording/dry_run_host.h"
-#include "recording/journal.h"
-#include "recording/recorded_host.h"
+#include "recording/effects/dry_run_host.h"
+#include "recording/effects/journal.h"
+#include "recording/replay/recorded_host.h"
 #include "scsitool/host/forwarding_host.h"
 #include "scsitool/host/host.h"
 #include "scsitool/host/linux_host.h"
@@ -39,6 +39,8 @@ const std::string kPlain = "first line\nsecond \0 \xFF line"s;
 
 /// A host with the same few files on it, whatever kind of host it is:
 ///   plain, empty, device, dir/, dir/inner, dir/sub/
+///   and links: link -> dir/inner, away -> dir, dangling -> nowhere, loop -> loop
+/// Every host has /dev/null.
 class Fixture {
   public:
     virtual ~Fixture() = default;
@@ -55,6 +57,10 @@ class MachineFixture : public Fixture {
         m_directory.file("device", "");
         std::filesystem::create_directories(root() + "/dir/sub");
         m_directory.file("dir/inner", "inner\n");
+        std::filesystem::create_symlink("dir/inner", root() + "/link");
+        std::filesystem::create_symlink("dir", root() + "/away");
+        std::filesystem::create_symlink("nowhere", root() + "/dangling");
+        std::filesystem::create_symlink("loop", root() + "/loop");
     }
     Host& host() override { return m_host; }
     std::string root() const override { return m_directory.path(); }
@@ -77,6 +83,11 @@ class RecordedFixture : public Fixture {
                       {root() + "/empty", ""},
                       {root() + "/dir/inner", "inner\n"}};
         data.devices[root() + "/device"] = {};
+        data.devices["/dev/null"].number = {host::DeviceNumber::Kind::kCharacter, 1, 3};
+        data.links = {{root() + "/link", "dir/inner"},
+                      {root() + "/away", "dir"},
+                      {root() + "/dangling", "nowhere"},
+                      {root() + "/loop", "loop"}};
         data.directories = {{root(), {".", "..", "plain", "empty", "device", "dir"}},
                             {root() + "/dir/", {".", "..", "inner", "sub"}},
                             {root() + "/dir/sub/", {".", ".."}}};
@@ -248,9 +259,96 @@ TEST_P(HostContract, OnlyALinkPointsSomewhere) {
     EXPECT_LT(host().readLink(path("plain\0"s), target), 0);
 }
 
+TEST_P(HostContract, FollowsLinks) {
+    std::string content;
+    EXPECT_EQ(host().readFile(path("link"), content), 0);
+    EXPECT_EQ(content, "inner\n");
+    for (const char* const name : {"away/inner", "away/sub/../inner", "./away//inner"}) {
+        EXPECT_EQ(host().readFile(path(name), content), 0) << name;
+        EXPECT_EQ(content, "inner\n") << name;
+    }
+    EXPECT_TRUE(host().isDirectory(path("away")));
+    EXPECT_TRUE(host().isDirectory(path("away/sub/")));
+    EXPECT_FALSE(host().isDirectory(path("link")));
+    EXPECT_EQ(host().listDirectory(path("away")).names.size(), 4U);
+    EXPECT_EQ(host().listDirectory(path("link")).openError, ENOTDIR);
+    EXPECT_EQ(host().appendFile(path("link"), "x").openError, 0);
+}
+
+TEST_P(HostContract, FollowsNoLinkThatLeadsNowhere) {
+    std::string content;
+    for (const auto& [name, error] : std::vector<std::pair<std::string, int>>{
+             {"dangling", ENOENT}, {"loop", ELOOP}, {"loop/x", ELOOP}, {"link/x", ENOTDIR}}) {
+        host::DeviceNumber number;
+        EXPECT_FALSE(host().pathExists(path(name))) << name;
+        EXPECT_FALSE(host().isDirectory(path(name))) << name;
+        EXPECT_EQ(host().readFile(path(name), content), -error) << name;
+        EXPECT_EQ(host().appendFile(path(name), "x").openError, error) << name;
+        EXPECT_EQ(host().openDevice(path(name), OpenMode::kReadOnly), -error) << name;
+        EXPECT_EQ(host().listDirectory(path(name)).openError, error) << name;
+        EXPECT_EQ(host().deviceNumber(path(name), number), -error) << name;
+        EXPECT_EQ(host().writeAccess(path(name)), -error) << name;
+    }
+}
+
+TEST_P(HostContract, ReadsALinkAndFollowsOnlyThoseBeforeIt) {
+    std::string target;
+    for (const auto& [name, expected] :
+         std::vector<std::pair<std::string, std::string>>{{"link", "dir/inner"},
+                                                          {"away", "dir"},
+                                                          {"dangling", "nowhere"},
+                                                          {"loop", "loop"},
+                                                          {"dir/../link", "dir/inner"}}) {
+        EXPECT_EQ(host().readLink(path(name), target), 0) << name;
+        EXPECT_EQ(target, expected) << name;
+    }
+    EXPECT_EQ(host().readLink(path("away/inner"), target), -EINVAL);
+    EXPECT_EQ(host().readLink(path("away/"), target), -EINVAL);
+    EXPECT_EQ(host().readLink(path("loop/"), target), -ELOOP);
+    EXPECT_EQ(target, "dir/inner");
+}
+
+TEST_P(HostContract, TellsWhichDeviceAPathIsANodeOf) {
+    host::DeviceNumber number;
+    EXPECT_EQ(host().deviceNumber("/dev/null", number), 0);
+    EXPECT_EQ(number, (host::DeviceNumber{host::DeviceNumber::Kind::kCharacter, 1, 3}));
+    for (const char* const name : {"plain", "dir", "dir/", "link", "away"}) {
+        number = {host::DeviceNumber::Kind::kBlock, 8, 16};
+        EXPECT_EQ(host().deviceNumber(path(name), number), 0) << name;
+        EXPECT_EQ(number, host::DeviceNumber()) << name;
+    }
+    number = {host::DeviceNumber::Kind::kBlock, 8, 16};
+    EXPECT_EQ(host().deviceNumber(path("missing"), number), -ENOENT);
+    EXPECT_EQ(host().deviceNumber("", number), -ENOENT);
+    EXPECT_LT(host().deviceNumber("/dev/null\0"s, number), 0);
+    EXPECT_EQ(number, (host::DeviceNumber{host::DeviceNumber::Kind::kBlock, 8, 16}));
+}
+
+TEST_P(HostContract, TellsWhatMayBeWritten) {
+    for (const char* const name :
+         {"plain", "empty", "device", "dir", "dir/", "link", "away/inner"}) {
+        EXPECT_EQ(host().writeAccess(path(name)), 0) << name;
+    }
+    EXPECT_EQ(host().writeAccess("/dev/null"), 0);
+    EXPECT_EQ(host().writeAccess(path("missing")), -ENOENT);
+    EXPECT_EQ(host().writeAccess(path("plain/")), -ENOTDIR);
+    EXPECT_EQ(host().writeAccess(""), -ENOENT);
+    EXPECT_LT(host().writeAccess(path("plain\0"s)), 0);
+}
+
+TEST_P(HostContract, WhatIsNoBlockDeviceOpensExclusivelyAnyNumberOfTimes) {
+    const int first = host().openDevice(path("device"), OpenMode::kReadOnlyExclusive);
+    const int second = host().openDevice(path("device"), OpenMode::kReadOnlyExclusive);
+    EXPECT_GE(first, 0);
+    EXPECT_GE(second, 0);
+    EXPECT_EQ(host().closeDevice(first), 0);
+    EXPECT_EQ(host().closeDevice(second), 0);
+    EXPECT_EQ(host().openDevice(path("missing"), OpenMode::kReadOnlyExclusive), -ENOENT);
+}
+
 TEST_P(HostContract, OpensAndClosesADevice) {
-    for (const OpenMode mode :
-         {OpenMode::kReadOnly, OpenMode::kReadOnlyNonBlocking, OpenMode::kReadWriteNonBlocking}) {
+    for (const OpenMode mode : {OpenMode::kReadOnly, OpenMode::kReadOnlyNonBlocking,
+                                OpenMode::kReadOnlyExclusive, OpenMode::kReadWriteNonBlocking}) {
         const int descriptor = host().openDevice(path("device"), mode);
         ASSERT_GE(descriptor, 0);
         EXPECT_EQ(host().closeDevice(descriptor), 0);

@@ -1,11 +1,11 @@
-#include "recording/journal.h"
+#include "recording/effects/journal.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <thread>
 
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 namespace {
 

@@ -2,18 +2,22 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ipc.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/descriptor.h"
@@ -127,7 +131,8 @@ TEST(LinuxHost, OpensDevicesInTheirModesAndCloseOnExec) {
     const std::vector<std::pair<OpenMode, int>> modes = {
         {OpenMode::kReadWriteNonBlocking, O_RDWR | O_NONBLOCK},
         {OpenMode::kReadOnly, O_RDONLY},
-        {OpenMode::kReadOnlyNonBlocking, O_RDONLY | O_NONBLOCK}};
+        {OpenMode::kReadOnlyNonBlocking, O_RDONLY | O_NONBLOCK},
+        {OpenMode::kReadOnlyExclusive, O_RDONLY | O_NONBLOCK}};
     LinuxHost linuxHost;
     for (const auto& [mode, flags] : modes) {
         const int descriptor = linuxHost.openDevice(path, mode);
@@ -137,6 +142,36 @@ TEST(LinuxHost, OpensDevicesInTheirModesAndCloseOnExec) {
         EXPECT_EQ(linuxHost.closeDevice(descriptor), 0);
         EXPECT_LT(::fcntl(descriptor, F_GETFD), 0);
     }
+}
+
+TEST(LinuxHost, TellsTheNumberOfANodeAsTheKernelDoes) {
+    // A disk, where there is one: /sys/dev/block has a name of its number for each.
+    LinuxHost linuxHost;
+    std::size_t disks = 0;
+    const auto listing = linuxHost.listDirectory("/sys/block");
+    for (const std::string& name : listing.names) {
+        host::DeviceNumber number;
+        std::string text;
+        if (linuxHost.deviceNumber("/dev/" + name, number) != 0 ||
+            number.kind != host::DeviceNumber::Kind::kBlock ||
+            linuxHost.readFile("/sys/block/" + name + "/dev", text) != 0) {
+            continue;
+        }
+        ++disks;
+        EXPECT_EQ(std::to_string(number.major) + ":" + std::to_string(number.minor) + "\n", text);
+    }
+    if (disks == 0) {
+        GTEST_SKIP() << "no block device node here";
+    }
+}
+
+TEST(LinuxHost, TellsThatAFileWithoutTheRightMayNotBeWritten) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("readonly", "");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    LinuxHost linuxHost;
+    EXPECT_EQ(linuxHost.writeAccess(path), ::geteuid() == 0 ? 0 : -EACCES);
+    EXPECT_EQ(linuxHost.appendFile(path, "").openError, ::geteuid() == 0 ? 0 : EACCES);
 }
 
 TEST(LinuxHost, CommandIsSplitIntoWordsAndRunWithoutAShell) {
@@ -194,6 +229,102 @@ TEST(LinuxHost, GivesNoStandardDescriptorToADeviceWhenStandardInputIsClosed) {
     EXPECT_GT(descriptor, STDERR_FILENO);
     EXPECT_TRUE(isFreeAgain);
     EXPECT_EQ(machine.closeDevice(descriptor), 0);
+}
+
+// The switch that keeps every thread away from the machine.
+
+/// Asks a host everything once; the texts name what was answered though all should be refused.
+std::vector<std::string> answersOf(host::Host& machine, const std::string& file) {
+    std::vector<std::string> answered;
+    const auto expect = [&answered](const char* operation, bool isRefused) {
+        if (!isRefused) {
+            answered.emplace_back(operation);
+        }
+    };
+    host::CommandBuffer buffer = {};
+    host::AddressWords words;
+    host::SgIoRequest request;
+    request.cdb.assign(6, 0);
+    std::uint64_t bytes = 0;
+    std::string text = "before";
+    host::DeviceNumber number;
+    expect("open", machine.openDevice(file, OpenMode::kReadOnly) == -EPERM);
+    expect("send", machine.sendCommand(0, buffer) == -EPERM);
+    expect("address", machine.addressWords(0, words) == -EPERM);
+    expect("sg_io", machine.sgIo(0, request) == -EPERM);
+    expect("size", machine.deviceSize(0, bytes) == -EPERM);
+    expect("read", machine.readFile(file, text) == -EPERM && text.empty());
+    expect("append", machine.appendFile(file, "x").openError == EPERM);
+    expect("exists", !machine.pathExists(file));
+    expect("directory", !machine.isDirectory("/"));
+    const host::DirectoryListing listing = machine.listDirectory("/");
+    expect("list", listing.openError == EPERM && listing.names.empty());
+    expect("link", machine.readLink("/proc/self", text) == -EPERM);
+    expect("number", machine.deviceNumber("/dev/null", number) == -EPERM);
+    expect("access", machine.writeAccess(file) == -EPERM);
+    const host::CommandResult command = machine.runCommand("/bin/touch " + file + ".ran", 10);
+    expect("command", command.waitStatus == 126 << 8 && command.lines.empty() && !command.timedOut);
+    expect("shell", machine.runShell(": > " + file + ".shell") == 126 << 8);
+    expect("semget", machine.openSemaphore(IPC_PRIVATE, 1, 0600) == -EPERM);
+    expect("semop", machine.operateSemaphore(0, {{0, false, true}}) == -EPERM);
+    expect("release", machine.kernelRelease().empty());
+    expect("name", machine.hostName(text) == -EPERM);
+    const auto start = std::chrono::steady_clock::now();
+    machine.sleepSeconds(60);
+    expect("sleep", std::chrono::steady_clock::now() - start < std::chrono::seconds(30));
+    return answered;
+}
+
+TEST(LiveHostRefusal, RefusesEveryOperationOnEveryThread) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("file", "content");
+    const std::vector<std::string> none;
+    {
+        const host::LiveHostRefusal refusal;
+        LinuxHost another;
+        EXPECT_EQ(answersOf(another, path), none);
+        EXPECT_EQ(answersOf(host::current(), path), none);
+        std::vector<std::string> elsewhere = {"not run"};
+        std::thread([&] { elsewhere = answersOf(host::current(), path); }).join();
+        EXPECT_EQ(elsewhere, none);
+        EXPECT_EQ(contentOf(path), "content");
+        EXPECT_FALSE(std::filesystem::exists(path + ".ran"));
+        EXPECT_FALSE(std::filesystem::exists(path + ".shell"));
+    }
+    std::string text;
+    EXPECT_EQ(host::current().readFile(path, text), 0);
+    EXPECT_EQ(text, "content");
+}
+
+TEST(LiveHostRefusal, HoldsUntilTheLastOneEnds) {
+    LinuxHost machine;
+    auto first = std::make_unique<host::LiveHostRefusal>();
+    auto second = std::make_unique<host::LiveHostRefusal>();
+    first.reset();
+    EXPECT_FALSE(machine.pathExists("/"));
+    std::thread([&second] { second.reset(); }).join();
+    EXPECT_TRUE(machine.pathExists("/"));
+}
+
+TEST(LiveHostRefusal, ClosesWhatWasOpenedBefore) {
+    LinuxHost machine;
+    const int descriptor = machine.openDevice("/dev/null", OpenMode::kReadOnly);
+    ASSERT_GE(descriptor, 0);
+    const host::LiveHostRefusal refusal;
+    EXPECT_EQ(machine.closeDevice(descriptor), 0);
+    EXPECT_LT(::fcntl(descriptor, F_GETFD), 0);
+}
+
+TEST(LiveHostRefusal, LeavesTheProgramsOwnInputReadable) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("input", "content");
+    const host::LiveHostRefusal refusal;
+    std::string text;
+    EXPECT_EQ(host::readInputFile(path, text), 0);
+    EXPECT_EQ(text, "content");
+    EXPECT_EQ(host::readInputFile(path + ".missing", text), -ENOENT);
+    EXPECT_EQ(host::readInputFile(directory.path(), text), -EISDIR);
+    EXPECT_EQ(host::readInputFile("/dev/null", text), -EINVAL);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "recording/recorded_host_file.h"
+#include "recording/replay/recorded_host_file.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "recording/hex.h"
-#include "recording/strict_json.h"
+#include "recording/text/hex.h"
+#include "recording/text/strict_json.h"
 
 namespace {
 
@@ -129,6 +129,44 @@ TEST(RecordedHostFile, ReadsAddressWordsOfOneToEightDigits) {
     }
 }
 
+TEST(RecordedHostFile, ReadsTheErrorOfAnAddressWord) {
+    const RecordedDevice device =
+        parse(R"("devices":{"/d":{"id_lun":{"errno":22}}})").devices.at("/d");
+    EXPECT_EQ(device.idLun, std::nullopt);
+    EXPECT_EQ(device.idLunError, EINVAL);
+}
+
+TEST(RecordedHostFile, ReadsDeviceNumbersOfBothKinds) {
+    using Kind = host::DeviceNumber::Kind;
+    const RecordedHostData data = parse(R"("devices":{"/a":{"number":"8:16"},
+        "/b":{"number":"c 21:3"},"/c":{"number":"4095:1048575"},"/d":{"number":"0:0"},"/e":{}})");
+    const auto is = [&data](const char* path, Kind kind, unsigned major, unsigned minor) {
+        return data.devices.at(path).number == host::DeviceNumber{kind, major, minor};
+    };
+    EXPECT_TRUE(is("/a", Kind::kBlock, 8, 16));
+    EXPECT_TRUE(is("/b", Kind::kCharacter, 21, 3));
+    EXPECT_TRUE(is("/c", Kind::kBlock, 4095, 1048575));
+    EXPECT_TRUE(is("/d", Kind::kBlock, 0, 0));
+    EXPECT_TRUE(is("/e", Kind::kNone, 0, 0));
+}
+
+TEST(RecordedHostFile, ReadsWhetherADeviceIsInUse) {
+    const RecordedHostData data =
+        parse(R"("devices":{"/a":{"in_use":true},"/b":{"in_use":false},"/c":{}})");
+    EXPECT_TRUE(data.devices.at("/a").inUse);
+    EXPECT_FALSE(data.devices.at("/b").inUse);
+    EXPECT_FALSE(data.devices.at("/c").inUse);
+}
+
+TEST(RecordedHostFile, ReadsLinksOfTextAndOfBytes) {
+    const RecordedHostData data =
+        parse(R"("links":{"/dev/disk/by-id/x":"../../sda","/b":{"hex":"ff61"},"comment":1})");
+    EXPECT_EQ(data.links, (std::map<std::string, std::string>{{"/dev/disk/by-id/x", "../../sda"},
+                                                              {"/b", "\xFF\x61"}}));
+    const std::string longest(4095, 'x');
+    EXPECT_EQ(parse(R"("links":{"/a":")" + longest + R"("})").links.at("/a"), longest);
+}
+
 TEST(RecordedHostFile, ReadsCommandsInTheirOrder) {
     const RecordedHostData data = parse(R"("commands":[
         {"command":"/sbin/a ","output":["x","",{"hex":"ff"}]},
@@ -218,10 +256,10 @@ TEST(RecordedHostFile, RefusesMembersThatItDoesNotKnow) {
     expectMemberRefusals({
         {R"("host_name":"x")",
          "host.json: /host_name: expected one of the members format, hostname, kernel_release, "
-         "files, directories, devices, commands, comment, found \"host_name\""},
+         "files, directories, devices, links, commands, comment, found \"host_name\""},
         {R"("devices":{"/d":{"lun":1}})",
          "host.json: /devices/~1d/lun: expected one of the members open_errno, id_lun, "
-         "size_bytes, inquiry, sg_io, comment, found \"lun\""},
+         "size_bytes, number, in_use, inquiry, sg_io, comment, found \"lun\""},
         {R"("commands":[{"command":"a"},{"exit":1}])",
          "host.json: /commands/1/exit: expected one of the members command, output, exit_status, "
          "signal, timed_out, comment, found \"exit\""},
@@ -235,6 +273,35 @@ TEST(RecordedHostFile, RefusesMembersThatItDoesNotKnow) {
          "host.json: /devices/~1d/inquiry/80: expected the member errno, found an object without "
          "it"},
     });
+}
+
+TEST(RecordedHostFile, RefusesWhatIsNoDeviceNumber) {
+    for (const char* const number :
+         {"\"\"", "\"8\"", "\"8:\"", "\":16\"", "\"c 8\"", "\"b 8:16\"", "\"08:16\"", "\"8:016\"",
+          "\"-8:16\"", "\"8:16 \"", "\"4096:0\"", "\"0:1048576\"", "\"8:4294967312\"", "2064"}) {
+        EXPECT_EQ(
+            refusalOf(withMembers(R"("devices":{"/d":{"number":)" + std::string(number) + "}}")),
+            "host.json: /devices/~1d/number: expected \"MAJOR:MINOR\" for a block device, \"c "
+            "MAJOR:MINOR\" for a character device, found " +
+                std::string(number));
+    }
+}
+
+TEST(RecordedHostFile, RefusesWhatIsNoLink) {
+    const std::string expected = "expected a path of 1 to 4095 bytes without NUL, found ";
+    expectMemberRefusals({
+        {R"("links":{"a":"b"})",
+         "host.json: /links/a: expected an absolute path as the member's name, found \"a\""},
+        {R"("links":{"/a/":"b"})",
+         "host.json: /links/~1a~1: expected a path that does not end in \"/\" as the member's "
+         "name, found \"/a/\""},
+        {R"("links":{"/a":""})", "host.json: /links/~1a: " + expected + "\"\""},
+        {R"("links":{"/a":"b\u0000"})", "host.json: /links/~1a: " + expected + "\"b?\""},
+        {R"("links":{"/a":7})",
+         "host.json: /links/~1a: expected a string or {\"hex\": \"...\"}, found 7"},
+    });
+    EXPECT_NE(refusalOf(withMembers(R"("links":{"/a":")" + std::string(4096, 'x') + R"("})")),
+              "accepted");
 }
 
 TEST(RecordedHostFile, RefusesAMemberThatIsGivenTwice) {
@@ -329,7 +396,7 @@ TEST(RecordedHostFile, RefusesAddressWordsOfAnotherForm) {
         EXPECT_EQ(
             refusalOf(withMembers(R"("devices":{"/d":{"id_lun":)" + std::string(word) + "}}")),
             "host.json: /devices/~1d/id_lun: expected a string of 0x and one to eight hexadecimal "
-            "digits, found " +
+            "digits, or {\"errno\": N}, found " +
                 std::string(word));
     }
 }

@@ -1,4 +1,4 @@
-#include "recording/recorded_host.h"
+#include "recording/replay/recorded_host.h"
 
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <thread>
 
-#include "recording/semaphores.h"
+#include "recording/replay/semaphores.h"
 
 namespace {
 
@@ -214,12 +214,182 @@ TEST_F(RecordedHostTest, TellsDirectoriesFromFilesAndDevices) {
     EXPECT_TRUE(host().isDirectory("/"));
 }
 
-TEST_F(RecordedHostTest, HasNoSymbolicLinks) {
+// Links.
+
+TEST_F(RecordedHostTest, ReadsALinkAndNothingElse) {
     data.files["/a"] = "";
+    data.links["/b"] = "a";
     std::string target = "before";
     EXPECT_EQ(host().readLink("/a", target), -EINVAL);
-    EXPECT_EQ(host().readLink("/b", target), -ENOENT);
+    EXPECT_EQ(host().readLink("/c", target), -ENOENT);
+    EXPECT_EQ(host().readLink("/b/", target), -ENOTDIR);
     EXPECT_EQ(target, "before");
+    EXPECT_EQ(host().readLink("/b", target), 0);
+    EXPECT_EQ(target, "a");
+}
+
+TEST_F(RecordedHostTest, FollowsLinksToADeviceUnderEveryName) {
+    data.devices["/dev/sda"] = diskWithPages();
+    data.links["/dev/disk/by-id/wwn-1"] = "../../sda";
+    data.links["/dev/disk/by-path/x"] = "/dev/disk/by-id/wwn-1";
+    for (const char* path : {"/dev/disk/by-id/wwn-1", "/dev/disk/by-path/x", "/dev//sda",
+                             "/dev/./sda", "/dev/disk/../sda", "/../dev/sda"}) {
+        const int descriptor = open(path);
+        EXPECT_GE(descriptor, 0) << path;
+        EXPECT_EQ(host().closeDevice(descriptor), 0) << path;
+    }
+}
+
+TEST_F(RecordedHostTest, FollowsALinkInTheMiddleOfAPath) {
+    data.links["/sys/block/sdb"] = "../devices/pci0/host2/target2:0:0/2:0:0:1/block/sdb";
+    data.directories["/sys/devices/pci0/host2/target2:0:0/2:0:0:1/block/sdb/"] = {".", "..",
+                                                                                  "device", "size"};
+    data.links["/sys/devices/pci0/host2/target2:0:0/2:0:0:1/block/sdb/device"] = "../../../2:0:0:1";
+    data.files["/sys/devices/pci0/host2/target2:0:0/2:0:0:1/state"] = "running\n";
+    std::string text;
+    EXPECT_EQ(host().readFile("/sys/block/sdb/device/state", text), 0);
+    EXPECT_EQ(text, "running\n");
+    EXPECT_EQ(host().listDirectory("/sys/block/sdb/").names, (Lines{".", "..", "device", "size"}));
+    EXPECT_TRUE(host().isDirectory("/sys/block/sdb"));
+    EXPECT_EQ(host().readLink("/sys/block/sdb/device", text), 0);
+    EXPECT_EQ(text, "../../../2:0:0:1");
+    EXPECT_EQ(host().appendFile("/sys/block/sdb/device/state", "offline\n").openError, 0);
+    EXPECT_EQ(
+        journal.lines(),
+        Lines{R"({"effect":"append","path":"/sys/block/sdb/device/state","data":"offline\n"})"});
+}
+
+TEST_F(RecordedHostTest, TakesWhatIsRecordedUnderALinksOwnNameFirst) {
+    data.devices["/dev/dm-0"].sizeBytes = 1;
+    data.devices["/dev/mapper/mpatha"].sizeBytes = 2;
+    data.links["/dev/mapper/mpatha"] = "../dm-0";
+    std::uint64_t bytes = 0;
+    EXPECT_EQ(host().deviceSize(open("/dev/mapper/mpatha"), bytes), 0);
+    EXPECT_EQ(bytes, 2U);
+    std::string target;
+    EXPECT_EQ(host().readLink("/dev/mapper/mpatha", target), 0);
+    EXPECT_EQ(target, "../dm-0");
+}
+
+TEST_F(RecordedHostTest, FindsNothingBehindALinkToNowhere) {
+    data.links["/a"] = "nowhere";
+    data.files["/plain"] = "";
+    data.links["/through"] = "plain/x";
+    data.links["/up"] = "nowhere/../plain";
+    std::string text;
+    EXPECT_FALSE(host().pathExists("/a"));
+    EXPECT_EQ(host().readFile("/a", text), -ENOENT);
+    EXPECT_EQ(open("/a"), -ENOENT);
+    EXPECT_EQ(host().writeAccess("/a"), -ENOENT);
+    EXPECT_EQ(host().readFile("/through", text), -ENOTDIR);
+    EXPECT_EQ(host().readFile("/plain/", text), -ENOTDIR);
+    EXPECT_EQ(host().readFile("/up", text), -ENOENT);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, FollowsFortyLinksAndNoMore) {
+    data.files["/l0"] = "end";
+    for (int link = 1; link <= 41; ++link) {
+        data.links["/l" + std::to_string(link)] = "l" + std::to_string(link - 1);
+    }
+    data.links["/itself"] = "itself";
+    std::string text;
+    EXPECT_EQ(host().readFile("/l40", text), 0);
+    EXPECT_EQ(text, "end");
+    EXPECT_EQ(host().readFile("/l41", text), -ELOOP);
+    EXPECT_EQ(open("/itself"), -ELOOP);
+    EXPECT_FALSE(host().pathExists("/itself"));
+    EXPECT_EQ(host().appendFile("/itself", "x").openError, ELOOP);
+    EXPECT_EQ(host().listDirectory("/itself").openError, ELOOP);
+    EXPECT_EQ(host().readLink("/itself", text), 0);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, JournalsAListingBehindALinkAsUnansweredWhenSomethingLiesThere) {
+    data.links["/sys/block/sda"] = "../devices/sda";
+    data.files["/sys/devices/sda/size"] = "8\n";
+    EXPECT_EQ(host().listDirectory("/sys/block/sda/").openError, ENOENT);
+    EXPECT_EQ(host().listDirectory("/sys/block/").openError, ENOENT);
+    EXPECT_EQ(journal.unanswered(), (Lines{"directory /sys/block/sda/", "directory /sys/block/"}));
+}
+
+// Rights and numbers.
+
+TEST_F(RecordedHostTest, TakesWhatIsRecordedForWritableUnlessItsErrorSaysOtherwise) {
+    data.files["/plain"] = "";
+    data.files["/denied"].error = EACCES;
+    data.files["/broken"].error = EIO;
+    data.directories["/dir/"] = {};
+    data.devices["/dev/sda"] = diskWithPages();
+    data.devices["/dev/gone"].openError = ENXIO;
+    data.devices["/dev/readonly"].openError = EROFS;
+    data.devices["/dev/denied"].openError = EACCES;
+    data.devices["/dev/forbidden"].openError = EPERM;
+    data.links["/link"] = "denied";
+    const std::vector<std::pair<const char*, int>> answers = {{"/plain", 0},
+                                                              {"/denied", -EACCES},
+                                                              {"/broken", -EIO},
+                                                              {"/dir", 0},
+                                                              {"/dev/sda", 0},
+                                                              {"/dev/gone", 0},
+                                                              {"/dev/denied", -EACCES},
+                                                              {"/dev/readonly", -EROFS},
+                                                              {"/dev/forbidden", -EPERM},
+                                                              {"/link", -EACCES},
+                                                              {"/missing", -ENOENT}};
+    for (const auto& [path, answer] : answers) {
+        EXPECT_EQ(host().writeAccess(path), answer) << path;
+    }
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, TellsTheNumberOfANodeByEveryNameOfIt) {
+    const host::DeviceNumber disk = {host::DeviceNumber::Kind::kBlock, 8, 16};
+    data.devices["/dev/sdb"].number = disk;
+    data.devices["/dev/sdb"].openError = ENXIO;
+    data.links["/dev/root"] = "sdb";
+    data.devices["/dev/old"] = {};
+    for (const char* path : {"/dev/sdb", "/dev/root"}) {
+        host::DeviceNumber number;
+        EXPECT_EQ(host().deviceNumber(path, number), 0) << path;
+        EXPECT_EQ(number, disk) << path;
+    }
+    host::DeviceNumber number = disk;
+    EXPECT_EQ(host().deviceNumber("/dev/missing", number), -ENOENT);
+    EXPECT_EQ(number, disk);
+    EXPECT_EQ(host().deviceNumber("/dev/old", number), 0);
+    EXPECT_EQ(number, host::DeviceNumber());
+}
+
+TEST_F(RecordedHostTest, RefusesAnExclusiveOpenOfADeviceInUseAndNoOther) {
+    data.devices["/dev/sda"].inUse = true;
+    data.devices["/dev/sdb"].inUse = true;
+    data.devices["/dev/sdb"].openError = ENXIO;
+    EXPECT_EQ(host().openDevice("/dev/sda", OpenMode::kReadOnlyExclusive), -EBUSY);
+    EXPECT_EQ(host().openDevice("/dev/sdb", OpenMode::kReadOnlyExclusive), -ENXIO);
+    EXPECT_EQ(host().openDescriptors(), 0U);
+    for (const OpenMode mode :
+         {OpenMode::kReadWriteNonBlocking, OpenMode::kReadOnly, OpenMode::kReadOnlyNonBlocking}) {
+        EXPECT_GE(host().openDevice("/dev/sda", mode), 0);
+    }
+}
+
+TEST_F(RecordedHostTest, HoldsABlockDeviceThatIsOpenExclusivelyUnderEveryName) {
+    const host::DeviceNumber number = {host::DeviceNumber::Kind::kBlock, 8, 0};
+    data.devices["/dev/sda"].number = number;
+    data.devices["/dev/same"].number = number;
+    data.devices["/dev/sg0"].number = {host::DeviceNumber::Kind::kCharacter, 8, 0};
+    data.devices["/dev/sdb"].number = {host::DeviceNumber::Kind::kBlock, 8, 16};
+    EXPECT_GE(open("/dev/same"), 0);
+    const int held = host().openDevice("/dev/sda", OpenMode::kReadOnlyExclusive);
+    EXPECT_GE(held, 0);
+    EXPECT_EQ(host().openDevice("/dev/same", OpenMode::kReadOnlyExclusive), -EBUSY);
+    EXPECT_GE(open("/dev/same"), 0);
+    EXPECT_GE(host().openDevice("/dev/sdb", OpenMode::kReadOnlyExclusive), 0);
+    EXPECT_GE(host().openDevice("/dev/sg0", OpenMode::kReadOnlyExclusive), 0);
+    EXPECT_GE(host().openDevice("/dev/sg0", OpenMode::kReadOnlyExclusive), 0);
+    EXPECT_EQ(host().closeDevice(held), 0);
+    EXPECT_GE(host().openDevice("/dev/same", OpenMode::kReadOnlyExclusive), 0);
 }
 
 // Devices.
@@ -424,6 +594,14 @@ TEST_F(RecordedHostTest, TellsTheAddressWord) {
     EXPECT_EQ(host().addressWords(open("/dev/sda"), words), 0);
     EXPECT_EQ(words.device, 0x02010005U);
     EXPECT_EQ(words.hostUnique, 0U);
+}
+
+TEST_F(RecordedHostTest, GivesTheErrorOfAnAddressRequestThatFailed) {
+    data.devices["/dev/sda"].idLunError = EINVAL;
+    AddressWords words = {1, 2};
+    EXPECT_EQ(host().addressWords(open("/dev/sda"), words), -EINVAL);
+    EXPECT_EQ(words.device, 1U);
+    EXPECT_EQ(journal.lines(), Lines{});
 }
 
 TEST_F(RecordedHostTest, TellsTheSize) {

@@ -5,8 +5,8 @@
 #include <iterator>
 #include <memory>
 
-#include "recording/recorded_host.h"
-#include "recording/recorded_host_file.h"
+#include "recording/replay/recorded_host.h"
+#include "recording/replay/recorded_host_file.h"
 #include "scsitool/udid/device_udid_factory.h"
 #include "scsitool/udid/explanation.h"
 

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "recording/recorded_host.h"
-#include "recording/recorded_host_file.h"
+#include "recording/replay/recorded_host.h"
+#include "recording/replay/recorded_host_file.h"
 #include "scsitool/scsi/scsitool.h"
 #include "scsitool/tools/WWPN_discovery.h"
 #include "scsitool/udid/device_udid_factory.h"

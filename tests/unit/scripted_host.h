@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "recording/journal.h"
-#include "recording/recorded_host.h"
+#include "recording/effects/journal.h"
+#include "recording/replay/recorded_host.h"
 #include "scsitool/host/forwarding_host.h"
 
 namespace test {

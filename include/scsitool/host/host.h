@@ -17,7 +17,32 @@ enum class OpenMode {
     kReadWriteNonBlocking,  ///< O_RDWR | O_NONBLOCK
     kReadOnly,              ///< O_RDONLY
     kReadOnlyNonBlocking,   ///< O_RDONLY | O_NONBLOCK
+    /// O_RDONLY | O_NONBLOCK | O_EXCL: the kernel's word on whether a block device is in use. EBUSY
+    /// when somebody claims it or one of its partitions (a file system, swap, md, device-mapper,
+    /// another exclusive open); until it is closed nobody else can claim it or a partition of it,
+    /// this process included. It says nothing of who merely opened the device.
+    kReadOnlyExclusive,
 };
+
+/// What a path is a node of. Two nodes of one kind and number are the same device, whatever they
+/// are called.
+struct DeviceNumber {
+    enum class Kind {
+        kNone,       ///< no device node: a file, a directory, a FIFO, a socket
+        kBlock,      ///< a block device (disk, partition, map)
+        kCharacter,  ///< a character device (sg, tape, control nodes)
+    };
+    Kind kind = Kind::kNone;
+    unsigned major = 0;  ///< 0 for no device node
+    unsigned minor = 0;  ///< 0 for no device node
+};
+
+inline bool operator==(const DeviceNumber& left, const DeviceNumber& right) {
+    return left.kind == right.kind && left.major == right.major && left.minor == right.minor;
+}
+inline bool operator!=(const DeviceNumber& left, const DeviceNumber& right) {
+    return !(left == right);
+}
 
 /// The buffer of SCSI_IOCTL_SEND_COMMAND: bytes 0-3 input length, 4-7 output length (host byte
 /// order), the command descriptor block from byte 8; on return the response from byte 8.
@@ -114,6 +139,15 @@ class SCSITOOL_EXPORT Host {
     virtual DirectoryListing listDirectory(const std::string& path) = 0;
     /// Reads where a symbolic link points to; EINVAL for a path that is no link.
     virtual int readLink(const std::string& path, std::string& target) = 0;
+    /// Tells which device a path is a node of (stat(2), links are followed; nothing is opened).
+    /// What is there and is no device node is success with `kNone`. On failure `number` is
+    /// unchanged.
+    virtual int deviceNumber(const std::string& path, DeviceNumber& number) = 0;
+    /// Tells whether the process may write a path as it stands now, with the effective identifiers
+    /// (links are followed): 0, or the negated errno that stands against it (EACCES, EPERM, EROFS,
+    /// ENOENT, ...). Nothing is opened or written. It is a forecast: sysfs refuses to open an
+    /// attribute without a write bit even for root, to whom this says 0.
+    virtual int writeAccess(const std::string& path) = 0;
 
     /// Runs a command without a shell: it is split at blanks, single and double quotes group, and
     /// no other character means anything. At `timeoutSeconds` it is killed with its whole process

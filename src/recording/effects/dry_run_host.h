@@ -1,23 +1,25 @@
-#ifndef SCSITOOL_RECORDING_DRY_RUN_HOST_H
-#define SCSITOOL_RECORDING_DRY_RUN_HOST_H
+#ifndef SCSITOOL_RECORDING_EFFECTS_DRY_RUN_HOST_H
+#define SCSITOOL_RECORDING_EFFECTS_DRY_RUN_HOST_H
 
 #include <string>
 
-#include "recording/journal.h"
+#include "recording/effects/journal.h"
 #include "scsitool/host/forwarding_host.h"
 
 namespace recording {
 
 /// Passes what only reads on to another host. An effect goes to the journal, is not carried out and
 /// succeeds at once: a command with exit status 0 and no output, a shell line with 0, a pause that
-/// takes no time. An append still fails where the other host's file could not be opened.
+/// takes no time. An append fails where the other host would not let the file be written: a dry run
+/// without the rights says so.
 ///
 /// A command that only reads is passed on and not journaled here: it is no effect. Over a recorded
 /// host the two may share one journal; each line then stands in it once.
-class DryRunHost : public host::ForwardingHost {
+class DryRunHost : public host::ReadForwardingHost {
   public:
     /// The inner host and the journal must outlive this one.
-    DryRunHost(host::Host& inner, Journal& journal) : ForwardingHost(inner), m_journal(journal) {}
+    DryRunHost(host::Host& inner, Journal& journal)
+        : ReadForwardingHost(inner), m_journal(journal) {}
 
     host::AppendResult appendFile(const std::string& path, const std::string& text) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;

@@ -1,18 +1,17 @@
-#ifndef SCSITOOL_RECORDING_RECORDED_HOST_H
-#define SCSITOOL_RECORDING_RECORDED_HOST_H
+#ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_H
+#define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_H
 
 #include <cstddef>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
-#include "recording/journal.h"
-#include "recording/recorded_host_data.h"
-#include "recording/semaphores.h"
+#include "recording/effects/journal.h"
+#include "recording/replay/recorded_host_data.h"
+#include "recording/replay/recorded_tree.h"
+#include "recording/replay/semaphores.h"
 #include "scsitool/host/host.h"
 
 namespace recording {
@@ -27,6 +26,10 @@ namespace recording {
 /// What the recording itself shows to be missing from it is journaled as unanswered: a command, a
 /// page that the device's page 0x00 lists, the standard INQUIRY of a device that has pages, the
 /// listing of a directory that something in the recording lies in.
+///
+/// What is recorded may be written unless its error says otherwise. A block device that is open
+/// exclusively is refused to a second exclusive open of its number, as the kernel does it; that a
+/// disk is claimed with its partitions is not known here.
 ///
 /// Safe for any number of threads.
 class RecordedHost : public host::Host {
@@ -46,6 +49,8 @@ class RecordedHost : public host::Host {
     bool isDirectory(const std::string& path) override;
     host::DirectoryListing listDirectory(const std::string& path) override;
     int readLink(const std::string& path, std::string& target) override;
+    int deviceNumber(const std::string& path, host::DeviceNumber& number) override;
+    int writeAccess(const std::string& path) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int runShell(const std::string& line) override;
     int openSemaphore(int key, int count, int flags) override;
@@ -59,34 +64,30 @@ class RecordedHost : public host::Host {
     std::size_t openDescriptors() const;
 
   private:
-    struct Node {
-        std::string path;
-        RecordedDevice device;
+    struct Open {
+        const RecordedTree::Node* node = nullptr;
+        bool isExclusive = false;
     };
     struct Answers {
         std::vector<RecordedCommand> inOrder;
         std::size_t next = 0;
     };
 
-    const Node* nodeOf(int descriptor) const;
-    const RecordedPage* findPage(const Node& node, bool evpd, std::uint8_t code, int& error);
-    bool hasPath(const std::string& path) const;
-    /// The errno of opening as a file what is none.
-    int whyNoFile(const std::string& path) const;
-    void noteDirectoriesAbove(const std::string& path);
+    const RecordedTree::Node* nodeOf(int descriptor) const;
+    const RecordedPage* findPage(const RecordedTree::Node& node, bool evpd, std::uint8_t code,
+                                 int& error);
+    /// Whether an exclusive open is refused; the mutex is held.
+    bool isClaimed(const RecordedDevice& device) const;
 
     Journal& m_journal;
-    std::map<std::string, RecordedFile> m_files;
-    std::map<std::string, std::vector<std::string>> m_directories;  // without the last "/"
-    std::unordered_map<std::string, Node> m_devices;
+    const RecordedTree m_tree;
     std::unordered_map<std::string, Answers> m_commands;
-    std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
     const std::optional<std::string> m_hostName;
     const std::string m_kernelRelease;
     Semaphores m_semaphores;
 
     mutable std::mutex m_mutex;  // guards what follows and the place in each command's answers
-    std::unordered_map<int, const Node*> m_descriptors;
+    std::unordered_map<int, Open> m_descriptors;
     int m_nextDescriptor;
 };
 

@@ -1,4 +1,4 @@
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 #include <cstddef>
 

@@ -1,10 +1,10 @@
-#include "recording/journal.h"
+#include "recording/effects/journal.h"
 
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <utility>
 
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 namespace recording {
 namespace {

@@ -1,10 +1,10 @@
-#ifndef SCSITOOL_RECORDING_RECORDED_HOST_FILE_H
-#define SCSITOOL_RECORDING_RECORDED_HOST_FILE_H
+#ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_FILE_H
+#define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_FILE_H
 
 #include <stdexcept>
 #include <string>
 
-#include "recording/recorded_host_data.h"
+#include "recording/replay/recorded_host_data.h"
 
 namespace recording {
 

@@ -1,4 +1,4 @@
-#include "recording/recorded_host.h"
+#include "recording/replay/recorded_host.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "host/request_limits.h"
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 
 namespace recording {
 namespace {
@@ -19,13 +19,6 @@ constexpr std::size_t kCommandHeader = 8;
 constexpr std::uint8_t kInquiry = 0x12;
 constexpr std::uint8_t kEvpd = 0x01;
 constexpr int kMissingProgram = 127;
-
-std::string withoutLastSlashes(std::string path) {
-    while (!path.empty() && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
-}
 
 // Page 0x00: the codes stand from byte 4 on, their number in bytes 2-3; no more than are stored.
 bool listsPage(const RecordedDevice& device, std::uint8_t code) {
@@ -43,6 +36,19 @@ bool listsPage(const RecordedDevice& device, std::uint8_t code) {
     return false;
 }
 
+// What stands against an open because of rights; other errors are the device's own.
+bool isMissingRight(int error) {
+    return error == EACCES || error == EPERM || error == EROFS;
+}
+
+/// The errno of opening as a file what is none.
+int whyNoFile(const RecordedTree::Entry& entry) {
+    if (entry.error != 0) {
+        return entry.error;
+    }
+    return entry.directory != nullptr ? EISDIR : EINVAL;
+}
+
 int waitStatusOf(const RecordedCommand& command) {
     if (command.timedOut) {
         return SIGKILL;
@@ -54,48 +60,41 @@ int waitStatusOf(const RecordedCommand& command) {
 
 RecordedHost::RecordedHost(RecordedHostData data, Journal& journal)
     : m_journal(journal),
-      m_files(std::move(data.files)),
+      m_tree(std::move(data.files), data.directories, std::move(data.devices),
+             std::move(data.links)),
       m_hostName(std::move(data.hostName)),
       m_kernelRelease(std::move(data.kernelRelease)),
       m_nextDescriptor(kFirstDescriptor) {
-    for (const auto& file : m_files) {
-        noteDirectoriesAbove(file.first);
-    }
-    for (auto& directory : data.directories) {
-        const std::string path = withoutLastSlashes(directory.first);
-        noteDirectoriesAbove(path);
-        m_directories[path] = std::move(directory.second);
-    }
-    for (auto& device : data.devices) {
-        noteDirectoriesAbove(device.first);
-        m_devices[device.first] = {device.first, std::move(device.second)};
-    }
     for (RecordedCommand& command : data.commands) {
         m_commands[command.command].inOrder.push_back(std::move(command));
     }
 }
 
-void RecordedHost::noteDirectoriesAbove(const std::string& path) {
-    for (std::size_t slash = path.rfind('/'); slash != std::string::npos && slash > 0;
-         slash = path.rfind('/', slash - 1)) {
-        // What is known already has its own parents noted with it.
-        if (!m_inhabited.insert(path.substr(0, slash)).second) {
-            return;
-        }
+bool RecordedHost::isClaimed(const RecordedDevice& device) const {
+    if (device.inUse || device.number.kind != host::DeviceNumber::Kind::kBlock) {
+        return device.inUse;
     }
+    return std::any_of(m_descriptors.begin(), m_descriptors.end(), [&device](const auto& open) {
+        return open.second.isExclusive && open.second.node->device.number == device.number;
+    });
 }
 
-int RecordedHost::openDevice(const std::string& path, host::OpenMode) {
-    const auto found = m_devices.find(path);
-    if (found == m_devices.end()) {
-        return -ENOENT;
+int RecordedHost::openDevice(const std::string& path, host::OpenMode mode) {
+    const RecordedTree::Entry entry = m_tree.find(path);
+    if (entry.node == nullptr) {
+        return entry.error != 0 ? -entry.error : -ENOENT;
     }
-    if (found->second.device.openError != 0) {
-        return -found->second.device.openError;
+    const RecordedDevice& device = entry.node->device;
+    if (device.openError != 0) {
+        return -device.openError;
     }
+    const bool isExclusive = mode == host::OpenMode::kReadOnlyExclusive;
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (isExclusive && isClaimed(device)) {
+        return -EBUSY;
+    }
     const int descriptor = m_nextDescriptor++;
-    m_descriptors[descriptor] = &found->second;
+    m_descriptors[descriptor] = {entry.node, isExclusive};
     return descriptor;
 }
 
@@ -109,14 +108,14 @@ std::size_t RecordedHost::openDescriptors() const {
     return m_descriptors.size();
 }
 
-const RecordedHost::Node* RecordedHost::nodeOf(int descriptor) const {
+const RecordedTree::Node* RecordedHost::nodeOf(int descriptor) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_descriptors.find(descriptor);
-    return found == m_descriptors.end() ? nullptr : found->second;
+    return found == m_descriptors.end() ? nullptr : found->second.node;
 }
 
-const RecordedPage* RecordedHost::findPage(const Node& node, bool evpd, std::uint8_t code,
-                                           int& error) {
+const RecordedPage* RecordedHost::findPage(const RecordedTree::Node& node, bool evpd,
+                                           std::uint8_t code, int& error) {
     const RecordedDevice& device = node.device;
     if (!device.standardInquiry && device.pages.empty()) {
         error = -ENOTTY;  // a node that takes no SCSI command
@@ -140,7 +139,7 @@ const RecordedPage* RecordedHost::findPage(const Node& node, bool evpd, std::uin
 }
 
 int RecordedHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const Node* const node = nodeOf(descriptor);
+    const RecordedTree::Node* const node = nodeOf(descriptor);
     if (node == nullptr) {
         return -EBADF;
     }
@@ -169,19 +168,19 @@ int RecordedHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
 }
 
 int RecordedHost::addressWords(int descriptor, host::AddressWords& words) {
-    const Node* const node = nodeOf(descriptor);
+    const RecordedTree::Node* const node = nodeOf(descriptor);
     if (node == nullptr) {
         return -EBADF;
     }
     if (!node->device.idLun) {
-        return -ENOTTY;
+        return node->device.idLunError != 0 ? -node->device.idLunError : -ENOTTY;
     }
     words = {*node->device.idLun, 0};
     return 0;
 }
 
 int RecordedHost::sgIo(int descriptor, host::SgIoRequest& request) {
-    const Node* const node = nodeOf(descriptor);
+    const RecordedTree::Node* const node = nodeOf(descriptor);
     if (node == nullptr) {
         return -EBADF;
     }
@@ -202,7 +201,7 @@ int RecordedHost::sgIo(int descriptor, host::SgIoRequest& request) {
 }
 
 int RecordedHost::deviceSize(int descriptor, std::uint64_t& bytes) {
-    const Node* const node = nodeOf(descriptor);
+    const RecordedTree::Node* const node = nodeOf(descriptor);
     if (node == nullptr) {
         return -EBADF;
     }
@@ -215,67 +214,70 @@ int RecordedHost::deviceSize(int descriptor, std::uint64_t& bytes) {
 
 int RecordedHost::readFile(const std::string& path, std::string& content) {
     content.clear();
-    const auto found = m_files.find(path);
-    if (found != m_files.end()) {
-        if (found->second.error == 0) {
-            content = found->second.content;
-        }
-        return -found->second.error;
+    const RecordedTree::Entry entry = m_tree.find(path);
+    if (entry.file == nullptr) {
+        return -whyNoFile(entry);
     }
-    return -whyNoFile(path);
-}
-
-int RecordedHost::whyNoFile(const std::string& path) const {
-    if (m_directories.count(withoutLastSlashes(path)) != 0) {
-        return EISDIR;
+    if (entry.file->error == 0) {
+        content = entry.file->content;
     }
-    return m_devices.count(path) != 0 ? EINVAL : ENOENT;
+    return -entry.file->error;
 }
 
 host::AppendResult RecordedHost::appendFile(const std::string& path, const std::string& text) {
     host::AppendResult result;
-    const auto found = m_files.find(path);
-    if (found == m_files.end()) {
-        result.openError = whyNoFile(path);
-    } else {
-        result.openError = found->second.error;
-    }
+    const RecordedTree::Entry entry = m_tree.find(path);
+    result.openError = entry.file == nullptr ? whyNoFile(entry) : entry.file->error;
     if (result.openError == 0) {
         m_journal.addAppend(path, text);
     }
     return result;
 }
 
-bool RecordedHost::hasPath(const std::string& path) const {
-    return m_files.count(path) != 0 || m_devices.count(path) != 0 ||
-           m_directories.count(withoutLastSlashes(path)) != 0;
-}
-
 bool RecordedHost::pathExists(const std::string& path) {
-    return hasPath(path);
+    return m_tree.find(path).error == 0;
 }
 
 bool RecordedHost::isDirectory(const std::string& path) {
-    return m_directories.count(withoutLastSlashes(path)) != 0;
+    return m_tree.find(path).directory != nullptr;
 }
 
 host::DirectoryListing RecordedHost::listDirectory(const std::string& path) {
     host::DirectoryListing listing;
-    const std::string name = withoutLastSlashes(path);
-    const auto found = m_directories.find(name);
-    if (found != m_directories.end()) {
-        listing.names = found->second;
+    const RecordedTree::Entry entry = m_tree.find(path);
+    if (entry.directory != nullptr) {
+        listing.names = *entry.directory;
         return listing;
     }
-    listing.openError = hasPath(name) ? ENOTDIR : ENOENT;
-    if (m_inhabited.count(name) != 0) {
+    listing.openError = entry.error != 0 ? entry.error : ENOTDIR;
+    if (m_tree.isInhabited(path)) {
         m_journal.addUnanswered("directory " + path);
     }
     return listing;
 }
 
-int RecordedHost::readLink(const std::string& path, std::string&) {
-    return hasPath(path) ? -EINVAL : -ENOENT;
+int RecordedHost::readLink(const std::string& path, std::string& target) {
+    return m_tree.readLink(path, target);
+}
+
+int RecordedHost::deviceNumber(const std::string& path, host::DeviceNumber& number) {
+    const RecordedTree::Entry entry = m_tree.find(path);
+    if (entry.error != 0) {
+        return -entry.error;
+    }
+    number = entry.node != nullptr ? entry.node->device.number : host::DeviceNumber();
+    return 0;
+}
+
+int RecordedHost::writeAccess(const std::string& path) {
+    const RecordedTree::Entry entry = m_tree.find(path);
+    if (entry.file != nullptr) {
+        return -entry.file->error;
+    }
+    if (entry.node != nullptr && isMissingRight(entry.node->device.openError)) {
+        return -entry.node->device.openError;
+    }
+    return -entry.error;
 }
 
 host::CommandResult RecordedHost::runCommand(const std::string& command, int timeoutSeconds) {

@@ -1,11 +1,11 @@
-#include "recording/strict_json.h"
+#include "recording/text/strict_json.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <set>
 #include <vector>
 
-#include "recording/utf8.h"
+#include "recording/text/utf8.h"
 
 namespace recording {
 namespace {

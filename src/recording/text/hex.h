@@ -1,5 +1,5 @@
-#ifndef SCSITOOL_RECORDING_HEX_H
-#define SCSITOOL_RECORDING_HEX_H
+#ifndef SCSITOOL_RECORDING_TEXT_HEX_H
+#define SCSITOOL_RECORDING_TEXT_HEX_H
 
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-#include "recording/hex.h"
+#include "recording/text/hex.h"
 
 namespace recording {
 namespace {

@@ -1,5 +1,5 @@
-#ifndef SCSITOOL_RECORDING_RECORDED_HOST_DATA_H
-#define SCSITOOL_RECORDING_RECORDED_HOST_DATA_H
+#ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_DATA_H
+#define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_DATA_H
 
 #include <cstdint>
 #include <map>
@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "scsitool/host/host.h"
 
 namespace recording {
 
@@ -38,7 +40,10 @@ struct RecordedDevice {
     std::map<std::uint8_t, RecordedPage> pages;   ///< page code to the whole VPD page
     std::map<Bytes, Bytes> sgIo;                  ///< command descriptor block to the data
     std::optional<std::uint32_t> idLun;           ///< first word of SCSI_IOCTL_GET_IDLUN
+    int idLunError = 0;                           ///< errno of SCSI_IOCTL_GET_IDLUN, 0 for none
     std::optional<std::uint64_t> sizeBytes;
+    host::DeviceNumber number;  ///< `kNone` when it was not recorded
+    bool inUse = false;         ///< an exclusive open is refused with EBUSY
 };
 
 /// One answer to one command text. At most one of the three ends is set.
@@ -56,6 +61,8 @@ struct RecordedHostData {
     /// Path, with or without its last "/", to the names in it, in the operating system's order.
     std::map<std::string, std::vector<std::string>> directories;
     std::map<std::string, RecordedDevice> devices;
+    /// Path of a symbolic link to where it points, as readlink(2) tells it.
+    std::map<std::string, std::string> links;
     /// The same text again is the answer to its next run; the last answer stays for good.
     std::vector<RecordedCommand> commands;
     std::optional<std::string> hostName = "localhost";  ///< none: it cannot be read

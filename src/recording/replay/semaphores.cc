@@ -1,4 +1,4 @@
-#include "recording/semaphores.h"
+#include "recording/replay/semaphores.h"
 
 #include <sys/ipc.h>
 

@@ -1,5 +1,5 @@
-#ifndef SCSITOOL_RECORDING_STRICT_JSON_H
-#define SCSITOOL_RECORDING_STRICT_JSON_H
+#ifndef SCSITOOL_RECORDING_TEXT_STRICT_JSON_H
+#define SCSITOOL_RECORDING_TEXT_STRICT_JSON_H
 
 #include <nlohmann/json.hpp>
 #include <stdexcept>

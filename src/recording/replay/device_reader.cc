@@ -1,0 +1,142 @@
+#include "recording/replay/device_reader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <system_error>
+
+#include "recording/text/hex.h"
+
+namespace recording {
+namespace {
+
+RecordedPage readPage(const JsonNode& node) {
+    RecordedPage page;
+    if (node.value().is_object()) {
+        page.error = readOnlyErrno(node);
+    } else if (node.value().is_string()) {
+        page.bytes = readHex(node);
+    } else {
+        node.refuse("a string of hexadecimal digits or {\"errno\": N}");
+    }
+    return page;
+}
+
+void readInquiry(const JsonNode& node, RecordedDevice& device) {
+    node.forEachMember([&device](const JsonNode& member) {
+        const std::string& name = member.step();
+        if (name == "std") {
+            device.standardInquiry = readPage(member);
+            return;
+        }
+        Bytes code;
+        std::size_t badOffset = 0;
+        if (fromHex(name, code, badOffset) != HexError::kNone || code.size() != 1 ||
+            toHex(code) != name) {
+            member.refuse("std or a page code of two lower-case hexadecimal digits",
+                          "\"" + printable(name) + "\"");
+        }
+        device.pages[code.front()] = readPage(member);
+    });
+}
+
+void readSgIo(const JsonNode& node, RecordedDevice& device) {
+    node.forEachMember([&device](const JsonNode& member) {
+        const Bytes block = decodeHex(member, member.step());
+        if (block.empty()) {
+            member.refuse("a command block in hexadecimal as the member's name", "nothing");
+        }
+        if (!device.sgIo.emplace(block, readHex(member)).second) {
+            member.refuse("each command block once", "it again in other letters");
+        }
+    });
+}
+
+std::uint32_t readIdLun(const JsonNode& node) {
+    const std::string expected =
+        "a string of 0x and one to eight hexadecimal digits, or {\"errno\": N}";
+    std::string digits = readText(node, expected);
+    if (digits.compare(0, 2, "0x") != 0 || digits.size() < 3 || digits.size() > 10) {
+        node.refuse(expected);
+    }
+    digits.erase(0, 2);
+    Bytes bytes;
+    std::size_t badOffset = 0;
+    if (fromHex(digits.size() % 2 == 0 ? digits : "0" + digits, bytes, badOffset) !=
+        HexError::kNone) {
+        node.refuse(expected);
+    }
+    std::uint32_t word = 0;
+    for (const std::uint8_t byte : bytes) {
+        word = word * 256U + byte;
+    }
+    return word;
+}
+
+void readAddressWord(const JsonNode& node, RecordedDevice& device) {
+    if (node.value().is_object()) {
+        device.idLunError = readOnlyErrno(node);
+    } else {
+        device.idLun = readIdLun(node);
+    }
+}
+
+// The kernel's dev_t: twelve bits of major and twenty of minor number.
+constexpr unsigned kLargestMajor = 0xFFF;
+constexpr unsigned kLargestMinor = 0xFFFFF;
+
+// Decimal without leading zeros, as sysfs writes it. Gives false for anything else.
+bool readDecimal(const std::string& digits, unsigned largest, unsigned& number) {
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, number);
+    return error == std::errc() && stop == end && number <= largest &&
+           std::to_string(number) == digits;
+}
+
+host::DeviceNumber readDeviceNumber(const JsonNode& node) {
+    const std::string expected =
+        "\"MAJOR:MINOR\" for a block device, \"c MAJOR:MINOR\" for a character device";
+    std::string text = readText(node, expected);
+    host::DeviceNumber number;
+    number.kind = host::DeviceNumber::Kind::kBlock;
+    if (text.compare(0, 2, "c ") == 0) {
+        number.kind = host::DeviceNumber::Kind::kCharacter;
+        text.erase(0, 2);
+    }
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    if (colon == text.size() || !readDecimal(text.substr(0, colon), kLargestMajor, number.major) ||
+        !readDecimal(text.substr(colon + 1), kLargestMinor, number.minor)) {
+        node.refuse(expected);
+    }
+    return number;
+}
+
+}  // namespace
+
+RecordedDevice readDevice(const JsonNode& node) {
+    RecordedDevice device;
+    node.forEachMember([&device](const JsonNode& member) {
+        if (member.step() == "open_errno") {
+            device.openError = readErrno(member);
+        } else if (member.step() == "id_lun") {
+            readAddressWord(member, device);
+        } else if (member.step() == "size_bytes") {
+            device.sizeBytes = readNumber(member, 0, std::numeric_limits<std::uint64_t>::max());
+        } else if (member.step() == "number") {
+            device.number = readDeviceNumber(member);
+        } else if (member.step() == "in_use") {
+            device.inUse = readBool(member);
+        } else if (member.step() == "inquiry") {
+            readInquiry(member, device);
+        } else if (member.step() == "sg_io") {
+            readSgIo(member, device);
+        } else {
+            refuseMember(member,
+                         "open_errno, id_lun, size_bytes, number, in_use, inquiry, sg_io, comment");
+        }
+    });
+    return device;
+}
+
+}  // namespace recording

@@ -1,0 +1,184 @@
+#include "recording/replay/recorded_host_file.h"
+
+#include <system_error>
+
+#include "recording/replay/device_reader.h"
+#include "recording/replay/json_node.h"
+#include "recording/text/strict_json.h"
+#include "scsitool/host/linux_host.h"
+
+namespace recording {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kFormat = "scsitool-host/1";
+constexpr std::size_t kLargestText = std::size_t{64} << 20;
+constexpr std::size_t kLongestTarget = 4095;  // PATH_MAX without its NUL
+
+RecordedFile readFile(const JsonNode& node) {
+    RecordedFile file;
+    if (node.value().is_object() && node.value().contains("errno")) {
+        file.error = readOnlyErrno(node);
+    } else if (node.value().is_object() || node.value().is_string()) {
+        file.content = readRawText(node);
+    } else {
+        node.refuse("a string, {\"hex\": \"...\"} or {\"errno\": N}");
+    }
+    return file;
+}
+
+std::vector<std::string> readNames(const JsonNode& node) {
+    std::vector<std::string> names;
+    node.forEachElement("an array of names", [&names](const JsonNode& element) {
+        const std::string name = readRawText(element);
+        if (name.empty() || name.find('/') != std::string::npos) {
+            element.refuse("a name without \"/\"");
+        }
+        names.push_back(name);
+    });
+    return names;
+}
+
+// What symlink(2) takes.
+std::string readTarget(const JsonNode& node) {
+    const std::string target = readRawText(node);
+    if (target.empty() || target.size() > kLongestTarget ||
+        target.find('\0') != std::string::npos) {
+        node.refuse("a path of 1 to " + std::to_string(kLongestTarget) + " bytes without NUL");
+    }
+    return target;
+}
+
+RecordedCommand readCommand(const JsonNode& node) {
+    RecordedCommand command;
+    bool hasText = false;
+    int ends = 0;
+    node.forEachMember([&](const JsonNode& member) {
+        if (member.step() == "command") {
+            command.command = readText(member);
+            hasText = true;
+        } else if (member.step() == "output") {
+            member.forEachElement("an array of lines", [&command](const JsonNode& line) {
+                command.output.push_back(readRawText(line));
+            });
+        } else if (member.step() == "exit_status") {
+            command.exitStatus = static_cast<int>(readNumber(member, 0, 255));
+            ++ends;
+        } else if (member.step() == "signal") {
+            command.signal = static_cast<int>(readNumber(member, 1, 127));
+            ++ends;
+        } else if (member.step() == "timed_out") {
+            command.timedOut = readBool(member);
+            ends += command.timedOut ? 1 : 0;
+        } else {
+            refuseMember(member, "command, output, exit_status, signal, timed_out, comment");
+        }
+    });
+    if (!hasText) {
+        node.refuse("the member command", "an object without it");
+    }
+    if (ends > 1) {
+        node.refuse("one of exit_status, signal and timed_out", std::to_string(ends));
+    }
+    return command;
+}
+
+void readDirectories(const JsonNode& node, RecordedHostData& data) {
+    node.forEachMember([&data](const JsonNode& member) {
+        const std::string path = readAbsolutePath(member);
+        if (path.back() != '/') {
+            member.refuse("a path that ends in \"/\" as the member's name",
+                          "\"" + printable(path) + "\"");
+        }
+        data.directories[path] = readNames(member);
+    });
+}
+
+void readLinks(const JsonNode& node, RecordedHostData& data) {
+    node.forEachMember([&data](const JsonNode& member) {
+        const std::string path = readAbsolutePath(member);
+        if (path.back() == '/') {
+            member.refuse("a path that does not end in \"/\" as the member's name",
+                          "\"" + printable(path) + "\"");
+        }
+        data.links[path] = readTarget(member);
+    });
+}
+
+void readMember(const JsonNode& member, RecordedHostData& data) {
+    const std::string& name = member.step();
+    if (name == "hostname") {
+        data.hostName.reset();
+        if (!member.value().is_null()) {
+            data.hostName = readText(member, "a string or null");
+        }
+    } else if (name == "kernel_release") {
+        data.kernelRelease = readText(member);
+    } else if (name == "files") {
+        member.forEachMember(
+            [&data](const JsonNode& file) { data.files[readAbsolutePath(file)] = readFile(file); });
+    } else if (name == "directories") {
+        readDirectories(member, data);
+    } else if (name == "devices") {
+        member.forEachMember([&data](const JsonNode& device) {
+            data.devices[readAbsolutePath(device)] = readDevice(device);
+        });
+    } else if (name == "links") {
+        readLinks(member, data);
+    } else if (name == "commands") {
+        member.forEachElement("an array of commands", [&data](const JsonNode& command) {
+            data.commands.push_back(readCommand(command));
+        });
+    } else if (name != "format") {
+        refuseMember(member,
+                     "format, hostname, kernel_release, files, directories, devices, links, "
+                     "commands, comment");
+    }
+}
+
+void checkFormat(const JsonNode& root) {
+    if (!root.value().is_object()) {
+        root.refuse("an object");
+    }
+    const auto format = root.value().find("format");
+    if (format == root.value().end()) {
+        root.refuse("the member format", "an object without it");
+    }
+    if (*format != kFormat) {
+        JsonNode(*format, &root, "format").refuse("\"" + std::string(kFormat) + "\"");
+    }
+}
+
+}  // namespace
+
+RecordedHostData parseRecordedHost(const std::string& text, const std::string& name) {
+    const std::string file = printable(name, 4096) + ": ";
+    if (text.size() > kLargestText) {
+        throw RecordedHostError(file + "expected at most " + std::to_string(kLargestText) +
+                                " bytes, found " + std::to_string(text.size()));
+    }
+    try {
+        const json document = parseStrictJson(text);
+        const JsonNode root(document, nullptr, "");
+        checkFormat(root);
+        RecordedHostData data;
+        root.forEachMember([&data](const JsonNode& member) { readMember(member, data); });
+        return data;
+    } catch (const JsonError& error) {
+        const std::string place = error.place().empty() ? "(root)" : error.place();
+        throw RecordedHostError(file + printable(place, 200) + ": " + printable(error.what(), 400));
+    }
+}
+
+RecordedHostData loadRecordedHost(const std::string& path) {
+    std::string text;
+    const int error = host::readInputFile(path, text);
+    if (error < 0) {
+        throw RecordedHostError(printable(path, 4096) +
+                                ": cannot be read: " + std::generic_category().message(-error));
+    }
+    return parseRecordedHost(text, path);
+}
+
+}  // namespace recording

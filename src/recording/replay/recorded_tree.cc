@@ -1,0 +1,148 @@
+#include "recording/replay/recorded_tree.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <utility>
+
+namespace recording {
+namespace {
+
+constexpr int kMostLinks = 40;  // MAXSYMLINKS of the kernel
+
+std::string withoutLastSlashes(std::string path) {
+    while (!path.empty() && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+}  // namespace
+
+RecordedTree::RecordedTree(std::map<std::string, RecordedFile> files,
+                           const std::map<std::string, std::vector<std::string>>& directories,
+                           std::map<std::string, RecordedDevice> devices,
+                           std::map<std::string, std::string> links)
+    : m_files(std::move(files)), m_links(std::move(links)) {
+    for (const auto& file : m_files) {
+        noteDirectoriesAbove(file.first);
+    }
+    for (const auto& directory : directories) {
+        const std::string path = withoutLastSlashes(directory.first);
+        noteDirectoriesAbove(path);
+        m_directories[path] = directory.second;
+    }
+    for (auto& device : devices) {
+        noteDirectoriesAbove(device.first);
+        m_devices[device.first] = {device.first, std::move(device.second)};
+    }
+    for (const auto& link : m_links) {
+        noteDirectoriesAbove(link.first);
+    }
+}
+
+void RecordedTree::noteDirectoriesAbove(const std::string& path) {
+    for (std::size_t slash = path.rfind('/'); slash != std::string::npos && slash > 0;
+         slash = path.rfind('/', slash - 1)) {
+        // What is known already has its own parents noted with it.
+        if (!m_inhabited.insert(path.substr(0, slash)).second) {
+            return;
+        }
+    }
+}
+
+bool RecordedTree::isInhabited(const std::string& path) const {
+    int error = 0;
+    const std::string place = follow(path, true, error);
+    return error == 0 && m_inhabited.count(place) != 0;
+}
+
+bool RecordedTree::isDirectory(const std::string& place) const {
+    return place.empty() || m_directories.count(place) != 0 || m_inhabited.count(place) != 0;
+}
+
+RecordedTree::Entry RecordedTree::entryAt(const std::string& path) const {
+    Entry entry;
+    const auto file = m_files.find(path);
+    const auto node = m_devices.find(path);
+    const auto directory = m_directories.find(withoutLastSlashes(path));
+    if (file != m_files.end()) {
+        entry.file = &file->second;
+    } else if (node != m_devices.end()) {
+        entry.node = &node->second;
+    } else if (directory != m_directories.end()) {
+        entry.directory = &directory->second;
+    } else {
+        entry.error = ENOENT;
+    }
+    return entry;
+}
+
+RecordedTree::Entry RecordedTree::find(const std::string& path) const {
+    Entry entry;
+    if (path.empty()) {
+        entry.error = ENOENT;
+        return entry;
+    }
+    entry = entryAt(path);
+    if (entry.error == 0) {
+        return entry;
+    }
+    const std::string place = follow(path, true, entry.error);
+    return entry.error == 0 ? entryAt(place) : entry;
+}
+
+std::string RecordedTree::follow(const std::string& path, bool followLast, int& error) const {
+    std::string rest = path;
+    std::string place;
+    int links = 0;
+    std::size_t next = 0;
+    // What is relative lies in a directory that was not recorded.
+    error = path.empty() || path.front() != '/' ? ENOENT : 0;
+    while (error == 0 && next < rest.size()) {
+        const std::size_t start = next;
+        next = std::min(rest.find('/', start), rest.size());
+        const std::string name = rest.substr(start, next - start);
+        const bool isLast = next == rest.size();
+        next += isLast ? 0 : 1;
+        if (name.empty() || name == ".") {
+            continue;
+        }
+        if (name == "..") {
+            error = isDirectory(place) ? 0 : ENOENT;
+            place.erase(std::min(place.rfind('/'), place.size()));
+            continue;
+        }
+        const std::string candidate = place + "/" + name;
+        const auto link = m_links.find(candidate);
+        if (link == m_links.end() || (isLast && !followLast)) {
+            const bool isLeaf = m_files.count(candidate) != 0 || m_devices.count(candidate) != 0;
+            error = isLeaf && !isLast ? ENOTDIR : 0;
+            place = candidate;
+            continue;
+        }
+        error = ++links > kMostLinks ? ELOOP : 0;
+        rest = link->second + rest.substr(isLast ? next : next - 1);
+        next = 0;
+        if (link->second.compare(0, 1, "/") == 0) {
+            place.clear();
+        }
+    }
+    return place;
+}
+
+int RecordedTree::readLink(const std::string& path, std::string& target) const {
+    int error = 0;
+    // A link named with a "/" behind it is what it points to.
+    const bool isItself = !path.empty() && path.back() != '/';
+    const std::string place = follow(path, !isItself, error);
+    const auto link = m_links.find(place);
+    if (error == 0 && isItself && link != m_links.end()) {
+        target = link->second;
+        return 0;
+    }
+    const Entry entry = find(path);
+    return entry.error == 0 ? -EINVAL : -entry.error;
+}
+
+}  // namespace recording

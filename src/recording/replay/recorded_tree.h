@@ -1,0 +1,61 @@
+#ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
+#define SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
+
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "recording/replay/recorded_host_data.h"
+
+namespace recording {
+
+/// What lies where on a recorded host: files, directories, device nodes and the symbolic links to
+/// them. A path is looked up as it was recorded first, so that a node recorded under a link's name
+/// answers by itself; then it is followed component by component, as the kernel does. It never
+/// changes, and any number of threads may ask it.
+class RecordedTree {
+  public:
+    struct Node {
+        std::string path;
+        RecordedDevice device;
+    };
+    /// What lies at a path: one of the three, or the errno that stands for it.
+    struct Entry {
+        const RecordedFile* file = nullptr;
+        const std::vector<std::string>* directory = nullptr;
+        const Node* node = nullptr;
+        int error = 0;
+    };
+
+    RecordedTree(std::map<std::string, RecordedFile> files,
+                 const std::map<std::string, std::vector<std::string>>& directories,
+                 std::map<std::string, RecordedDevice> devices,
+                 std::map<std::string, std::string> links);
+
+    /// Follows links; ENOENT, ENOTDIR or ELOOP where nothing is found.
+    Entry find(const std::string& path) const;
+    /// Where a link points: 0, or a negated errno as `host::Host::readLink` gives it.
+    int readLink(const std::string& path, std::string& target) const;
+    /// Tells whether something recorded lies in a directory, though it need not be listed itself.
+    bool isInhabited(const std::string& path) const;
+
+  private:
+    Entry entryAt(const std::string& path) const;
+    /// The same place without ".", ".." and links (the last component's only if asked for); "" is
+    /// the root.
+    std::string follow(const std::string& path, bool followLast, int& error) const;
+    bool isDirectory(const std::string& place) const;
+    void noteDirectoriesAbove(const std::string& path);
+
+    std::map<std::string, RecordedFile> m_files;
+    std::map<std::string, std::vector<std::string>> m_directories;  // without the last "/"
+    std::unordered_map<std::string, Node> m_devices;
+    std::map<std::string, std::string> m_links;
+    std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
+};
+
+}  // namespace recording
+
+#endif
