@@ -190,6 +190,7 @@ inline std::vector<FamilySample> familySamples() {
          {{0, inquiry("FUJITSU", "ETERNUS_DXL").text(36, "4601A2B3")}, {0x83, names}},
          "UDID##FUJITSU##ETERNUS##4601A2B3##" + digits,
          {}},
+        // A new family's sample stands here.
     };
 }
 

@@ -64,14 +64,15 @@ std::string anchorOf(const std::string& heading) {
 
 TEST(UdidFormatsDocument, HasALineAndASectionOfEveryFamilyInTheirOrder) {
     const std::string text = document();
-    int number = 0;
+    std::size_t line = 0;
     std::size_t section = 0;
     for (const udid::Family& family : udid::kFamilies) {
         const std::string name = family.name;
-        const std::string shown = std::string(family.vendor).empty() ? "everything else" : name;
-        const std::string line =
-            "| " + std::to_string(++number) + " | [" + shown + "](#" + anchorOf(name) + ") | ";
-        EXPECT_NE(text.find(line), std::string::npos) << line;
+        const std::string shown = *family.vendor == '\0' ? "everything else" : name;
+        const std::size_t found = text.find("\n| [" + shown + "](#" + anchorOf(name) + ") | ");
+        ASSERT_NE(found, std::string::npos) << name;
+        EXPECT_GT(found, line) << name;
+        line = found;
         const std::size_t heading = text.find("\n## " + name + "\n");
         ASSERT_NE(heading, std::string::npos) << name;
         EXPECT_GT(heading, section) << name;
