@@ -45,14 +45,17 @@ def blocks_of(document):
 
 
 def put(blocks, files):
-    """Puts the blocks into a tree of texts by path."""
+    """Puts the blocks into a tree of texts by path. Whoever follows the walk-through in the tree
+    itself has some of them there already."""
     for block in blocks:
+        text = files.get(block.file, "")
+        if block.text in text:
+            continue
         if block.before is None:
-            if block.file in files:
-                sys.exit(f"{DOCUMENT}: {block.file} is there already")
+            if text:
+                sys.exit(f"{DOCUMENT}: {block.file} is there already, and is something else")
             files[block.file] = block.text
             continue
-        text = files[block.file]
         places = len(re.findall("^" + re.escape(block.before), text, re.MULTILINE))
         if places != 1:
             sys.exit(f"{DOCUMENT}: {block.file} has {places} lines that begin with {block.before}")
@@ -112,6 +115,9 @@ def build_inside(builder, source, blocks, compiler_version):
     (copy / "samples").mkdir(exist_ok=True)
     build = builder.build(pathlib.Path(__file__).parent / "inside", builder.work / "inside/build",
                           TREE=copy, OBJECTS=builder.work / "objects.txt")
+    if shutil.which("clang-format"):
+        builder.run("clang-format", "--dry-run", "--Werror", f"--style=file:{source}/.clang-format",
+                    *[copy / block.file for block in blocks if block.file.endswith((".h", ".cc"))])
     builder.run(build / "tests", "--gtest_brief=1")
     builder.run(source / "tests/checks/library.sh", build / "libscsitool.so", compiler_version)
 
