@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <thread>
 
 #include "family_samples.h"
@@ -53,21 +55,41 @@ TEST(Reporter, ListensOnItsThreadAlone) {
     std::thread([] { EXPECT_EQ(udid::reporter(), nullptr); }).join();
 }
 
+/// Holds each of two threads until the other one is in the middle of its work too.
+class Meeting : public CUdidGenerator {
+  public:
+    explicit Meeting(std::atomic<int>& arrived) : CUdidGenerator("", "MEETING"), m_all(arrived) {}
+    bool claimDevice(CScsiDeviceData*) override {
+        ++m_all;
+        while (m_all < 2) {
+            std::this_thread::yield();
+        }
+        return false;
+    }
+    std::string getUniqueDeviceID(CScsiDeviceData*) override { return {}; }
+
+  private:
+    std::atomic<int>& m_all;
+};
+
 TEST(Reporter, TwoThreadsThatExplainAtOnceDoNotMix) {
     const std::vector<FamilySample> samples = test::familySamples();
-    const auto explainOften = [](const FamilySample& sample) {
+    std::atomic<int> arrived = 0;
+    const auto explainOne = [&](const FamilySample& sample) {
         CUDIDFactory factory;
-        for (int round = 0; round < 50; ++round) {
-            const udid::Explanation explanation =
-                udid::explain(factory, test::recordOf(sample, "/dev/" + sample.name));
-            EXPECT_EQ(explanation.udid, sample.udid);
-            for (const udid::Comparison& made : explanation.generators.back().comparisons) {
-                EXPECT_EQ(made.value, made.field == "vendor" ? sample.vendor : sample.product);
-            }
+        Meeting meeting(arrived);
+        factory.m_generators.insert(factory.m_generators.begin(), &meeting);
+        const udid::Explanation explanation = udid::explain(factory, test::recordOf(sample));
+        EXPECT_EQ(explanation.udid, sample.udid);
+        ASSERT_GE(explanation.generators.size(), 2U) << sample.name;
+        EXPECT_EQ(explanation.generators.front().name, ":MEETING");
+        for (const udid::Comparison& made : explanation.generators.back().comparisons) {
+            EXPECT_EQ(made.value, made.field == "vendor" ? sample.vendor : sample.product);
         }
+        EXPECT_FALSE(explanation.generators.back().body.empty()) << sample.name;
     };
-    std::thread other([&] { explainOften(samples[0]); });
-    explainOften(samples[2]);
+    std::thread other([&] { explainOne(samples[0]); });
+    explainOne(samples[2]);
     other.join();
 }
 
