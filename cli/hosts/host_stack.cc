@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "cli/hosts/journaling_host.h"
 #include "recording/effects/dry_run_host.h"
+#include "recording/effects/journaling_host.h"
 #include "recording/replay/recorded_host.h"
 #include "recording/replay/recorded_host_file.h"
 
@@ -37,7 +37,7 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
         m_hosts.push_back(std::make_unique<recording::DryRunHost>(*below, effects));
         below = m_hosts.back().get();
     } else if (journalStream != nullptr && !m_recording) {
-        m_hosts.push_back(std::make_unique<JournalingHost>(*below, journal));
+        m_hosts.push_back(std::make_unique<recording::JournalingHost>(*below, journal));
         below = m_hosts.back().get();
     }
     m_top = std::make_unique<WatchedHost>(*below, std::move(progress));

@@ -12,10 +12,12 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "recording/effects/dry_run_host.h"
 #include "recording/effects/journal.h"
+#include "recording/effects/journaling_host.h"
 #include "recording/replay/recorded_host.h"
 #include "scsitool/host/forwarding_host.h"
 #include "scsitool/host/host.h"
@@ -32,6 +34,8 @@ using host::Host;
 using host::OpenMode;
 using host::SemaphoreOperation;
 using host::SgIoRequest;
+using recording::DryRunHost;
+using recording::JournalingHost;
 using test::SemaphoreKey;
 using Names = std::vector<std::string>;
 
@@ -114,18 +118,27 @@ class ForwardingFixture : public Fixture {
     host::ForwardingHost m_host;
 };
 
-template <class Inner>
-class DryRunFixture : public Fixture {
+/// A host that stands over another one and writes to a journal.
+template <class Made, class Inner>
+class JournalFixture : public Fixture {
   public:
-    DryRunFixture() : m_host(m_inner.host(), m_journal) {}
+    JournalFixture() : m_host(m_inner.host(), m_journal) {}
     Host& host() override { return m_host; }
     std::string root() const override { return m_inner.root(); }
 
   private:
     Inner m_inner;
     recording::Journal m_journal;
-    recording::DryRunHost m_host;
+    Made m_host;
 };
+
+// What stops or notes effects gets no effect passed on by a base: an operation that is new to the
+// seam does not build until each of these says what it means there.
+template <class Decorator>
+constexpr bool kSortsEveryEffect = std::is_abstract_v<host::ReadForwardingHost> &&
+                                   !std::is_base_of_v<host::ForwardingHost, Decorator>;
+static_assert(kSortsEveryEffect<DryRunHost>);
+static_assert(kSortsEveryEffect<JournalingHost>);
 
 struct Kind {
     const char* name;
@@ -512,8 +525,10 @@ const Kind kKinds[] = {
     {"ForwardingToLinux", make<ForwardingFixture<MachineFixture>>, true},
     {"Recorded", make<RecordedFixture>, true},
     {"ForwardingToRecorded", make<ForwardingFixture<RecordedFixture>>, true},
-    {"DryRunOfLinux", make<DryRunFixture<MachineFixture>>, false},
-    {"DryRunOfRecorded", make<DryRunFixture<RecordedFixture>>, false},
+    {"DryRunOfLinux", make<JournalFixture<DryRunHost, MachineFixture>>, false},
+    {"DryRunOfRecorded", make<JournalFixture<DryRunHost, RecordedFixture>>, false},
+    {"JournalingLinux", make<JournalFixture<JournalingHost, MachineFixture>>, true},
+    {"JournalingRecorded", make<JournalFixture<JournalingHost, RecordedFixture>>, true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Every, HostContract, testing::ValuesIn(kKinds),
