@@ -14,8 +14,8 @@ void declareOptions(CLI::App& app, Options& options) {
     app.add_option("--host", options.hostFile, "Work on a recorded host instead of this machine")
         ->type_name("FILE");
     app.add_option("--journal", options.journalFile,
-                   "Write every effect on the host to FILE, one JSON object a line (- is standard "
-                   "error)")
+                   "Append every effect on the host to FILE, one JSON object a line (- is "
+                   "standard error)")
         ->type_name("FILE");
     app.add_flag("--dry-run", options.dryRun, "Show the effects in order, carry out none");
     CLI::Option* const trace =

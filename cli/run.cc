@@ -3,17 +3,20 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
-#include <fstream>
 #include <memory>
 #include <optional>
 
 #include "cli/base/failure.h"
+#include "cli/base/files_apart.h"
 #include "cli/base/text.h"
 #include "cli/command_line.h"
 #include "cli/common/command.h"
 #include "cli/common/context.h"
+#include "cli/output/line_file.h"
 #include "cli/output/trace_sink.h"
+#include "cli/output/utc_time.h"
 #include "cli/print_report.h"
+#include "recording/effects/journal.h"
 #include "recording/replay/recorded_host_file.h"
 #include "scsitool/kit/context_singleton.h"
 #include "scsitool/udid/udid_generator_exception.h"
@@ -25,33 +28,6 @@ using qzfi_pdk_4_4::CFiTraceLog;
 using ProcessTrace = qzfi_pdk_4_4::CFiContextSingleton<CFiTraceLog, qzfi_pdk_4_4::FI_PGN_NAME>;
 
 constexpr const char* kClearLine = "\r\033[K";
-
-// A file for trace or journal lines; "-" is standard error.
-class LineFile {
-  public:
-    LineFile(const std::string& path, const char* what, std::ostream& err)
-        : m_path(path), m_what(what), m_err(err) {
-        if (path != "-") {
-            m_file.open(path, std::ios::out | std::ios::trunc);
-            if (!m_file) {
-                throw UsageError(path + ": cannot open the " + what +
-                                 " file for writing: " + std::strerror(errno));
-            }
-        }
-    }
-    std::ostream& stream() { return m_path == "-" ? m_err : m_file; }
-    void finish() {
-        if (m_path != "-" && !m_file.flush()) {
-            throw OperationError(m_path + ": cannot write the " + m_what + " file; it ends early");
-        }
-    }
-
-  private:
-    std::string m_path;
-    const char* m_what;
-    std::ostream& m_err;
-    std::ofstream m_file;
-};
 
 // The trace log in place for one run, for the objects and process-wide.
 class TraceScope {
@@ -112,15 +88,21 @@ class Run {
   private:
     int executeCommand() {
         const Options& options = m_request.options;
+        demandFilesApart(options);
         std::optional<LineFile> journal;
         if (!options.journalFile.empty()) {
-            journal.emplace(options.journalFile, "journal", m_err);
+            journal.emplace(options.journalFile, "journal", LineFile::Mode::kAppend, m_err);
         }
         std::optional<LineFile> trace;
         if (options.traceLevel > 0) {
-            trace.emplace(options.traceFile.empty() ? "-" : options.traceFile, "trace", m_err);
+            trace.emplace(options.traceFile.empty() ? "-" : options.traceFile, "trace",
+                          LineFile::Mode::kReplace, m_err);
         }
         HostStack hosts(options, m_live, journal ? &journal->stream() : nullptr, progress());
+        if (journal) {
+            journal->stream() << recording::runLine(versionText(), m_arguments, utcTime()) << '\n';
+            journal->finish();  // a journal that takes nothing is known before there are effects
+        }
         Report report = runCommand(hosts, trace ? &trace->stream() : nullptr);
         clearProgress();
         finish(journal, report);

@@ -4,7 +4,7 @@
 
 #include "cli/base/failure.h"
 #include "recording/text/strict_json.h"
-#include "scsitool/host/linux_host.h"
+#include "scsitool/host/own_files.h"
 
 namespace cli {
 namespace {

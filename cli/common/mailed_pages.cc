@@ -10,7 +10,7 @@
 #include "cli/output/hex_text.h"
 #include "cli/output/inquiry_text.h"
 #include "recording/text/hex.h"
-#include "scsitool/host/linux_host.h"
+#include "scsitool/host/own_files.h"
 #include "scsitool/scsi/pages.h"
 
 namespace cli {

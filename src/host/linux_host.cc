@@ -36,10 +36,6 @@ Host& linuxHost() {
     return *only;
 }
 
-int readInputFile(const std::string& path, std::string& content) {
-    return machine::readFile(path, content);
-}
-
 int LinuxHost::openDevice(const std::string& path, OpenMode mode) {
     return isRefused() ? kRefusal : machine::openDevice(path, mode);
 }

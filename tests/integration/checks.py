@@ -5,6 +5,7 @@ import os
 import pathlib
 import pty
 import re
+import shlex
 import shutil
 import subprocess
 import tempfile
@@ -154,6 +155,25 @@ def a_sample_leaves_no_question_unanswered(scsitool, samples):
     return problems
 
 
+def closed_standard_streams_leave_the_journal_whole(scsitool, _samples):
+    """Without standard output, input and error the next files opened must not take their place."""
+    problems = []
+    for redirections in (">&-", "2>&-", "<&-", "<&- >&- 2>&-"):
+        with tempfile.TemporaryDirectory() as folder:
+            journal = pathlib.Path(folder) / "journal"
+            command = [str(scsitool.program), *sample("plain-server"), "--journal", str(journal),
+                       "rescan", "--json", "--changes"]
+            script = f"{shlex.join(command)} {redirections}"
+            subprocess.run(["/bin/sh", "-c", script], cwd=ROOT, check=False,
+                           stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            for line in journal.read_text().splitlines():
+                if not line.startswith(('{"run":{', '{"effect":')):
+                    problems.append(f"{redirections}: {line}")
+            if not journal.read_text().startswith('{"run":{'):
+                problems.append(f"{redirections}: the run is not in the journal")
+    return problems
+
+
 CHECKS = (
     device_maps_are_those_of_the_samples,
     trace_lines_come_in_their_order,
@@ -161,4 +181,5 @@ CHECKS = (
     output_that_nobody_takes_is_a_failure,
     tables_fit_the_terminal,
     a_sample_leaves_no_question_unanswered,
+    closed_standard_streams_leave_the_journal_whole,
 )

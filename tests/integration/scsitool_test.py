@@ -6,6 +6,7 @@
 --update writes the files, and the examples of docs/scsitool.md, anew: look at the difference.
 """
 
+import datetime
 import difflib
 import json
 import os
@@ -46,6 +47,21 @@ class Scsitool:
                               env=environment | options.pop("env", {}), **options)
 
 
+def effects_of(journal, arguments):
+    """A journal without the line that its run begins with, or with what is wrong with that line."""
+    if not journal.exists():
+        return ""
+    first, _, effects = journal.read_text().partition("\n")
+    if not first:
+        return effects  # refused before there was a host to run on
+    run = json.loads(first).get("run", {})
+    told = datetime.datetime.fromisoformat(run.pop("at", "").replace("Z", "+00:00"))
+    age = datetime.datetime.now(datetime.timezone.utc) - told
+    if run != {"version": "1.0.0", "command": arguments} or abs(age.total_seconds()) > 600:
+        return f"begins with {first}\n{effects}"
+    return effects
+
+
 def transcript(scsitool, arguments):
     """All that one run leaves, as the text of an expected file."""
     with tempfile.TemporaryDirectory() as folder:
@@ -55,7 +71,7 @@ def transcript(scsitool, arguments):
         text = f"$ scsitool {' '.join(arguments)}\nexit status {result.returncode}\n"
         for title, content in (("standard output", DECLINE_LINE.sub("", result.stdout)),
                                ("standard error", TRACE_LINE.sub(r"\1N, ", result.stderr)),
-                               ("journal", journal.read_text() if journal.exists() else "")):
+                               ("journal", effects_of(journal, [*taken, *arguments]))):
             text += f"--- {title}\n{content}" if content else ""
     return text
 

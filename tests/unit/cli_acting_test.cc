@@ -174,25 +174,63 @@ TEST(CliDryRun, APauseIsShown) {
 TEST(CliDryRun, WithAJournalFileTheJournalGoesThere) {
     const TempFolder folder;
     CliMachine machine(hostWithScript());
-    const CliResult result =
-        machine.run({"--dry-run", "--journal", folder.path("journal"), "rescan"});
+    const std::vector<std::string> arguments = {"--dry-run", "--journal", folder.path("journal"),
+                                                "rescan"};
+    const CliResult result = machine.run(arguments);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(folder.read("journal"), std::string(kJournaledScript) + "\n");
+    EXPECT_EQ(test::effectsOf(folder.read("journal"), arguments),
+              std::string(kJournaledScript) + "\n");
     EXPECT_THAT(machine.journal(), testing::IsEmpty());
 }
 
 TEST(CliJournal, ALiveHostsEffectsAreJournaledAndCarriedOut) {
     const TempFolder folder;
     CliMachine machine(hostWithScript());
-    machine.run({"--journal", folder.path("journal"), "rescan"});
-    EXPECT_EQ(folder.read("journal"), std::string(kJournaledScript) + "\n");
+    const std::vector<std::string> arguments = {"--journal", folder.path("journal"), "rescan"};
+    machine.run(arguments);
+    const std::string journal = folder.read("journal");
+    EXPECT_THAT(journal, testing::StartsWith(R"({"run":{"version":)"));
+    EXPECT_EQ(test::effectsOf(journal, arguments), std::string(kJournaledScript) + "\n");
     EXPECT_THAT(machine.journal(), testing::ElementsAre(kJournaledScript));
+}
+
+TEST(CliJournal, IsAppendedToWhatIsThere) {
+    const TempFolder folder;
+    CliMachine machine(hostWithScript());
+    folder.write("journal", "{\"effect\":\"sleep\",\"seconds\":1}\n");
+    const std::vector<std::string> arguments = {"--journal", folder.path("journal"), "rescan"};
+    machine.run(arguments);
+    machine.run(arguments);
+    const std::string once = std::string(kJournaledScript) + "\n";
+    EXPECT_EQ(test::effectsOf(folder.read("journal"), arguments),
+              "{\"effect\":\"sleep\",\"seconds\":1}\n" + once + once);
+}
+
+TEST(CliJournal, ARunWithoutEffectsStandsInItToo) {
+    const TempFolder folder;
+    CliMachine machine(smallHost());
+    const std::vector<std::string> arguments = {"--journal", folder.path("journal"), "disks"};
+    machine.run(arguments);
+    const std::string journal = folder.read("journal");
+    EXPECT_EQ(std::count(journal.begin(), journal.end(), '\n'), 1);
+    EXPECT_EQ(test::effectsOf(journal, arguments), "");
+}
+
+TEST(CliJournal, ThatTakesNothingStopsTheCommandBeforeItActs) {
+    CliMachine machine(hostWithScript());
+    const CliResult result = machine.run({"--journal", "/dev/full", "rescan"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "scsitool: /dev/full: cannot write the journal file; it ends early\n");
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(machine.journal(), testing::IsEmpty());
 }
 
 TEST(CliJournal, DashIsStandardError) {
     CliMachine machine(hostWithScript());
-    EXPECT_EQ(machine.run({"--journal", "-", "rescan"}).err, std::string(kJournaledScript) + "\n");
+    EXPECT_EQ(test::effectsOf(machine.run({"--journal", "-", "rescan"}).err,
+                              {"--journal", "-", "rescan"}),
+              std::string(kJournaledScript) + "\n");
 }
 
 TEST(CliIscsi, IqnIsShown) {

@@ -309,14 +309,13 @@ TEST(CliGuard, ItsQuestionsLeaveNoLineInTheJournal) {
     const std::string host =
         folder.write("host.json", R"({"format":"scsitool-host/1","files":{"/proc/scsi/scsi":""}})");
     CliMachine machine({});
-    EXPECT_EQ(machine
-                  .run({"--host", host, "--journal", folder.path("journal"), "remove-address", "2",
-                        "0", "0", "5"})
-                  .status,
-              0);
-    EXPECT_EQ(folder.read("journal"), R"({"effect":"append","path":"/proc/scsi/scsi",)"
-                                      R"("data":"scsi remove-single-device 2 0 0 5\n"})"
-                                      "\n");
+    const std::vector<std::string> arguments = {
+        "--host", host, "--journal", folder.path("journal"), "remove-address", "2", "0", "0", "5"};
+    EXPECT_EQ(machine.run(arguments).status, 0);
+    EXPECT_EQ(test::effectsOf(folder.read("journal"), arguments),
+              R"({"effect":"append","path":"/proc/scsi/scsi",)"
+              R"("data":"scsi remove-single-device 2 0 0 5\n"})"
+              "\n");
 }
 
 TEST(CliRemove, APathThatIsNoMapIsLeftAloneAndSaidSo) {

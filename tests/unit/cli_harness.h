@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -41,6 +43,30 @@ class TempFolder {
   private:
     std::filesystem::path m_path;
 };
+
+/// The effects in a journal's text, without the line that each run of `arguments` begins with; what
+/// is wrong with such a line stands in its place.
+inline std::string effectsOf(const std::string& text, const std::vector<std::string>& arguments) {
+    std::istringstream lines(text);
+    std::string effects;
+    for (std::string line; std::getline(lines, line);) {
+        const auto object = nlohmann::ordered_json::parse(line);
+        if (!object.contains("run")) {
+            effects += line + "\n";
+            continue;
+        }
+        nlohmann::ordered_json expected;
+        expected["run"]["version"] = "1.0.0";
+        expected["run"]["command"] = arguments;
+        expected["run"]["at"] = object["run"]["at"];
+        std::string at = object["run"]["at"];
+        std::replace_if(
+            at.begin(), at.end(), [](char digit) { return std::isdigit(digit) != 0; }, '0');
+        const bool isRight = line == expected.dump() && at == "0000-00-00T00:00:00.000Z";
+        effects += isRight ? "" : "not the run's line: " + line + "\n";
+    }
+    return effects;
+}
 
 /// What one run of the command left.
 struct CliResult {

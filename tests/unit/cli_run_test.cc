@@ -148,6 +148,47 @@ TEST(CliRun, AnUnwritableJournalFileStopsTheCommandBeforeItRuns) {
     EXPECT_THAT(machine.journal(), testing::IsEmpty());
 }
 
+TEST(CliRun, FilesOfOneRunAreKeptApart) {
+    const TempFolder folder;
+    const std::string host = folder.write("host.json", kRecordedHost);
+    const std::string other = folder.path("link");
+    std::filesystem::create_symlink("host.json", other);
+    std::filesystem::create_symlink("new", folder.path("newlink"));
+    const std::string fresh = folder.path("new");
+    const std::string alias = folder.path("newlink");
+    const auto message = [](const std::string& left, const std::string& right) {
+        return "scsitool: " + left + " and " + right +
+               " are one file; name a file of its own for each\n";
+    };
+    CliMachine machine({});
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"--host", host, "--journal", other}, message("--host " + host, "--journal " + other)},
+        {{"--host", host, "--trace", "6", "--trace-file", host},
+         message("--host " + host, "--trace-file " + host)},
+        {{"--journal", fresh, "--trace", "6", "--trace-file", alias},
+         message("--journal " + fresh, "--trace-file " + alias)},
+    };
+    for (auto [arguments, expected] : cases) {
+        arguments.emplace_back("devices");
+        const CliResult result = machine.run(arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err, expected);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(folder.read("host.json"), kRecordedHost);
+        EXPECT_FALSE(std::filesystem::exists(fresh));
+    }
+}
+
+TEST(CliRun, StandardErrorAndDevicesTakeJournalAndTraceTogether) {
+    CliMachine machine(smallHost());
+    for (const char* const sink : {"-", "/dev/null"}) {
+        EXPECT_EQ(
+            machine.run({"--journal", sink, "--trace", "6", "--trace-file", sink, "disks"}).status,
+            0)
+            << sink;
+    }
+}
+
 TEST(CliRun, ATraceFileThatFillsUpIsAFailure) {
     CliMachine machine(smallHost());
     expectRefused(machine.run({"--trace", "6", "--trace-file", "/dev/full", "devices"}), 1,

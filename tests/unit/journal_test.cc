@@ -15,6 +15,14 @@ std::vector<std::string> one(const std::string& line) {
     return {line};
 }
 
+TEST(Journal, RunLineSaysWhichVersionWasToldToDoWhatAndWhen) {
+    EXPECT_EQ(recording::runLine("1.0.0", {"--journal", "a b\n", "gr\xC3\xBC\xFF"},
+                                 "2026-11-21T11:30:42.007Z"),
+              R"({"run":{"version":"1.0.0","command":["--journal","a b\n",)"
+              "\"gr\xC3\x83\xC2\xBC\xC3\xBF\"],\"at\":\"2026-11-21T11:30:42.007Z\"}}");
+    EXPECT_EQ(recording::runLine("", {}, ""), R"({"run":{"version":"","command":[],"at":""}})");
+}
+
 TEST(Journal, WritesACommandWithItsTimeLimit) {
     Journal journal;
     journal.addCommand("/sbin/multipath -v0 ", 600);

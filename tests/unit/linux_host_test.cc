@@ -315,16 +315,4 @@ TEST(LiveHostRefusal, ClosesWhatWasOpenedBefore) {
     EXPECT_LT(::fcntl(descriptor, F_GETFD), 0);
 }
 
-TEST(LiveHostRefusal, LeavesTheProgramsOwnInputReadable) {
-    const TemporaryDirectory directory;
-    const std::string path = directory.file("input", "content");
-    const host::LiveHostRefusal refusal;
-    std::string text;
-    EXPECT_EQ(host::readInputFile(path, text), 0);
-    EXPECT_EQ(text, "content");
-    EXPECT_EQ(host::readInputFile(path + ".missing", text), -ENOENT);
-    EXPECT_EQ(host::readInputFile(directory.path(), text), -EISDIR);
-    EXPECT_EQ(host::readInputFile("/dev/null", text), -EINVAL);
-}
-
 }  // namespace

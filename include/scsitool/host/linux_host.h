@@ -40,11 +40,6 @@ class SCSITOOL_EXPORT LinuxHost : public Host {
 /// The one Linux host of the process; it lives until the process ends.
 SCSITOOL_EXPORT Host& linuxHost();
 
-/// Reads a file that the program was told to read on its command line (a recorded host, mailed
-/// pages): as LinuxHost's `readFile`, also while the machine is refused. What the machine itself
-/// says is never read by it.
-SCSITOOL_EXPORT int readInputFile(const std::string& path, std::string& content);
-
 /// Keeps every thread of the process away from the machine for as long as one of these exists, for
 /// replay and for tests: a `Scope` holds for one thread, and a thread that somebody starts
 /// meanwhile would begin with the Linux host. Every operation of every LinuxHost then fails with
@@ -53,7 +48,7 @@ SCSITOOL_EXPORT int readInputFile(const std::string& path, std::string& content)
 /// `closeDevice` still closes, or a descriptor that was opened before would be left behind.
 ///
 /// An operation that another thread had begun before goes on to its end. The program's own files
-/// (standard streams) are not meant. May be made and destroyed on different threads; they nest.
+/// (own_files.h) are not meant. May be made and destroyed on different threads; they nest.
 class SCSITOOL_EXPORT LiveHostRefusal {
   public:
     LiveHostRefusal() noexcept;

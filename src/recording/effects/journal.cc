@@ -14,6 +14,15 @@ using Line = nlohmann::ordered_json;
 
 }  // namespace
 
+std::string runLine(const std::string& version, const std::vector<std::string>& command,
+                    const std::string& at) {
+    Line words = Line::array();
+    for (const std::string& word : command) {
+        words.push_back(toUtf8(word));
+    }
+    return Line{{"run", {{"version", version}, {"command", words}, {"at", at}}}}.dump();
+}
+
 void Journal::addCommand(const std::string& command, int timeoutSeconds) {
     add(Line{{"effect", "command"}, {"command", toUtf8(command)}, {"timeout", timeoutSeconds}}
             .dump());

@@ -8,6 +8,11 @@
 
 namespace recording {
 
+/// The line that a run's journal begins with, without a line feed: which version was told to do
+/// what, and when (RFC 3339, UTC). Effects of several runs can stand in one file.
+std::string runLine(const std::string& version, const std::vector<std::string>& command,
+                    const std::string& at);
+
 /// The effects on a host in the order in which they were asked for, each as one line of JSON
 /// without a line feed. What is not valid UTF-8 is written as `toUtf8` has it. Safe for any number
 /// of threads.

@@ -5,7 +5,7 @@
 #include "recording/replay/device_reader.h"
 #include "recording/replay/json_node.h"
 #include "recording/text/strict_json.h"
-#include "scsitool/host/linux_host.h"
+#include "scsitool/host/own_files.h"
 
 namespace recording {
 namespace {

@@ -75,8 +75,12 @@ class Guest:
 
     def dry_run(self, *arguments):
         """The effects, in order, that the command would have: its journal of a dry run."""
+        self.run(["rm", "-f", JOURNAL])
         self.run(["scsitool", "--dry-run", "--journal", JOURNAL, *arguments])
-        return [json.loads(line) for line in self.run(["cat", JOURNAL]).stdout.splitlines()]
+        run, *effects = [json.loads(line) for line in self.run(["cat", JOURNAL]).stdout.splitlines()]
+        if list(run) != ["run"]:
+            raise GuestError(f"the journal does not begin with its run: {run}")
+        return effects
 
     def _ask(self, command, seconds):
         script = command if isinstance(command, str) else shlex.join(command)
