@@ -6,6 +6,7 @@
 
 #include "cli/output/terminal.h"
 #include "cli/run.h"
+#include "scsitool/host/interruption.h"
 #include "scsitool/host/linux_host.h"
 #include "scsitool/host/own_files.h"
 
@@ -16,6 +17,7 @@ int main(int count, char** values) {
     }
     // A reader that goes away is an error of the write, not a reason to stop in mid-removal.
     std::signal(SIGPIPE, SIG_IGN);
+    host::handleInterruptions();
     const std::vector<std::string> arguments(values + (count > 0 ? 1 : 0), values + count);
     return cli::run(arguments, std::cout, std::cerr, cli::askSurroundings(), host::linuxHost());
 }

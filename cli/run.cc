@@ -12,12 +12,14 @@
 #include "cli/command_line.h"
 #include "cli/common/command.h"
 #include "cli/common/context.h"
+#include "cli/common/interrupted.h"
 #include "cli/output/line_file.h"
 #include "cli/output/trace_sink.h"
 #include "cli/output/utc_time.h"
 #include "cli/print_report.h"
 #include "recording/effects/journal.h"
 #include "recording/replay/recorded_host_file.h"
+#include "scsitool/host/interruption.h"
 #include "scsitool/kit/context_singleton.h"
 #include "scsitool/udid/udid_generator_exception.h"
 
@@ -116,6 +118,13 @@ class Run {
         const bool tty = m_surroundings.outIsTerminal;
         const Layout layout = {tty ? m_surroundings.width : 0, tty && m_surroundings.colour};
         Context context = {m_request.options, layout, hosts, trace.log(), m_surroundings.isRoot};
+        Report report = runCommand(context);
+        host::ignoreInterruption();
+        m_interruption = host::interruption();
+        return m_interruption == 0 ? report : interruptedReport(m_interruption, context);
+    }
+
+    Report runCommand(Context& context) const {
         try {
             return m_request.command->run(context);
         } catch (const OperationError& error) {
@@ -144,7 +153,9 @@ class Run {
     }
 
     int present(const Report& report, const HostStack& hosts) {
-        const int status = report.failure.empty() ? kDone : kFailed;
+        const int status = m_interruption != 0      ? kInterrupted + m_interruption
+                           : report.failure.empty() ? kDone
+                                                    : kFailed;
         const std::vector<std::string> journal = hosts.dryRunLines();
         std::string text;
         if (m_request.options.json) {
@@ -211,6 +222,7 @@ class Run {
     host::Host& m_live;
     Request m_request;
     bool m_progressShown = false;
+    int m_interruption = 0;  // the signal that has ended the command early
 };
 
 }  // namespace

@@ -9,8 +9,9 @@ namespace cli {
 /// How the command ends.
 enum ExitStatus : int {
     kDone = 0,
-    kFailed = 1,  ///< the operation failed or found nothing
-    kWrong = 2,   ///< the command line or an input file is wrong
+    kFailed = 1,         ///< the operation failed or found nothing
+    kWrong = 2,          ///< the command line or an input file is wrong
+    kInterrupted = 128,  ///< this and the number of the signal that ended it
 };
 
 /// The operation cannot be carried out: one line that says what, where, and what to do about it.

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "cli/hosts/interruptible_host.h"
 #include "recording/effects/dry_run_host.h"
 #include "recording/effects/journaling_host.h"
 #include "recording/replay/recorded_host.h"
@@ -40,7 +41,9 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
         m_hosts.push_back(std::make_unique<recording::JournalingHost>(*below, journal));
         below = m_hosts.back().get();
     }
-    m_top = std::make_unique<WatchedHost>(*below, std::move(progress));
+    // Above whatever journals: what an interruption has prevented was not attempted.
+    m_hosts.push_back(std::make_unique<InterruptibleHost>(*below));
+    m_top = std::make_unique<WatchedHost>(*m_hosts.back(), std::move(progress));
 }
 
 HostStack::~HostStack() = default;

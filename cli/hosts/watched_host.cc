@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include "cli/base/text.h"
+#include "scsitool/host/interruption.h"
 
 namespace cli {
 namespace {
@@ -36,14 +37,22 @@ int WatchedHost::openDevice(const std::string& path, host::OpenMode mode) {
 
 host::AppendResult WatchedHost::appendFile(const std::string& path, const std::string& text) {
     show(path);
-    m_appends.push_back({path, text, ForwardingHost::appendFile(path, text)});
-    return m_appends.back().result;
+    const bool begins = host::interruption() == 0;
+    const host::AppendResult result = ForwardingHost::appendFile(path, text);
+    if (begins) {
+        m_appends.push_back({path, text, result});
+    }
+    return result;
 }
 
 host::CommandResult WatchedHost::runCommand(const std::string& command, int timeoutSeconds) {
     show(command);
-    m_commands.push_back({command, ForwardingHost::runCommand(command, timeoutSeconds)});
-    return m_commands.back().result;
+    const bool begins = host::interruption() == 0;
+    host::CommandResult result = ForwardingHost::runCommand(command, timeoutSeconds);
+    if (begins) {
+        m_commands.push_back({command, result});
+    }
+    return result;
 }
 
 int WatchedHost::operateSemaphore(int identifier,

@@ -42,7 +42,8 @@ struct KeeperMemory {
 /// on errno, which it shares. From then on the keeper makes no call that can fail.
 ///
 /// The keeper ends with the thread that started it, and with the keeper, however it ends, its whole
-/// process group is killed. Undo operations of the caller's semaphores (SEM_UNDO) wait for the
+/// process group is killed. (Where memory cannot be shared, as under valgrind, it is copied.) Undo
+/// operations of the caller's semaphores (SEM_UNDO) wait for the
 /// keeper too: a lock that the kernel gives back when a caller dies is not free before that.
 pid_t startKeeper(KeeperMemory& memory);
 

@@ -11,6 +11,7 @@
 
 #include "host/child_process.h"
 #include "host/output_lines.h"
+#include "scsitool/host/interruption.h"
 
 namespace host {
 namespace {
@@ -23,7 +24,7 @@ constexpr std::size_t kPieceSize = 65536;
 // Whether the keeper is still there has to be looked at now and then.
 constexpr Milliseconds kLongestPoll = std::chrono::seconds(1);
 
-enum class Ending { kReported, kTimedOut, kLost };
+enum class Ending { kReported, kTimedOut, kInterrupted, kLost };
 
 int pollTime(Clock::duration left) {
     // Rounded up: a poll that ends just before the limit would be repeated until it is reached.
@@ -67,6 +68,9 @@ Ending follow(ChildProcess& child, Clock::time_point limit, OutputLines& output,
         const int ready = ::poll(waited, 2, pollTime(left));
         if (ready < 0 && errno != EINTR) {
             return Ending::kLost;
+        }
+        if (interruption() != 0) {
+            return Ending::kInterrupted;
         }
         if (ready > 0 && reportEnd.revents != 0) {
             return child.readReport(waitStatus) ? Ending::kReported : Ending::kLost;

@@ -22,7 +22,8 @@ namespace host {
 ///
 /// The wait status is the program's own. At the time limit (seconds; 0 or below is at once) the
 /// program and its whole group are killed: `timedOut` is set, the status is that of signal 9 and
-/// the lines hold what came until then. A program that cannot be executed or started gives 127 << 8
+/// the lines hold what came until then; an interruption (`handleInterruptions`) ends it likewise,
+/// without `timedOut`. A program that cannot be executed or started gives 127 << 8
 /// and no lines.
 ///
 /// The caller's signal mask, handlers and other children are left alone, and it is sent no SIGCHLD;

@@ -15,6 +15,7 @@
 #include "host/machine.h"
 #include "host/machine_paths.h"
 #include "host/request_limits.h"
+#include "host/retrying.h"
 
 namespace host::machine {
 namespace {
@@ -43,7 +44,7 @@ int control(int descriptor, unsigned long request, Argument argument) {
     int result = 0;
     do {
         result = ::ioctl(descriptor, request, argument);
-    } while (result < 0 && errno == EINTR);
+    } while (mayRetry(result));
     return negatedErrno(result);
 }
 

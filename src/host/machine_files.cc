@@ -10,6 +10,7 @@
 #include "host/descriptor.h"
 #include "host/machine.h"
 #include "host/machine_paths.h"
+#include "host/retrying.h"
 
 namespace host::machine {
 namespace {
@@ -42,7 +43,7 @@ int openRetrying(const std::string& path, int flags) {
     int descriptor = -1;
     do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
-    } while (descriptor < 0 && errno == EINTR);
+    } while (mayRetry(descriptor));
     return negatedErrno(descriptor);
 }
 
@@ -60,7 +61,7 @@ int readFile(const std::string& path, std::string& content) {
     char buffer[16384];
     for (;;) {
         const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
-        if (got < 0 && errno == EINTR) {
+        if (mayRetry(got)) {
             continue;
         }
         if (got <= 0) {
@@ -83,7 +84,7 @@ AppendResult appendFile(const std::string& path, const std::string& text) {
     ssize_t written = 0;
     do {
         written = ::write(descriptor, text.data(), text.size());
-    } while (written < 0 && errno == EINTR);
+    } while (mayRetry(written));
     if (written < 0) {
         result.writeError = errno;
     } else if (static_cast<std::size_t>(written) < text.size()) {

@@ -8,6 +8,7 @@
 
 #include "host/machine.h"
 #include "host/machine_paths.h"
+#include "host/retrying.h"
 
 namespace host::machine {
 
@@ -24,7 +25,7 @@ int operateSemaphore(int identifier, const std::vector<SemaphoreOperation>& oper
     int result = 0;
     do {
         result = ::semop(identifier, raw.data(), raw.size());
-    } while (result < 0 && errno == EINTR);
+    } while (mayRetry(result));
     return negatedErrno(result);
 }
 
@@ -44,7 +45,7 @@ int hostName(std::string& name) {
 
 void sleepSeconds(unsigned seconds) {
     timespec left = {static_cast<time_t>(seconds), 0};
-    while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
+    while (mayRetry(::nanosleep(&left, &left))) {
     }
 }
 

@@ -238,6 +238,47 @@ bool refuseSystemCall(int number, int error) {
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
+// Refuses a clone that shares memory, unless it is vfork(2), as an emulator does.
+bool refuseSharedMemory() {
+    constexpr unsigned kFlags = CLONE_VM | CLONE_VFORK;
+    sock_filter program[] = {
+        {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+        {BPF_JMP | BPF_JEQ | BPF_K, 0, 4, static_cast<unsigned>(SYS_clone)},
+        {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, args)},
+        {BPF_ALU | BPF_AND | BPF_K, 0, 0, kFlags},
+        {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, CLONE_VM},
+        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EINVAL},
+        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+    };
+    const sock_fprog filter = {7, program};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+TEST(CommandLifeline, MemoryIsCopiedWhereItCannotBeShared) {
+    const Orphanage orphanage;
+    const TemporaryDirectory directory;
+    const std::string lock = directory.file("lock", "");
+    const pid_t caller = startCaller(
+        [](const std::string& path) {
+            const bool refused = refuseSharedMemory();
+            const CommandResult brief =
+                host::runProgram({SCSITOOL_RUNNER_HELPER, "words", "a"}, kAmple);
+            const CommandResult missing = host::runProgram({"/nonexistent/program"}, kAmple);
+            const CommandResult result = runLongCommand(path, 1);
+            std::_Exit(refused && brief.lines == std::vector<std::string>{"[a]"} &&
+                               missing.waitStatus == 127 << 8 && result.timedOut
+                           ? 0
+                           : 1);
+        },
+        lock);
+    int status = -1;
+    EXPECT_EQ(::waitpid(caller, &status, 0), caller);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(becomesTrue([&lock] { return !isLocked(lock); }));
+    EXPECT_TRUE(noProcessIsLeft());
+}
+
 TEST(CommandLifeline, GroupIsMadeWhereNoSessionCanBe) {
     const Orphanage orphanage;
     const TemporaryDirectory directory;

@@ -9,8 +9,9 @@
 namespace host {
 
 /// The machine itself. It holds no state: every operation is the system call of its name, retried
-/// when a signal interrupts it. All descriptors are opened close-on-exec. Safe for any number of
-/// threads. While a `LiveHostRefusal` exists every operation fails and none is carried out.
+/// when a signal interrupts it (but for one that asks to end, see interruption.h). All descriptors
+/// are opened close-on-exec. Safe for any number of threads. While a `LiveHostRefusal` exists every
+/// operation fails and none is carried out.
 class SCSITOOL_EXPORT LinuxHost : public Host {
   public:
     int openDevice(const std::string& path, OpenMode mode) override;
