@@ -13,6 +13,7 @@
 #include "cli/common/command.h"
 #include "cli/common/context.h"
 #include "cli/common/interrupted.h"
+#include "cli/common/refusals.h"
 #include "cli/output/line_file.h"
 #include "cli/output/trace_sink.h"
 #include "cli/output/utc_time.h"
@@ -119,6 +120,7 @@ class Run {
         const Layout layout = {tty ? m_surroundings.width : 0, tty && m_surroundings.colour};
         Context context = {m_request.options, layout, hosts, trace.log(), m_surroundings.isRoot};
         Report report = runCommand(context);
+        addRefusals(report, context);
         host::ignoreInterruption();
         m_interruption = host::interruption();
         return m_interruption == 0 ? report : interruptedReport(m_interruption, context);
@@ -161,8 +163,11 @@ class Run {
         if (m_request.options.json) {
             const bool dry = m_request.options.dryRun && m_request.options.journalFile.empty();
             text = documentText(report, m_arguments, status, dry, journal);
-        } else if (status == kDone) {
+        } else if (status == kDone || !report.remarks.empty()) {
             text = readableText(report, journal);
+        }
+        for (const std::string& remark : report.remarks) {
+            say(remark, status);
         }
         if (status != kDone) {
             say(report.failure, status);

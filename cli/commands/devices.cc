@@ -1,5 +1,6 @@
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
+#include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
 
 namespace cli {
@@ -17,12 +18,14 @@ class Devices : public Command {
                "More arguments for the rescan script, for instance --rescan-args=--hosts=1")
             ->type_name("S")
             ->needs(rescan);
+        m_force.declare(*app);
         m_factoryOptions.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
         const std::string arguments = scriptArguments({m_rescanArguments});
+        m_force.apply(context);
         CUDIDFactory factory;
         m_factoryOptions.apply(factory);
         context.traceInto(factory);
@@ -42,6 +45,7 @@ class Devices : public Command {
     std::string m_name;
     bool m_rescan = false;
     std::string m_rescanArguments;
+    ForceOption m_force;
     FactoryOptions m_factoryOptions;
 };
 

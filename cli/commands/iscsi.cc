@@ -5,6 +5,7 @@
 #include "cli/common/acting.h"
 #include "cli/common/changes.h"
 #include "cli/common/command.h"
+#include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
 #include "scsitool/scsi/scsitool.h"
 
@@ -26,6 +27,9 @@ class Iscsi : public Command {
         m_logout = app->add_subcommand("logout", "Log out of a target");
         m_logout->add_option("IQN", m_word, "The target's name")->required();
         m_rescan = app->add_subcommand("rescan", "Rescan the open sessions");
+        for (CLI::App* const one : {m_discover, m_login, m_logout, m_rescan}) {
+            m_force.declare(*one);
+        }
         for (CLI::App* const one : {m_login, m_logout, m_rescan}) {
             one->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
         }
@@ -33,6 +37,7 @@ class Iscsi : public Command {
     }
 
     Report run(Context& context) override {
+        m_force.apply(context);
         if (m_iqn->parsed()) {
             return showIqn(context);
         }
@@ -95,6 +100,7 @@ class Iscsi : public Command {
     CLI::App* m_rescan = nullptr;
     std::string m_word;
     bool m_changes = false;
+    ForceOption m_force;
 };
 
 }  // namespace

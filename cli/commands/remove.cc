@@ -3,9 +3,9 @@
 #include "cli/base/failure.h"
 #include "cli/common/acting.h"
 #include "cli/common/command.h"
+#include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
 #include "cli/common/script_arguments.h"
-#include "cli/guard/guard.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -33,19 +33,13 @@ class Remove : public Command {
     CLI::App* declare(CLI::App& parent) override {
         CLI::App* const app = parent.add_subcommand("remove", "Remove a device-mapper map");
         app->add_option("PATH", m_path, "/dev/mapper/NAME")->required();
-        app->add_flag("--force", m_force, "Remove it though it is in use");
+        m_force.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
         const std::string mapName = mapNameOf(m_path);
-        if (!m_force && !mapName.empty()) {
-            Guard guard(context.hosts.aside());
-            guard.checkMap(mapName);
-            if (!guard.refusals().empty()) {
-                return guard.report();
-            }
-        }
+        m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
         factory.removeDevice(m_path);
@@ -61,7 +55,7 @@ class Remove : public Command {
 
   private:
     std::string m_path;
-    bool m_force = false;
+    ForceOption m_force;
 };
 
 class RemoveAddress : public Command {
@@ -73,18 +67,12 @@ class RemoveAddress : public Command {
         app->add_option("CHANNEL", m_address.channel)->required()->check(CLI::NonNegativeNumber);
         app->add_option("TARGET", m_address.id)->required()->check(CLI::NonNegativeNumber);
         app->add_option("LUN", m_address.lun)->required()->check(CLI::NonNegativeNumber);
-        app->add_flag("--force", m_force, "Remove it though it is in use or not trusted");
+        m_force.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
-        if (!m_force) {
-            Guard guard(context.hosts.aside());
-            guard.checkAddress(m_address);
-            if (!guard.refusals().empty()) {
-                return guard.report();
-            }
-        }
+        m_force.apply(context);
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         discovery.RemoveDevice(m_address.host, m_address.channel, m_address.id, m_address.lun);
@@ -97,7 +85,7 @@ class RemoveAddress : public Command {
 
   private:
     SLinuxScsiDevice m_address = {};
-    bool m_force = false;
+    ForceOption m_force;
 };
 
 }  // namespace

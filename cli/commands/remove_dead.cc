@@ -1,11 +1,11 @@
-#include <algorithm>
 #include <cstring>
 
 #include "cli/common/acting.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
+#include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
-#include "cli/guard/guard.h"
+#include "cli/hosts/enumeration_watch.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -13,25 +13,17 @@ namespace {
 
 constexpr const char* kScsiTable = "/proc/scsi/scsi";
 
-bool isAt(const CScsiDeviceData& record, const SLinuxScsiDevice& at) {
-    return record.m_port == at.host && static_cast<int>(record.m_bus) == at.channel &&
-           record.m_target == at.id && record.m_lun == at.lun;
-}
-
-// The addresses that the operation is going to remove, asked for aside.
-std::vector<SLinuxScsiDevice> deadAddresses(host::Host& host, const RecordList& records,
-                                            bool removeLun0) {
-    const host::Scope scope(host);
-    CLinuxDeviceDiscovery discovery;
-    std::vector<SLinuxScsiDevice> dead;
-    for (const SLinuxScsiDevice& address : discovery.getDeviceList(true)) {
-        const bool alive = std::any_of(records.begin(), records.end(),
-                                       [&](const auto& record) { return isAt(*record, address); });
-        if (!alive && (address.lun != 0 || removeLun0)) {
-            dead.push_back(address);
-        }
+// The disks as the enumeration finds them, and what it could not find out.
+RecordList enumerate(CLinuxDeviceDiscovery& discovery, const Context& context,
+                     std::vector<EnumerationGap>& gaps) {
+    EnumerationWatch watch(context.host(), context.isLive());
+    RecordList records;
+    {
+        const host::Scope scope(watch);
+        records = owned(discovery.rescan(false, false, false, "", ""));
     }
-    return dead;
+    gaps = watch.gaps();
+    return records;
 }
 
 class RemoveDead : public Command {
@@ -40,24 +32,20 @@ class RemoveDead : public Command {
         CLI::App* const app = parent.add_subcommand(
             "remove-dead", "Remove every disk address that no disk answers at");
         app->add_flag("--lun0", m_lun0, "Addresses of LUN 0 as well");
-        app->add_flag("--force", m_force, "Remove them though they are in use or not trusted");
+        m_force.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
+        m_force.apply(context);
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
-        const RecordList records = owned(discovery.rescan(false, false, false, "", ""));
-        if (!m_force) {
-            Guard guard(context.hosts.aside());
-            guard.checkInventory();
-            for (const auto& address : deadAddresses(context.hosts.aside(), records, m_lun0)) {
-                guard.checkAddress(address);
-            }
-            if (!guard.refusals().empty()) {
-                return guard.report();
-            }
+        std::vector<EnumerationGap> gaps;
+        const RecordList records = enumerate(discovery, context, gaps);
+        if (!gaps.empty() && !m_force.isGiven()) {
+            return refused(context, gaps);
         }
+        context.hosts.guard().setPurpose(recording::GuardedHost::Purpose::kOnlyDead);
         std::vector<CScsiDeviceData*> list;  // the operation drops records from it
         for (const auto& record : records) {
             list.push_back(record.get());
@@ -67,6 +55,15 @@ class RemoveDead : public Command {
     }
 
   private:
+    // A disk that was not asked has no record and would be taken for dead.
+    static Report refused(Context& context, const std::vector<EnumerationGap>& gaps) {
+        for (const EnumerationGap& gap : gaps) {
+            context.hosts.guard().refuse({gap.path, "not enumerated: it " + gap.reason,
+                                          "disks that live are taken for dead"});
+        }
+        return {};
+    }
+
     static Report outcome(Context& context) {
         const std::vector<RemovedAddress> removed = removedAddresses(context.host().appends());
         Report report;
@@ -94,7 +91,7 @@ class RemoveDead : public Command {
     }
 
     bool m_lun0 = false;
-    bool m_force = false;
+    ForceOption m_force;
 };
 
 }  // namespace

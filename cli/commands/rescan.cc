@@ -1,6 +1,7 @@
 #include "cli/common/acting.h"
 #include "cli/common/changes.h"
 #include "cli/common/command.h"
+#include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
 
 namespace cli {
@@ -13,12 +14,14 @@ class Rescan : public Command {
             parent.add_subcommand("rescan", "Rescan the buses for new logical units");
         app->add_option("ARGS", m_words,
                         "More arguments for the rescan script, behind -- (rescan -- --hosts=1)");
+        m_force.declare(*app);
         app->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
         return app;
     }
 
     Report run(Context& context) override {
         const std::string arguments = scriptArguments(m_words);
+        m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
         ChangeWatch changes(factory, m_changes);
@@ -36,6 +39,7 @@ class Rescan : public Command {
   private:
     std::vector<std::string> m_words;
     bool m_changes = false;
+    ForceOption m_force;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "cli/base/text.h"
 #include "cli/common/command.h"
+#include "cli/common/refusals.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -12,10 +13,12 @@ class Udid : public Command {
         app->add_option("NAME", m_name, "The device, as 'devices' names it")->required();
         app->add_flag("--rescan-if-missing", m_rescanIfMissing,
                       "Rescan the buses when the device is not known");
+        m_force.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
+        m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
         const std::string udid = factory.getCachedUniqueDeviceID(m_name.c_str(), m_rescanIfMissing);
@@ -35,6 +38,7 @@ class Udid : public Command {
   private:
     std::string m_name;
     bool m_rescanIfMissing = false;
+    ForceOption m_force;
 };
 
 }  // namespace

@@ -33,7 +33,7 @@ void addEffects(Report& report, const Context& context) {
     Json commands = Json::array();
     for (const CommandEffect& effect : context.host().commands()) {
         commands.push_back(commandJson(effect));
-        if (!host::isReadCommand(effect.command)) {
+        if (!host::isReadCommand(effect.command) && !isRefused(effect)) {
             for (const std::string& line : effect.result.lines) {
                 report.text += visible(line, true) + "\n";
             }

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -32,6 +33,9 @@ std::vector<RemovedAddress> removedAddresses(const std::vector<AppendEffect>& wr
     std::vector<RemovedAddress> removed;
     for (const AppendEffect& write : writes) {
         RemovedAddress one;
+        if (write.result.openError == EBUSY) {
+            continue;  // nothing but the guard answers so
+        }
         if (readRequest(write, one.address)) {
             one.error = errorOf(write);
             removed.push_back(one);
@@ -45,15 +49,18 @@ std::vector<RemovedAddress> removedAddresses(const std::vector<AppendEffect>& wr
 std::string removalFailure(const std::vector<RemovedAddress>& removed) {
     for (const RemovedAddress& one : removed) {
         if (one.error != 0) {
-            const SLinuxScsiDevice& at = one.address;
-            return fmt::format("{}:{}:{}:{} was not removed: {}: {}{}", at.host, at.channel, at.id,
-                               at.lun, kScsiTable, std::strerror(one.error),
+            return fmt::format("{} was not removed: {}: {}{}", addressText(one.address), kScsiTable,
+                               std::strerror(one.error),
                                one.error == ENOENT
                                    ? " (a kernel without CONFIG_SCSI_PROC_FS has no such file)"
                                    : "");
         }
     }
     return {};
+}
+
+std::string addressText(const SLinuxScsiDevice& address) {
+    return fmt::format("{}:{}:{}:{}", address.host, address.channel, address.id, address.lun);
 }
 
 Json addressJson(const SLinuxScsiDevice& address) {

@@ -41,8 +41,13 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
         m_hosts.push_back(std::make_unique<recording::JournalingHost>(*below, journal));
         below = m_hosts.back().get();
     }
-    // Above whatever journals: what an interruption has prevented was not attempted.
-    m_hosts.push_back(std::make_unique<InterruptibleHost>(*below));
+    auto guard = std::make_unique<recording::GuardedHost>(
+        *below, [this]() -> host::Host& { return aside(); },
+        m_recording ? recording::Silence::kIsNoEvidence : recording::Silence::kIsRefusal);
+    m_guard = guard.get();
+    m_hosts.push_back(std::move(guard));
+    // Above whatever journals or judges: what an interruption has prevented was not attempted.
+    m_hosts.push_back(std::make_unique<InterruptibleHost>(*m_guard));
     m_top = std::make_unique<WatchedHost>(*m_hosts.back(), std::move(progress));
 }
 

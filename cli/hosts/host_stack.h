@@ -10,6 +10,7 @@
 #include "cli/base/options.h"
 #include "cli/hosts/watched_host.h"
 #include "recording/effects/journal.h"
+#include "recording/guard/guarded_host.h"
 #include "recording/replay/recorded_host_data.h"
 #include "scsitool/host/host.h"
 #include "scsitool/host/linux_host.h"
@@ -17,8 +18,8 @@
 namespace cli {
 
 /// The host that a command works on, put together from the options: this machine or a recorded
-/// one, a dry run or a journal over it, and on top of all the watch. For as long as a recorded one
-/// stands in, no thread of the process reaches this machine.
+/// one, a dry run or a journal over it, the guard above these, and on top of all the watch. For as
+/// long as a recorded one stands in, no thread of the process reaches this machine.
 class HostStack {
   public:
     /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. Throws
@@ -30,6 +31,9 @@ class HostStack {
     HostStack& operator=(const HostStack&) = delete;
 
     WatchedHost& top() { return *m_top; }
+
+    /// The guard over the effects.
+    recording::GuardedHost& guard() { return *m_guard; }
 
     /// The same host for questions of the command's own: they leave no line in the journal, use up
     /// no recorded answer and are not watched. Nothing with an effect may be asked of it.
@@ -46,6 +50,7 @@ class HostStack {
     std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before
     const recording::Journal* m_dryRunJournal = nullptr;
     std::unique_ptr<host::Host> m_aside;
+    recording::GuardedHost* m_guard = nullptr;  // one of them
     std::unique_ptr<WatchedHost> m_top;
 };
 

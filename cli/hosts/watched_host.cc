@@ -2,6 +2,9 @@
 
 #include <sys/wait.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include "cli/base/text.h"
 #include "scsitool/host/interruption.h"
 
@@ -70,6 +73,12 @@ void WatchedHost::sleepSeconds(unsigned seconds) {
 
 bool succeeded(const CommandEffect& effect) {
     return !effect.result.timedOut && effect.result.waitStatus == 0;
+}
+
+bool isRefused(const CommandEffect& effect) {
+    constexpr const char* kRefused = "refused: ";
+    return effect.result.waitStatus == EBUSY << 8 && !effect.result.lines.empty() &&
+           effect.result.lines.front().compare(0, std::strlen(kRefused), kRefused) == 0;
 }
 
 std::string endingText(const CommandEffect& effect) {

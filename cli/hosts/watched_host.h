@@ -55,6 +55,9 @@ class WatchedHost : public host::ForwardingHost {
 /// Tells whether the command ended with exit status 0.
 bool succeeded(const CommandEffect& effect);
 
+/// Tells whether the guard refused the command, so that it never ran.
+bool isRefused(const CommandEffect& effect);
+
 /// How a command ended, with the last line it printed: "/sbin/x ended with exit status 1: no". For
 /// a message of one line.
 std::string endingText(const CommandEffect& effect);

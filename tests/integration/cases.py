@@ -3,7 +3,7 @@
 Every case also runs with --json, and its document is held against the schema.
 """
 
-SAMPLES = ("plain-server", "enterprise", "families", "kernel-2.4")
+SAMPLES = ("plain-server", "enterprise", "families", "kernel-2.4", "in-use")
 
 
 def on(sample, *arguments):
@@ -19,7 +19,19 @@ def sample_cases():
             yield f"{sample}.{'_'.join(command).replace('--', '')}", on(sample, *command)
 
 
-CASES = dict(sample_cases()) | {
+# Target and LUN of the disks of that host: each is used in another way, the last two are unused.
+IN_USE = ("0:0", "0:1", "0:2", "0:3", "1:0", "1:1", "2:0", "2:1", "3:0", "3:1", "3:2", "3:3", "3:4",
+          "4:0", "4:1", "4:2", "5:1", "6:1", "7:1", "9:1", "10:1")
+
+
+def use_cases():
+    for place in IN_USE:
+        target, lun = place.split(":")
+        yield (f"in-use.remove_{target}_{lun}",
+               on("in-use", "remove-address", "0", "0", target, lun))
+
+
+CASES = dict(sample_cases()) | dict(use_cases()) | {
     "inquiry": on("enterprise", "inquiry", "/dev/sdb"),
     "inquiry_hex": on("enterprise", "inquiry", "/dev/sdb", "--hex"),
     "inquiry_hex_page": on("enterprise", "inquiry", "/dev/sdb", "--hex", "--page", "83"),
@@ -41,7 +53,12 @@ CASES = dict(sample_cases()) | {
     "iscsi_rescan": on("enterprise", "iscsi", "rescan", "--changes"),
     "iscsi_option_as_name": on("enterprise", "iscsi", "login", "--", "-x"),
     "remove_address": on("kernel-2.4", "remove-address", "1", "0", "0", "1"),
-    "remove_untrusted": on("enterprise", "remove-address", "2", "0", "0", "300"),
+    "remove_long_lun": on("enterprise", "remove-address", "2", "0", "0", "300"),
+    "remove_map_in_use": on("in-use", "remove", "/dev/mapper/mpathm"),
+    "remove_forced": on("in-use", "remove-address", "0", "0", "0", "0", "--force"),
+    "dry_refused": on("in-use", "--dry-run", "remove-address", "0", "0", "0", "0"),
+    "rescan_that_removes": on("in-use", "devices", "--rescan", "--rescan-args=-r"),
+    "logout_in_use": on("in-use", "iscsi", "logout", "iqn.1992-08.com.netapp:sn.135902718"),
     "remove_no_map": on("enterprise", "remove", "/dev/sdb"),
     "no_such_device": on("enterprise", "devices", "/dev/sdzz"),
     "silent_device": on("enterprise", "inquiry", "/dev/sdw"),

@@ -32,8 +32,9 @@ TEST(CliRescan, RunsExactlyTheBusRescan) {
 
 TEST(CliRescan, ArgumentsFollowWithABlank) {
     CliMachine machine(hostWithScript());
-    machine.run({"rescan", "--", "--hosts=1", "-r"});
-    EXPECT_THAT(machine.journal()[0], testing::HasSubstr("--issue-lip -d --hosts=1 -r\""));
+    machine.run({"rescan", "--", "--hosts=1", "-l"});
+    EXPECT_THAT(machine.journal(),
+                testing::Contains(testing::HasSubstr("--issue-lip -d --hosts=1 -l\"")));
 }
 
 TEST(CliRescan, DevicesPassesRescanArgumentsOn) {
@@ -140,6 +141,12 @@ TEST(CliDryRun, ShowsWhatItWouldDoInOrderAndDoesNoneOfIt) {
     recording::RecordedHostData data = smallHost();
     data.files["/proc/scsi/scsi"] = "";
     data.files["/sys/class/scsi_device/2:0:5:1/device/delete"] = "";
+    data.directories["/sys/class/scsi_device/"] = {".", ".."};
+    data.directories["/sys/class/scsi_device/2:0:5:1/device/"] = {".", "..", "delete"};
+    data.directories["/proc/"] = {".", ".."};
+    data.directories["/dev/"] = {".", ".."};
+    data.directories["/sys/class/block/"] = {".", ".."};
+    data.files["/proc/self/mountinfo"] = "";
     data.files["/sys/class/scsi_host/host2/scan"] = "";
     CliMachine machine(data);
     const CliResult result = machine.run({"--dry-run", "remove-address", "2", "0", "5", "1"});

@@ -1,6 +1,7 @@
 """The recorded hosts that ship with the project."""
 
 from . import arrays as a
+from . import in_use as u
 from . import pages as p
 from .hosts import Host
 
@@ -259,5 +260,40 @@ def kernel_2_4():
     return host
 
 
+def in_use():
+    """Every way in which a disk can be used, one disk each; target 9 is unused, target 10 gone."""
+    host = Host("files02", "6.1.0-18-amd64", BY_HAND +
+                "Every disk is used in another way: what a removal refuses.", has_sysfs=False)
+    uses = u.Uses(host)
+    for target, (use, count) in enumerate((
+            (u.mounted_disks, 4), (u.swap_disks, 2), (u.btrfs_disks, 2), (u.stacked_disks, 5),
+            (u.opened_disks, 3))):
+        use(uses, [uses.disk(u.volume(16 * target + lun), (0, 0, target, lun))
+                   for lun in range(count)])
+        if target == 0:
+            host.use_device_mapper()
+    u.multipath_disks(uses, 5, 1)
+    u.power_path_disk(uses, 7, 1)
+    uses.disk(u.volume(200), (0, 0, 9, 1))
+    gone = uses.disk(u.volume(201), (0, 0, 10, 1))
+    host.devices[f"/dev/{gone}"] = {"comment": "Gone: open(2) gives ENXIO.", "open_errno": 6,
+                                    "number": host.devices[f"/dev/{gone}"]["number"]}
+    del host.expected[f"/dev/{gone}"]
+    uses.session((0, 0, 0, 0))
+    uses.finish()
+    host.sysfs_adapters()
+    use_fibre_channel_and_iscsi(host)
+    use_multipath_tools(host)
+    rescan_script(host, "/usr/bin/rescan-scsi-bus.sh")
+    host.files["/usr/bin/rescan-scsi-bus.sh"] = (
+        '#!/bin/bash\nVERSION="20180615"\n'
+        "IPQUAL=$(echo \"$INQ\" | sed -n 's/ *PQual=\\([0-9]*\\)  Device.*/\\1/p')\n")
+    host.command("/usr/bin/sg_inq --len=36 /dev/sg0", [
+        "standard INQUIRY:", "  PQual=0  PDT=0  RMB=0  LU_CONG=0  hot_pluggable=0  version=0x06 ",
+        " Vendor identification: SEAGATE ", " Product identification: ST600MM0009     "])
+    host.command("/usr/bin/sg_inq -V", ["Version string: 2.10 20210328"])
+    return host
+
+
 SAMPLES = {"plain-server": plain_server, "enterprise": enterprise, "families": families,
-           "kernel-2.4": kernel_2_4}
+           "kernel-2.4": kernel_2_4, "in-use": in_use}

@@ -24,7 +24,7 @@ class Host:
     def __init__(self, name, kernel, comment, has_sysfs=True):
         self.name, self.kernel, self.comment = name, kernel, comment
         self.has_sysfs = has_sysfs
-        self.files, self.devices, self.commands = {}, {}, []
+        self.files, self.devices, self.links, self.commands = {}, {}, {}, []
         self.directories = {"/dev/": [".", ".."]}
         self.expected = {}
         self.mounts = [("proc", "/proc", "proc"), ("sysfs", "/sys", "sysfs")]
@@ -208,9 +208,11 @@ class Host:
             f"{source} {target} {kind} rw,relatime 0 0\n" for source, target, kind in self.mounts)
         self.files["/proc/scsi/scsi"] = self.scsi_text()
         directories = {name: self.directories[name] for name in sorted(self.directories)}
+        links = {"links": dict(sorted(self.links.items()))} if self.links else {}
         return {"comment": self.comment, "format": "scsitool-host/1", "hostname": self.name,
                 "kernel_release": self.kernel, "files": dict(sorted(self.files.items())),
-                "directories": directories, "devices": self.devices, "commands": self.commands}
+                "directories": directories, **links, "devices": self.devices,
+                "commands": self.commands}
 
     def scsi_text(self):
         text = "Attached devices:\n"

@@ -1,10 +1,12 @@
-#include "cli/guard/kernel_tables.h"
+#include "recording/guard/kernel/kernel_tables.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
-namespace cli {
+#include "recording/guard/effect/scsi_address.h"
+
+namespace recording::guard {
 namespace {
 
 constexpr int kAccessMode = 3;  // O_ACCMODE: O_RDONLY is 0, O_WRONLY 1, O_RDWR 2
@@ -42,6 +44,13 @@ std::vector<std::string> fieldsOf(const std::string& line) {
 std::string labelled(const std::vector<std::string>& fields, const char* label) {
     const auto at = std::find(fields.begin(), fields.end(), label);
     return at == fields.end() || at + 1 == fields.end() ? "" : *(at + 1);
+}
+
+std::string withoutZeros(const std::string& digits) {
+    const std::size_t start = digits.find_first_not_of('0');
+    return digits.empty() || start != std::string::npos
+               ? digits.substr(std::min(start, digits.size()))
+               : "0";
 }
 
 }  // namespace
@@ -82,6 +91,14 @@ bool isOpenForWriting(const std::string& fdinfo) {
     return (std::strtol(flags.c_str(), nullptr, 8) & kAccessMode) != 0;
 }
 
+bool isEnded(const std::string& stat) {
+    // The name in parentheses may hold anything, parentheses too.
+    const std::size_t name = stat.rfind(')');
+    const std::size_t state =
+        name == std::string::npos ? name : stat.find_first_not_of(' ', name + 1);
+    return state != std::string::npos && (stat[state] == 'Z' || stat[state] == 'X');
+}
+
 std::vector<TableAddress> parseScsiTable(const std::string& text) {
     constexpr const char* kAdapter = "scsi";
     std::vector<TableAddress> addresses;
@@ -91,10 +108,44 @@ std::vector<TableAddress> parseScsiTable(const std::string& text) {
         const std::vector<std::string> fields = fieldsOf(line);
         const std::string host = labelled(fields, "Host:");
         if (host.compare(0, 4, kAdapter) == 0) {
-            addresses.push_back({host.substr(4), labelled(fields, "Lun:")});
+            addresses.push_back({host.substr(4), withoutZeros(labelled(fields, "Channel:")),
+                                 withoutZeros(labelled(fields, "Id:")),
+                                 withoutZeros(labelled(fields, "Lun:"))});
         }
     }
     return addresses;
 }
 
-}  // namespace cli
+std::optional<host::DeviceNumber> parseNumber(const std::string& text,
+                                              host::DeviceNumber::Kind kind) {
+    const std::string line = firstLine(text);
+    const std::size_t colon = line.find(':');
+    if (colon == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto major = parseDecimal(line.substr(0, colon), UINT32_MAX);
+    const auto minor = parseDecimal(line.substr(colon + 1), UINT32_MAX);
+    if (!major || !minor) {
+        return std::nullopt;
+    }
+    return host::DeviceNumber{kind, static_cast<unsigned>(*major), static_cast<unsigned>(*minor)};
+}
+
+std::string numberText(const host::DeviceNumber& number) {
+    return std::to_string(number.major) + ":" + std::to_string(number.minor);
+}
+
+bool isSame(const host::DeviceNumber& a, const host::DeviceNumber& b) {
+    return a.kind != host::DeviceNumber::Kind::kNone && a.kind == b.kind && a.major == b.major &&
+           a.minor == b.minor;
+}
+
+std::string firstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+std::string trimmed(const std::string& text) {
+    return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+}
+
+}  // namespace recording::guard

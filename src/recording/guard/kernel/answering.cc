@@ -1,0 +1,132 @@
+#include "recording/guard/kernel/answering.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "recording/guard/kernel/kernel_tables.h"
+
+namespace recording::guard {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Kind = Answer::Kind;
+
+constexpr std::size_t kHeader = 8;  // of the command buffer
+constexpr std::uint8_t kInquiry = 0x12;
+constexpr std::uint8_t kStandardLength = 36;
+constexpr std::uint8_t kPageLength = 252;
+constexpr std::uint8_t kIdentification = 0x83;
+
+Answer without(Kind kind, const std::string& why) {
+    Answer answer;
+    answer.kind = kind;
+    answer.why = why;
+    return answer;
+}
+
+host::CommandBuffer inquiry(bool evpd, std::uint8_t page, std::uint8_t length) {
+    host::CommandBuffer buffer = {};
+    const std::uint32_t outputLength = length;
+    std::memcpy(buffer.data() + 4, &outputLength, sizeof outputLength);
+    buffer[kHeader] = kInquiry;
+    buffer[kHeader + 1] = evpd ? 1 : 0;
+    buffer[kHeader + 2] = page;
+    buffer[kHeader + 4] = length;
+    return buffer;
+}
+
+// 0 with the response, a positive SCSI status or a negated errno.
+int ask(host::Host& host, const std::string& node, host::CommandBuffer& buffer) {
+    const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
+    if (descriptor < 0) {
+        return descriptor;
+    }
+    const int result = host.sendCommand(descriptor, buffer);
+    host.closeDevice(descriptor);
+    return result;
+}
+
+std::string field(const Bytes& bytes, std::size_t start, std::size_t length) {
+    return trimmed(std::string(bytes.begin() + static_cast<std::ptrdiff_t>(start),
+                               bytes.begin() + static_cast<std::ptrdiff_t>(start + length)));
+}
+
+std::string failureText(int result) {
+    return result > 0 ? "INQUIRY ended with SCSI status " + std::to_string(result)
+                      : std::strerror(-result);
+}
+
+}  // namespace
+
+Answer parseStandardInquiry(const Bytes& bytes) {
+    if (bytes.size() < kStandardLength) {
+        return without(Kind::kUnclear, "the INQUIRY data end early");
+    }
+    if (std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; })) {
+        return without(Kind::kUnclear, "the INQUIRY data are zeros");
+    }
+    const unsigned qualifier = bytes[0] >> 5;
+    if (qualifier != 0) {
+        return without(Kind::kGone,
+                       "its INQUIRY data say peripheral qualifier " + std::to_string(qualifier));
+    }
+    Answer answer;
+    answer.kind = Kind::kConnected;
+    answer.vendor = field(bytes, 8, 8);
+    answer.product = field(bytes, 16, 16);
+    answer.revision = field(bytes, 32, 4);
+    answer.deviceType = bytes[0] & 0x1FU;
+    return answer;
+}
+
+Answer askDisk(Evidence& evidence, const std::string& node) {
+    host::CommandBuffer buffer = inquiry(false, 0, kStandardLength);
+    const int result = ask(evidence.host(), node, buffer);
+    if (result == 0) {
+        return parseStandardInquiry(
+            Bytes(buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength));
+    }
+    // A recorded host that has no such node, or no answer of it, does not speak of the disk.
+    const bool isUnrecorded = evidence.isRecorded() && (isMissing(result) || result == -ENOTTY);
+    return without(isNoDevice(result) || isUnrecorded ? Kind::kGone : Kind::kUnclear,
+                   failureText(result));
+}
+
+Identity askIdentity(Evidence& evidence, const std::string& node) {
+    host::CommandBuffer buffer = inquiry(true, kIdentification, kPageLength);
+    Identity identity;
+    identity.error = ask(evidence.host(), node, buffer);
+    if (identity.error == 0 && buffer[kHeader + 1] != kIdentification) {
+        identity.error = -EIO;
+    }
+    if (identity.error == 0) {
+        const std::size_t stated = buffer[kHeader + 2] * 256U + buffer[kHeader + 3];
+        const std::size_t length = std::min<std::size_t>(stated, kPageLength - 4U);
+        const auto start = buffer.begin() + kHeader + 4;
+        identity.designators.assign(start, start + static_cast<std::ptrdiff_t>(length));
+    }
+    return identity;
+}
+
+std::vector<Bytes> logicalUnitNames(const Bytes& page) {
+    constexpr std::size_t kDesignatorHeader = 4;
+    constexpr unsigned kAssociation = 0x30;
+    std::vector<Bytes> names;
+    std::size_t start = 0;
+    while (start + kDesignatorHeader <= page.size()) {
+        const std::size_t end = start + kDesignatorHeader + page[start + 3];
+        if (end > page.size()) {
+            break;
+        }
+        if ((page[start + 1] & kAssociation) == 0) {
+            names.emplace_back(page.begin() + static_cast<std::ptrdiff_t>(start),
+                               page.begin() + static_cast<std::ptrdiff_t>(end));
+        }
+        start = end;
+    }
+    return names;
+}
+
+}  // namespace recording::guard

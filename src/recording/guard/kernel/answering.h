@@ -1,0 +1,51 @@
+#ifndef SCSITOOL_RECORDING_GUARD_KERNEL_ANSWERING_H
+#define SCSITOOL_RECORDING_GUARD_KERNEL_ANSWERING_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recording/guard/kernel/evidence.h"
+
+namespace recording::guard {
+
+/// What a disk says to a standard INQUIRY.
+struct Answer {
+    enum class Kind {
+        kConnected,  ///< peripheral qualifier 0
+        kGone,       ///< no device behind the node, or one that is not connected
+        kUnclear,    ///< it could not be asked, or failed for a reason that is no proof
+    };
+    Kind kind = Kind::kUnclear;
+    std::string why;  ///< what was seen, for everything but kConnected
+    /// The fields of SPC's standard INQUIRY data, blanks at their ends taken off.
+    std::string vendor;
+    std::string product;
+    std::string revision;
+    unsigned deviceType = 0;
+};
+
+/// Reads standard INQUIRY data. An answer of zeros alone is none: the kernel hands it over for a
+/// command that never reached the disk.
+Answer parseStandardInquiry(const std::vector<std::uint8_t>& bytes);
+
+/// Asks the disk behind a node. A node that is not there is kUnclear, on a recorded host kGone.
+Answer askDisk(Evidence& evidence, const std::string& node);
+
+/// The designators of a disk's page 0x83, its header taken off.
+struct Identity {
+    int error = 0;  ///< 0, a positive SCSI status or the negated errno of what failed
+    std::vector<std::uint8_t> designators;
+};
+
+/// Asks the disk behind a node for its page 0x83.
+Identity askIdentity(Evidence& evidence, const std::string& node);
+
+/// The designators of page 0x83, its header taken off, that name the logical unit itself
+/// (association 0): those of a port differ from path to path.
+std::vector<std::vector<std::uint8_t>> logicalUnitNames(const std::vector<std::uint8_t>& page);
+
+}  // namespace recording::guard
+
+#endif

@@ -1,0 +1,167 @@
+#include "guard_machine.h"
+#include "recording/guard/kernel/answering.h"
+#include "recording/guard/kernel/kernel_tables.h"
+#include "recording/guard/rules/script_check.h"
+#include "recording/guard/rules/script_reading.h"
+
+namespace {
+
+using namespace recording::guard;
+using Kind = Answer::Kind;
+using recording::Bytes;
+
+const std::vector<std::string> kInqOutput = {
+    "standard INQUIRY:", "  PQual=0  PDT=0  RMB=0  LU_CONG=0  hot_pluggable=0  version=0x05 ",
+    " Vendor identification: ACME    ", " Product identification: Disk            "};
+
+TEST(GuardScriptReading, AScriptThatLooksForWhatIsPrintedReadsIt) {
+    const ScriptReading reading = parseScript(test::rescanScript(test::kReadable));
+    EXPECT_EQ(reading.version, "20230413");
+    EXPECT_EQ(reading.ways.size(), 2U);
+    EXPECT_EQ(missedBy(reading, kInqOutput), "");
+}
+
+TEST(GuardScriptReading, AScriptThatLooksForSomethingElseMissesIt) {
+    const ScriptReading reading = parseScript(test::rescanScript(test::kUnreadable));
+    EXPECT_EQ(missedBy(reading, kInqOutput), test::kUnreadable);
+    EXPECT_EQ(
+        missedBy(reading, {"  PQual=0  Device_type=0  RMB=0 ", " Vendor identification: ACME"}),
+        "");
+}
+
+TEST(GuardScriptReading, EveryOutputButTheExpectedOneIsMissed) {
+    const ScriptReading reading = parseScript(test::rescanScript(test::kReadable));
+    EXPECT_NE(missedBy(reading, {}), "");
+    EXPECT_NE(missedBy(reading, {""}), "");
+    EXPECT_NE(missedBy(reading, {"  PQual=0  PDT=0 "}), "") << "no vendor";
+    EXPECT_NE(missedBy(reading, {"  PQual=3  PDT=0 ", " Vendor identification: A"}), "")
+        << "a connected disk has qualifier 0";
+    EXPECT_NE(missedBy(reading, {"  PQual=  PDT=0 ", " Vendor identification: A"}), "");
+}
+
+TEST(GuardScriptReading, OneWayOfSeveralIsEnough) {
+    const ScriptReading reading = parseScript(
+        "IPQUAL=`echo \"$INQ\" | sed -n 's/ *PQual=\\([0-9]*\\)  Device.*/\\1/p'`\n"
+        "[ -z \"$IPQUAL\" ] && IPQUAL=$(echo \"$INQ\" | sed -n -E "
+        "'s, *PQual=([0-9]+) +(PDT|x)=.*,\\1,p')\n");
+    EXPECT_EQ(reading.ways.at("IPQUAL").size(), 2U);
+    EXPECT_EQ(missedBy(reading, kInqOutput), "");
+}
+
+TEST(GuardScriptReading, WhatIsNoReadingIsNone) {
+    EXPECT_TRUE(parseScript("").ways.empty());
+    EXPECT_TRUE(parseScript("# IPQUAL=$(echo \"$INQ\" | sed -n 's/a/b/p')\n"
+                            "IVEND=$(cat \"${SCSIPATH}/device/vendor\")\n"
+                            "IPQUAL=3\nIPQUAL=$(echo \"$INQ\")\n"
+                            "IPQUAL=$(echo \"$INQ\" | sed 's/a/b/')\n"
+                            "IPQUAL=$(echo \"$INQ\" | sed -n 's')\n"
+                            "IPQUAL=$(echo \"$INQ\" | sed -n '")
+                    .ways.empty());
+    const ScriptReading broken = parseScript("IPQUAL=$(echo \"$INQ\" | sed -n 's/\\(/b/p')\n");
+    EXPECT_EQ(missedBy(broken, kInqOutput), "\\(") << "what does not compile matches nothing";
+}
+
+TEST(GuardScriptReading, ChangesThatTheScriptSees) {
+    Answer live;
+    live.vendor = "ACME";
+    live.product = "Disk";
+    live.revision = "0430";
+    const KernelIdentity same = {"ACME", "Disk", "0430", "0"};
+    const auto with = [&](std::string KernelIdentity::*member, const char* value) {
+        KernelIdentity changed = same;
+        changed.*member = value;
+        return changed;
+    };
+    EXPECT_FALSE(isChanged(same, live, false, false));
+    for (auto member :
+         {&KernelIdentity::vendor, &KernelIdentity::product, &KernelIdentity::deviceType}) {
+        EXPECT_TRUE(isChanged(with(member, "x"), live, true, false));
+        EXPECT_TRUE(isChanged(with(member, ""), live, true, false));
+        EXPECT_FALSE(isChanged(with(member, ""), live, true, true)) << "not spoken of";
+    }
+    EXPECT_TRUE(isChanged(with(&KernelIdentity::revision, "0431"), live, false, false));
+    EXPECT_FALSE(isChanged(with(&KernelIdentity::revision, "0431"), live, true, false));
+}
+
+TEST(GuardAnswering, StandardInquiryData) {
+    const Bytes bytes = test::standardInquiry();
+    const Answer answer = parseStandardInquiry(bytes);
+    EXPECT_EQ(answer.kind, Kind::kConnected);
+    EXPECT_EQ(answer.vendor, "ACME");
+    EXPECT_EQ(answer.product, "Disk");
+    EXPECT_EQ(answer.revision, "0430");
+    EXPECT_EQ(answer.deviceType, 0U);
+    Bytes tape = bytes;
+    tape[0] = 0x01;
+    EXPECT_EQ(parseStandardInquiry(tape).deviceType, 1U);
+    for (const int qualifier : {0x20, 0x60, 0x7F, 0xE0}) {
+        Bytes other = bytes;
+        other[0] = static_cast<std::uint8_t>(qualifier);
+        EXPECT_EQ(parseStandardInquiry(other).kind, Kind::kGone) << qualifier;
+    }
+    EXPECT_EQ(parseStandardInquiry(Bytes(36, 0)).kind, Kind::kUnclear);
+    EXPECT_EQ(parseStandardInquiry(Bytes(bytes.begin(), bytes.end() - 1)).kind, Kind::kUnclear);
+    EXPECT_EQ(parseStandardInquiry({}).kind, Kind::kUnclear);
+}
+
+TEST(GuardAnswering, NamesOfTheLogicalUnit) {
+    Bytes page = test::identification(7, 1);
+    page.erase(page.begin(), page.begin() + 4);
+    const auto names = logicalUnitNames(page);
+    ASSERT_EQ(names.size(), 1U) << "the port's designator names no unit";
+    EXPECT_EQ(names[0], Bytes(page.begin(), page.begin() + 12));
+    for (std::size_t length = 0; length < 12; ++length) {
+        EXPECT_TRUE(
+            logicalUnitNames(Bytes(page.begin(), page.begin() + static_cast<long>(length))).empty())
+            << length;
+    }
+    EXPECT_EQ(logicalUnitNames(Bytes(64, 0)).size(), 16U) << "empty designators come to an end";
+}
+
+TEST(GuardKernelTables, ShortAndOddLinesAreSurvived) {
+    EXPECT_TRUE(parseMountInfo("").empty());
+    EXPECT_TRUE(
+        parseMountInfo("1 2 8:1 / /x rw\n1 2 8:1 / /x rw -\n1 2 8:1 / /x rw - a\n- a b").empty());
+    EXPECT_EQ(parseMountInfo("1 2 8:1 / /x rw master:1 shared:2 - a b c\n")[0].source, "b");
+    EXPECT_EQ(parseMountInfo("1 2 8:1 / /a\\134b\\9\\04 rw - a b c")[0].point, "/a\\b\\9\\04");
+    EXPECT_TRUE(parseSwaps("").empty());
+    EXPECT_TRUE(parseSwaps("Filename\n\n").empty());
+    EXPECT_FALSE(isOpenForWriting(""));
+    EXPECT_FALSE(isOpenForWriting("flags:"));
+    EXPECT_TRUE(isOpenForWriting("flags:\t0100001"));
+    EXPECT_TRUE(isOpenForWriting("flags:\t0100002"));
+    EXPECT_FALSE(isOpenForWriting("flags:\t0100000"));
+}
+
+TEST(GuardKernelTables, ProcessesThatHaveEnded) {
+    EXPECT_TRUE(isEnded("7 (a) Z 1"));
+    EXPECT_TRUE(isEnded("7 (a) X 1"));
+    EXPECT_FALSE(isEnded("7 (a) Z) S 1"));
+    EXPECT_FALSE(isEnded("7 (a) D 1"));
+    EXPECT_FALSE(isEnded("7 (a)"));
+    EXPECT_FALSE(isEnded(""));
+}
+
+TEST(GuardKernelTables, AddressesOfTheScsiTable) {
+    EXPECT_TRUE(parseScsiTable("Host: other0 Lun: 1\nHost:\nLun: 7\n").empty());
+    const TableAddress full = parseScsiTable("Host: scsi12 Channel: 00 Id: 03 Lun: 300")[0];
+    EXPECT_EQ(full.host + " " + full.channel + " " + full.target + " " + full.lun, "12 0 3 300");
+    EXPECT_EQ(parseScsiTable("Host: scsi1 Lun:")[0].lun, "");
+}
+
+TEST(GuardKernelTables, Numbers) {
+    const auto kind = host::DeviceNumber::Kind::kBlock;
+    const auto number = parseNumber("8:17\nx", kind);
+    ASSERT_TRUE(number);
+    EXPECT_EQ(numberText(*number), "8:17");
+    for (const char* text : {"", ":", "8", "8:", ":1", "a:1", "8:1 ", "4294967296:0"}) {
+        EXPECT_FALSE(parseNumber(text, kind)) << text;
+    }
+    EXPECT_TRUE(isSame({kind, 8, 1}, {kind, 8, 1}));
+    EXPECT_FALSE(isSame({kind, 8, 1}, {host::DeviceNumber::Kind::kCharacter, 8, 1}));
+    EXPECT_FALSE(isSame({kind, 8, 1}, {kind, 8, 2}));
+    EXPECT_FALSE(isSame({kind, 8, 1}, {kind, 9, 1}));
+    EXPECT_FALSE(isSame({}, {})) << "what has no number is like nothing";
+}
+
+}  // namespace
