@@ -107,16 +107,18 @@ int MemoryHost::deviceSize(int /*descriptor*/, std::uint64_t& bytes) {
     return 0;
 }
 
-int MemoryHost::readFile(const std::string& path, std::string& content) {
+host::ReadResult MemoryHost::readFile(const std::string& path) {
+    host::ReadResult result;
     if (path != "/proc/partitions") {
-        return -ENOENT;
+        result.openError = ENOENT;
+        return result;
     }
-    content = m_partitions;
-    return 0;
+    result.content = m_partitions;
+    return result;
 }
 
-host::AppendResult MemoryHost::appendFile(const std::string& /*path*/,
-                                          const std::string& /*text*/) {
+host::AppendResult MemoryHost::appendFile(const std::string& /*path*/, const std::string& /*text*/,
+                                          const host::BeforeWrite& /*beforeWrite*/) {
     host::AppendResult result;
     result.openError = ENOENT;
     return result;

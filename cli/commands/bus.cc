@@ -104,13 +104,12 @@ class Bus : public Command {
         report.data = dataOf(inventory);
         report.text = textOf(inventory, discovery, context.layout);
         if (inventory.devices.empty()) {
-            std::string content;
-            const int error = context.hosts.aside().readFile(kScsiTable, content);
+            const int error = context.hosts.aside().readFile(kScsiTable).error();
             report.failure =
-                error < 0 ? std::string(kScsiTable) + ": " + std::strerror(-error) +
-                                "; a kernel built without CONFIG_SCSI_PROC_FS has no such table, "
-                                "try 'scsitool disks'"
-                          : std::string(kScsiTable) + " names no device";
+                error != 0 ? std::string(kScsiTable) + ": " + std::strerror(error) +
+                                 "; a kernel built without CONFIG_SCSI_PROC_FS has no such table, "
+                                 "try 'scsitool disks'"
+                           : std::string(kScsiTable) + " names no device";
         }
         return report;
     }

@@ -78,10 +78,9 @@ class RemoveDead : public Command {
         addEffects(report, context);
         report.text = removed.empty() ? "no dead address\n" : table.str(context.layout);
         report.failure = removalFailure(removed);
-        std::string content;
-        const int error = context.hosts.aside().readFile(kScsiTable, content);
-        if (error < 0) {
-            report.failure = std::string(kScsiTable) + ": " + std::strerror(-error) +
+        const int error = context.hosts.aside().readFile(kScsiTable).error();
+        if (error != 0) {
+            report.failure = std::string(kScsiTable) + ": " + std::strerror(error) +
                              "; without the inventory nothing is known to be dead";
         }
         if (report.failure.empty()) {

@@ -11,14 +11,13 @@ namespace {
 
 // The file is one of this machine, whatever host is worked on.
 DeviceMap loadPreset(const std::string& path) {
-    std::string text;
-    const int error = host::readInputFile(path, text);
-    if (error < 0) {
-        throw UsageError(path + ": cannot read the preset file: " + std::strerror(-error));
+    const host::ReadResult read = host::readInputFile(path);
+    if (read.error() != 0) {
+        throw UsageError(path + ": cannot read the preset file: " + std::strerror(read.error()));
     }
     nlohmann::json preset;
     try {
-        preset = recording::parseStrictJson(text);
+        preset = recording::parseStrictJson(read.content);
     } catch (const recording::JsonError& wrong) {
         throw UsageError(path + ":" + wrong.place() + ": " + wrong.what());
     }

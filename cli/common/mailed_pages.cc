@@ -55,12 +55,11 @@ Bytes keyOf(const std::string& page, const std::string& argument) {
 }
 
 Bytes loadPage(const std::string& file) {
-    std::string text;
-    const int error = host::readInputFile(file, text);
-    if (error < 0) {
-        throw UsageError(file + ": cannot read the page: " + std::strerror(-error));
+    const host::ReadResult read = host::readInputFile(file);
+    if (read.error() != 0) {
+        throw UsageError(file + ": cannot read the page: " + std::strerror(read.error()));
     }
-    Bytes bytes = readHexText(text, file);
+    Bytes bytes = readHexText(read.content, file);
     if (bytes.size() > kLongestPage) {
         throw UsageError(fmt::format("{}: {} bytes, expected one page of at most {}", file,
                                      bytes.size(), kLongestPage));

@@ -76,10 +76,11 @@ int EnumerationWatch::addressWords(int descriptor, host::AddressWords& words) {
     return result;
 }
 
-int EnumerationWatch::readFile(const std::string& path, std::string& content) {
-    const int result = ForwardingHost::readFile(path, content);
-    if (result < 0 && (result != -ENOENT || (m_isLive && path == kDiskList))) {
-        note(path, "cannot be read: ", result);
+host::ReadResult EnumerationWatch::readFile(const std::string& path) {
+    host::ReadResult result = ForwardingHost::readFile(path);
+    const int error = result.error();
+    if (error != 0 && (error != ENOENT || (m_isLive && path == kDiskList))) {
+        note(path, "cannot be read: ", -error);
     }
     return result;
 }

@@ -29,7 +29,7 @@ class EnumerationWatch : public host::ForwardingHost {
     int closeDevice(int descriptor) override;
     int sendCommand(int descriptor, host::CommandBuffer& buffer) override;
     int addressWords(int descriptor, host::AddressWords& words) override;
-    int readFile(const std::string& path, std::string& content) override;
+    host::ReadResult readFile(const std::string& path) override;
     host::DirectoryListing listDirectory(const std::string& path) override;
 
     const std::vector<EnumerationGap>& gaps() const { return m_gaps; }

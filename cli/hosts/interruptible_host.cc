@@ -47,12 +47,14 @@ int InterruptibleHost::deviceSize(int descriptor, std::uint64_t& bytes) {
     return endIsAsked() ? -EINTR : m_inner.deviceSize(descriptor, bytes);
 }
 
-int InterruptibleHost::readFile(const std::string& path, std::string& content) {
-    return endIsAsked() ? -EINTR : m_inner.readFile(path, content);
+host::ReadResult InterruptibleHost::readFile(const std::string& path) {
+    return endIsAsked() ? host::ReadResult{EINTR, 0, {}} : m_inner.readFile(path);
 }
 
-host::AppendResult InterruptibleHost::appendFile(const std::string& path, const std::string& text) {
-    return endIsAsked() ? host::AppendResult{EINTR, 0} : m_inner.appendFile(path, text);
+host::AppendResult InterruptibleHost::appendFile(const std::string& path, const std::string& text,
+                                                 const host::BeforeWrite& beforeWrite) {
+    return endIsAsked() ? host::AppendResult{EINTR, 0}
+                        : m_inner.appendFile(path, text, beforeWrite);
 }
 
 bool InterruptibleHost::pathExists(const std::string& path) {

@@ -38,10 +38,11 @@ int WatchedHost::openDevice(const std::string& path, host::OpenMode mode) {
     return ForwardingHost::openDevice(path, mode);
 }
 
-host::AppendResult WatchedHost::appendFile(const std::string& path, const std::string& text) {
+host::AppendResult WatchedHost::appendFile(const std::string& path, const std::string& text,
+                                           const host::BeforeWrite& beforeWrite) {
     show(path);
     const bool begins = host::interruption() == 0;
-    const host::AppendResult result = ForwardingHost::appendFile(path, text);
+    const host::AppendResult result = ForwardingHost::appendFile(path, text, beforeWrite);
     if (begins) {
         m_appends.push_back({path, text, result});
     }

@@ -34,7 +34,8 @@ class WatchedHost : public host::ForwardingHost {
         : ForwardingHost(inner), m_progress(std::move(progress)) {}
 
     int openDevice(const std::string& path, host::OpenMode mode) override;
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int operateSemaphore(int identifier,
                          const std::vector<host::SemaphoreOperation>& operations) override;

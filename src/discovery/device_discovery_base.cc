@@ -1,5 +1,6 @@
 #include "scsitool/discovery/device_discovery_base.h"
 
+#include "discovery/interrogation.h"
 #include "scsitool/kit/semaphore.h"
 #include "tools/trace.h"
 
@@ -16,6 +17,14 @@ constexpr char kSource[] = "device_discovery_base";
 constexpr int kSemaphoreKey = 1001;
 constexpr int kSemaphoreCount = 1;
 constexpr int kSemaphoreFlags = 01666;  // IPC_CREAT, everybody may use it
+
+constexpr discovery::InterrogationWords kRescanWords = {
+    "libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk ",
+    "libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk ",
+    "libscsitool: ERROR: CDeviceDiscoveryBase::rescan() failed."};
+constexpr discovery::InterrogationWords kValidationWords = {
+    nullptr, "libscsitool: Info: CDeviceDiscoveryBase:: validateDevice FAILED - Remove disk ",
+    "libscsitool: ERROR: CDeviceDiscoveryBase:: validateDevice() failed."};
 
 }  // namespace
 
@@ -52,27 +61,15 @@ std::vector<CScsiDeviceData*> CDeviceDiscoveryBase::rescan(bool withBusRescan, b
     traceTo(m_traceLog, 3, "libscsitool: Info: CDeviceDiscoveryBase::rescan().");
     traceTo(m_traceLog, 3, "Acquring lock .");
     traceTo(m_traceLog, 3, "Got the lock .");
-    std::vector<CScsiDeviceData*> devices;
-    try {
+    const auto enumerate = [&] {
         if (withBusRescan) {
             rescanScsiBus(busRescanFlag, busRescanArgument);
             m_dmpDiscoveryManager.rescan();
         }
-        devices = enumerateDevices(enumerateArgument);
-        for (CScsiDeviceData* const device : devices) {
-            const char* const name = device->m_deviceName.c_str();
-            traceTo(m_traceLog, 6,
-                    "libscsitool: Info: CDeviceDiscoveryBase:: Getting data for disk %s.", name);
-            if (m_scsiTool.UpdateDevice(device) != 0) {
-                // The record stays, whatever the words say: the factory acts on its state.
-                traceTo(m_traceLog, 3,
-                        "libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk %s.",
-                        name);
-            }
-        }
-    } catch (...) {
-        traceTo(m_traceLog, 1, "libscsitool: ERROR: CDeviceDiscoveryBase::rescan() failed.");
-    }
+        return enumerateDevices(enumerateArgument);
+    };
+    std::vector<CScsiDeviceData*> devices =
+        discovery::interrogate(enumerate, m_scsiTool, m_traceLog, kRescanWords);
     traceTo(m_traceLog, 3, "Releasing the lock .");
     traceTo(m_traceLog, 3, "libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit.");
     return devices;
@@ -80,20 +77,6 @@ std::vector<CScsiDeviceData*> CDeviceDiscoveryBase::rescan(bool withBusRescan, b
 
 std::vector<CScsiDeviceData*> CDeviceDiscoveryBase::validateDevice(std::string deviceName) {
     const CFiTraceLogFunction function(m_traceLog, "validateDevice", kSource);
-    std::vector<CScsiDeviceData*> devices;
-    try {
-        devices = validateEnumerateDevices(deviceName);
-        for (CScsiDeviceData* const device : devices) {
-            if (m_scsiTool.UpdateDevice(device) != 0) {
-                traceTo(m_traceLog, 3,
-                        "libscsitool: Info: CDeviceDiscoveryBase:: validateDevice FAILED - Remove "
-                        "disk %s.",
-                        device->m_deviceName.c_str());
-            }
-        }
-    } catch (...) {
-        traceTo(m_traceLog, 1,
-                "libscsitool: ERROR: CDeviceDiscoveryBase:: validateDevice() failed.");
-    }
-    return devices;
+    const auto enumerate = [&] { return validateEnumerateDevices(deviceName); };
+    return discovery::interrogate(enumerate, m_scsiTool, m_traceLog, kValidationWords);
 }

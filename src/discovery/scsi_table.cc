@@ -1,5 +1,7 @@
 #include "discovery/scsi_table.h"
 
+#include <algorithm>
+
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
 #include "tools/line_reader.h"
@@ -8,11 +10,11 @@ namespace discovery {
 
 bool readScsiTable(host::Host& host, std::vector<std::string>& lines) {
     constexpr std::size_t kLineBuffer = 255;
-    std::string content;
-    if (host.readFile(kScsiTable, content) < 0) {
+    const host::ReadResult file = host.readFile(kScsiTable);
+    if (file.openError != 0) {
         return false;
     }
-    lines = tools::fgetsPieces(content, kLineBuffer);
+    lines = tools::fgetsPieces(file, kLineBuffer);
     return true;
 }
 
@@ -31,6 +33,16 @@ bool parseAddress(const std::string& line, SLinuxScsiDevice& address) {
 const std::string* typeLine(const std::vector<std::string>& lines, std::size_t index) {
     constexpr std::size_t kLinesBehind = 2;
     return lines.size() > index + kLinesBehind ? &lines[index + kLinesBehind] : nullptr;
+}
+
+int countDevices(host::Host& host) {
+    try {
+        std::vector<std::string> lines;
+        readScsiTable(host, lines);
+        return static_cast<int>(std::count_if(lines.begin(), lines.end(), isDeviceLine));
+    } catch (...) {
+        return 0;
+    }
 }
 
 }  // namespace discovery

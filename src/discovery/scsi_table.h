@@ -16,11 +16,8 @@ namespace discovery {
 /// The kernel's table of SCSI devices; it takes commands too ("scsi add-single-device ...").
 inline constexpr char kScsiTable[] = "/proc/scsi/scsi";
 
-/// The source that Linux discovery names in its function traces.
-inline constexpr char kTraceSource[] = "device_discovery_linux";
-
 /// Reads the table's lines, which are kept with their line feeds and cut at 254 characters. Gives
-/// false when it cannot be read.
+/// false when it cannot be opened. Of a table whose read fails the lines read by then are taken.
 bool readScsiTable(host::Host& host, std::vector<std::string>& lines);
 
 /// Tells whether a line begins a device of the table.
@@ -33,6 +30,9 @@ bool parseAddress(const std::string& line, SLinuxScsiDevice& address);
 /// The line that tells the type of the device whose first line is at `index`, null when the table
 /// ends before it.
 const std::string* typeLine(const std::vector<std::string>& lines, std::size_t index);
+
+/// The number of devices in the table; 0 where it cannot be read. Never throws.
+int countDevices(host::Host& host);
 
 }  // namespace discovery
 

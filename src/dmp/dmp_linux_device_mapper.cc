@@ -35,7 +35,8 @@ CDmpLinuxDeviceMapper::~CDmpLinuxDeviceMapper() = default;
 
 int CDmpLinuxDeviceMapper::enumerateDmpDevices(DeviceMap& devices) {
     const CFiTraceLogFunction function(m_traceLog, "enumerateDmpDevices", kSource);
-    const std::vector<std::string> paths = readDir(std::string(kMapDirectory), "");
+    const std::vector<std::string> paths =
+        dmp::readDir(host::current(), std::string(kMapDirectory), "");
     traceTo(m_traceLog, 3, "INFO: readdir lines returned [%ld] devices.",
             static_cast<long>(paths.size()));
     // ".", ".." and "control" pass: they cannot be opened as disks and drop out there.
@@ -56,7 +57,7 @@ int CDmpLinuxDeviceMapper::rescan() {
     const CFiTraceLogFunction function(m_traceLog, "rescan", kSource);
     const std::string command = "/sbin/multipath -v0 ";
     traceTo(m_traceLog, 6, "calling command [%s].", command.c_str());
-    const tools::CommandRun run = tools::runCommand(command, m_traceLog);
+    const tools::CommandRun run = tools::runCommand(host::current(), command, m_traceLog);
     if (run.result != 0) {
         const std::string text = qzfi_pdk_4_4::CFiStringTool::vec2str(run.output, "");
         traceTo(m_traceLog, 1, "Failed to refresh devices with message ==>%s.", text.c_str());

@@ -53,9 +53,10 @@ constexpr RefreshStep kRefreshSteps[] = {
      "CDmpPowerPathDiscovery: running powerpath save failed with error [ ", "]."},
 };
 
-void runStep(const RefreshStep& step, const CFiSmartPtr<CFiTraceLog>& log) {
+void runStep(host::Host& host, const RefreshStep& step, const CFiSmartPtr<CFiTraceLog>& log) {
     traceTo(log, 3, "%s", step.progressLine);
-    const tools::CommandRun run = tools::runCommand(std::string(kPowermt) + step.arguments, log);
+    const tools::CommandRun run =
+        tools::runCommand(host, std::string(kPowermt) + step.arguments, log);
     if (run.result != 0) {
         const std::string text = qzfi_pdk_4_4::CFiStringTool::vec2str(run.output, "");
         traceTo(log, 2, "%s%s%s", step.failureBegin, text.c_str(), step.failureEnd);
@@ -86,13 +87,14 @@ int CDmpPowerPathDiscovery::enumerateDmpDevices(DeviceMap& devices) {
 int CDmpPowerPathDiscovery::rescan() {
     const CFiTraceLogFunction function(m_traceLog, "rescan", kSource);
     traceTo(m_traceLog, 3, "CDmpPowerPathDiscovery: ExecuteEmcPowerPathCommands() called.");
-    if (!host::current().pathExists(kPowermt)) {
+    host::Host& host = host::current();
+    if (!host.pathExists(kPowermt)) {
         traceTo(m_traceLog, 2,
                 "CDmpPowerPathDiscovery: WARNING: powermt command (%s) was not found.", kPowermt);
         return 0;
     }
     for (const RefreshStep& step : kRefreshSteps) {
-        runStep(step, m_traceLog);
+        runStep(host, step, m_traceLog);
     }
     traceTo(m_traceLog, 3, "CDmpPowerPathDiscovery: ExecuteEmcPowerPathCommands() completed.");
     return 0;

@@ -26,8 +26,8 @@ int ReadForwardingHost::deviceSize(int descriptor, std::uint64_t& bytes) {
     return m_inner.deviceSize(descriptor, bytes);
 }
 
-int ReadForwardingHost::readFile(const std::string& path, std::string& content) {
-    return m_inner.readFile(path, content);
+ReadResult ReadForwardingHost::readFile(const std::string& path) {
+    return m_inner.readFile(path);
 }
 
 bool ReadForwardingHost::pathExists(const std::string& path) {
@@ -71,8 +71,9 @@ int ReadForwardingHost::hostName(std::string& name) {
     return m_inner.hostName(name);
 }
 
-AppendResult ForwardingHost::appendFile(const std::string& path, const std::string& text) {
-    return inner().appendFile(path, text);
+AppendResult ForwardingHost::appendFile(const std::string& path, const std::string& text,
+                                        const BeforeWrite& beforeWrite) {
+    return inner().appendFile(path, text, beforeWrite);
 }
 
 CommandResult ForwardingHost::runCommand(const std::string& command, int timeoutSeconds) {

@@ -1,13 +1,43 @@
 #include "scsitool/host/host.h"
 
-#include <atomic>
+#include <map>
+#include <mutex>
 
 #include "scsitool/host/linux_host.h"
 
 namespace host {
 namespace {
 
-std::atomic<std::uint64_t> nextInstance{1};
+/// The hosts that live, by their numbers.
+class Register {
+  public:
+    std::uint32_t enter(Host* host) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_hosts[m_next] = host;
+        return m_next++;
+    }
+    void remove(std::uint32_t instance) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_hosts.erase(instance);
+    }
+    Host* find(std::uint32_t instance) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_hosts.find(instance);
+        return found != m_hosts.end() ? found->second : nullptr;
+    }
+
+  private:
+    std::mutex m_mutex;
+    std::map<std::uint32_t, Host*> m_hosts;
+    std::uint32_t m_next = 1;
+};
+
+Register& hosts() {
+    // Never destroyed: hosts with static storage end in an order that nobody knows.
+    static Register* const only = new Register;
+    return *only;
+}
+
 thread_local Host* scopedHost = nullptr;
 
 bool startsWithWord(const std::string& command, const char* word) {
@@ -18,11 +48,17 @@ bool startsWithWord(const std::string& command, const char* word) {
 
 }  // namespace
 
-Host::Host() : m_instance(nextInstance++) {}
-Host::~Host() = default;
+Host::Host() : m_instance(hosts().enter(this)) {}
+Host::~Host() {
+    hosts().remove(m_instance);
+}
 
 Host& current() {
     return scopedHost != nullptr ? *scopedHost : linuxHost();
+}
+
+Host* hostOf(std::uint32_t instance) {
+    return hosts().find(instance);
 }
 
 Scope::Scope(Host& host) : m_former(scopedHost) {

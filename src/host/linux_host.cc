@@ -60,13 +60,13 @@ int LinuxHost::deviceSize(int descriptor, std::uint64_t& bytes) {
     return isRefused() ? kRefusal : machine::deviceSize(descriptor, bytes);
 }
 
-int LinuxHost::readFile(const std::string& path, std::string& content) {
-    content.clear();
-    return isRefused() ? kRefusal : machine::readFile(path, content);
+ReadResult LinuxHost::readFile(const std::string& path) {
+    return isRefused() ? ReadResult{-kRefusal, 0, {}} : machine::readFile(path);
 }
 
-AppendResult LinuxHost::appendFile(const std::string& path, const std::string& text) {
-    return isRefused() ? AppendResult{-kRefusal, 0} : machine::appendFile(path, text);
+AppendResult LinuxHost::appendFile(const std::string& path, const std::string& text,
+                                   const BeforeWrite& beforeWrite) {
+    return isRefused() ? AppendResult{-kRefusal, 0} : machine::appendFile(path, text, beforeWrite);
 }
 
 bool LinuxHost::pathExists(const std::string& path) {

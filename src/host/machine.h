@@ -16,8 +16,9 @@ int sendCommand(int descriptor, CommandBuffer& buffer);
 int addressWords(int descriptor, AddressWords& words);
 int sgIo(int descriptor, SgIoRequest& request);
 int deviceSize(int descriptor, std::uint64_t& bytes);
-int readFile(const std::string& path, std::string& content);
-AppendResult appendFile(const std::string& path, const std::string& text);
+ReadResult readFile(const std::string& path);
+AppendResult appendFile(const std::string& path, const std::string& text,
+                        const BeforeWrite& beforeWrite);
 bool pathExists(const std::string& path);
 bool isDirectory(const std::string& path);
 DirectoryListing listDirectory(const std::string& path);

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <memory>
 
 #include "host/descriptor.h"
 #include "host/machine.h"
@@ -52,11 +53,12 @@ int closeOnce(int descriptor) {
     return ::close(descriptor) != 0 && errno != EINTR ? -errno : 0;
 }
 
-int readFile(const std::string& path, std::string& content) {
-    content.clear();
+ReadResult readFile(const std::string& path) {
+    ReadResult result;
     const Descriptor file(openRegular(path, O_RDONLY));
     if (!file.isOpen()) {
-        return file.get();
+        result.openError = -file.get();
+        return result;
     }
     char buffer[16384];
     for (;;) {
@@ -65,32 +67,38 @@ int readFile(const std::string& path, std::string& content) {
             continue;
         }
         if (got <= 0) {
-            return got < 0 ? -errno : 0;
+            result.readError = got < 0 ? errno : 0;
+            return result;
         }
-        content.append(buffer, static_cast<std::size_t>(got));
-        if (content.size() > kLargestFile) {
-            return -EFBIG;
+        result.content.append(buffer, static_cast<std::size_t>(got));
+        if (result.content.size() > kLargestFile) {
+            result.readError = EFBIG;
+            return result;
         }
     }
 }
 
-AppendResult appendFile(const std::string& path, const std::string& text) {
+AppendResult appendFile(const std::string& path, const std::string& text,
+                        const BeforeWrite& beforeWrite) {
     AppendResult result;
-    const int descriptor = openRegular(path, O_WRONLY | O_APPEND);
-    if (descriptor < 0) {
-        result.openError = -descriptor;
+    Descriptor file(openRegular(path, O_WRONLY | O_APPEND));
+    if (!file.isOpen()) {
+        result.openError = -file.get();
         return result;
+    }
+    if (beforeWrite) {
+        beforeWrite();
     }
     ssize_t written = 0;
     do {
-        written = ::write(descriptor, text.data(), text.size());
+        written = ::write(file.get(), text.data(), text.size());
     } while (mayRetry(written));
     if (written < 0) {
         result.writeError = errno;
     } else if (static_cast<std::size_t>(written) < text.size()) {
         result.writeError = EIO;
     }
-    const int closeError = -closeOnce(descriptor);
+    const int closeError = -closeOnce(file.release());
     if (result.writeError == 0) {
         result.writeError = closeError;
     }
@@ -108,22 +116,23 @@ bool isDirectory(const std::string& path) {
 
 DirectoryListing listDirectory(const std::string& path) {
     DirectoryListing listing;
-    DIR* const directory = isPath(path) ? ::opendir(path.c_str()) : nullptr;
+    struct Closer {
+        void operator()(DIR* directory) const { ::closedir(directory); }
+    };
+    const std::unique_ptr<DIR, Closer> directory(isPath(path) ? ::opendir(path.c_str()) : nullptr);
     if (directory == nullptr) {
         listing.openError = isPath(path) ? errno : EINVAL;
         return listing;
     }
     for (;;) {
         errno = 0;
-        const dirent* const entry = ::readdir(directory);
+        const dirent* const entry = ::readdir(directory.get());
         if (entry == nullptr) {
             listing.readError = errno;
-            break;
+            return listing;
         }
         listing.names.emplace_back(entry->d_name);
     }
-    ::closedir(directory);
-    return listing;
 }
 
 int readLink(const std::string& path, std::string& target) {

@@ -2,6 +2,8 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <ctime>
@@ -17,14 +19,20 @@ int openSemaphore(int key, int count, int flags) {
 }
 
 int operateSemaphore(int identifier, const std::vector<SemaphoreOperation>& operations) {
-    std::vector<sembuf> raw;
-    for (const SemaphoreOperation& operation : operations) {
-        const int flags = (operation.undo ? SEM_UNDO : 0) | (operation.noWait ? IPC_NOWAIT : 0);
-        raw.push_back({0, operation.operation, static_cast<short>(flags)});
+    constexpr std::size_t kMostOperations = 500;  // SEMOPM
+    if (operations.size() > kMostOperations) {
+        return -E2BIG;
     }
+    // On the stack: a lock is given back by a destructor, which an allocation must not fail.
+    std::array<sembuf, kMostOperations> raw;
+    std::transform(
+        operations.begin(), operations.end(), raw.begin(), [](const SemaphoreOperation& operation) {
+            const int flags = (operation.undo ? SEM_UNDO : 0) | (operation.noWait ? IPC_NOWAIT : 0);
+            return sembuf{0, operation.operation, static_cast<short>(flags)};
+        });
     int result = 0;
     do {
-        result = ::semop(identifier, raw.data(), raw.size());
+        result = ::semop(identifier, raw.data(), operations.size());
     } while (mayRetry(result));
     return negatedErrno(result);
 }

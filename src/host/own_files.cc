@@ -45,8 +45,8 @@ bool isMissing(const std::string& path, struct stat& status) {
 
 }  // namespace
 
-int readInputFile(const std::string& path, std::string& content) {
-    return machine::readFile(path, content);
+ReadResult readInputFile(const std::string& path) {
+    return machine::readFile(path);
 }
 
 bool isOneFile(const std::string& left, const std::string& right) {

@@ -21,20 +21,20 @@ void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::s
 }
 
 int CFiConfiguration::importConfig(const std::string& directory, const std::string& file) {
-    std::string content;
     std::string path;
     path.reserve(directory.size() + 1 + file.size());
     path += directory;
     path += '/';
     path += file;
-    if (host::current().readFile(path, content) < 0) {
+    const host::ReadResult read = host::current().readFile(path);
+    if (read.error() != 0) {
         return kFailure;
     }
     m_sections.clear();
     m_current = nullptr;
     m_imported = true;
     std::string sectionName;
-    for (const std::string& line : CFiStringTool::tokenize(content, "\n")) {
+    for (const std::string& line : CFiStringTool::tokenize(read.content, "\n")) {
         importLine(line.substr(0, line.find_first_of("#;")), sectionName);
     }
     return 0;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "scsi/page_bytes.h"
 #include "scsitool/tools/string_tool.h"
 
 CScsiModePage::CScsiModePage() : length(0) {}
@@ -15,11 +16,11 @@ CScsiModePage& CScsiModePage::operator=(const CScsiModePage& other) {
     if (this == &other) {
         return *this;
     }
-    auto* const copy = new unsigned char[other.length]();
+    PageBytes<> copy = scsi::makeBytes(other.length);
     if (other.bytes() != nullptr) {
-        std::memcpy(copy, other.bytes(), other.length);
+        std::memcpy(copy->get(), other.bytes(), other.length);
     }
-    buffer.reset(new AdapterAutoPtrArray<unsigned char>(copy));
+    buffer = copy;
     length = other.length;
     return *this;
 }

@@ -1,5 +1,6 @@
 #include "scsitool/scsi/scsi_device_handle.h"
 
+#include "scsi/opened_on.h"
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/scsi/scsi_configuration.h"
@@ -7,35 +8,48 @@
 
 using tools::traceTo;
 
-CScsiDeviceHandle::CScsiDeviceHandle() : m_descriptor(-1) {}
+CScsiDeviceHandle::CScsiDeviceHandle() : m_descriptor(-1), m_openedOn(0) {}
 
-CScsiDeviceHandle::CScsiDeviceHandle(CScsiDeviceData& device)
-    : m_devicePath(device.m_deviceName), m_descriptor(-1) {
-    m_descriptor = openDevice(device, false);
+CScsiDeviceHandle::CScsiDeviceHandle(CScsiDeviceData& device) : m_descriptor(-1), m_openedOn(0) {
+    keepOpened(host::current(), device, false);
 }
 
 CScsiDeviceHandle::~CScsiDeviceHandle() {
-    if (holdsDescriptor()) {
-        closeDevice(m_descriptor);
-        m_devicePath.clear();
+    if (!holdsDescriptor()) {
+        return;
     }
+    try {
+        closeDevice(m_descriptor);
+    } catch (...) {
+        // A host that has no memory left: an exception here would end the process.
+        m_descriptor = -1;
+    }
+    m_devicePath.clear();
 }
 
 int CScsiDeviceHandle::open(CScsiDeviceData& device, bool noThrow) {
-    if (holdsDescriptor()) {
-        return m_descriptor;
+    if (!holdsDescriptor()) {
+        keepOpened(host::current(), device, noThrow);
     }
-    m_devicePath = device.m_deviceName;
-    m_descriptor = openDevice(device, noThrow);
     return m_descriptor;
 }
 
 int CScsiDeviceHandle::openDevice(CScsiDeviceData& device, bool noThrow) {
+    return openNode(host::current(), device, noThrow);
+}
+
+void CScsiDeviceHandle::keepOpened(host::Host& host, CScsiDeviceData& device, bool noThrow) {
+    m_devicePath = device.m_deviceName;
+    m_descriptor = openNode(host, device, noThrow);
+    m_openedOn = m_descriptor >= 0 ? host.instance() : 0;
+}
+
+int CScsiDeviceHandle::openNode(host::Host& host, CScsiDeviceData& device, bool noThrow) {
     try {
         const std::string& path = device.m_deviceName;
         CScsiTuningParams settings;
         CScsiConfiguration::importTuningSettings(settings);
-        const int opened = host::current().openDevice(path, host::OpenMode::kReadWriteNonBlocking);
+        const int opened = host.openDevice(path, host::OpenMode::kReadWriteNonBlocking);
         if (opened >= 0) {
             return opened;
         }
@@ -56,8 +70,37 @@ int CScsiDeviceHandle::openDevice(CScsiDeviceData& device, bool noThrow) {
 }
 
 void CScsiDeviceHandle::closeDevice(int fd) {
-    if (fd >= 0) {
-        host::current().closeDevice(fd);
-        m_descriptor = -1;
+    if (fd < 0) {
+        return;
     }
+    host::Host* const host = fd == m_descriptor ? opener() : &host::current();
+    m_descriptor = -1;
+    m_openedOn = 0;
+    if (host != nullptr) {
+        host->closeDevice(fd);
+    }
+}
+
+host::Host* CScsiDeviceHandle::opener() const {
+    host::Host& current = host::current();
+    if (m_openedOn == 0 || m_openedOn == current.instance()) {
+        return &current;
+    }
+    return host::hostOf(m_openedOn);
+}
+
+host::Host& scsi::openedOn(const CScsiDeviceHandle& handle) {
+    host::Host* const host = handle.opener();
+    if (host == nullptr) {
+        throw static_cast<int>(scsi::kFailure);
+    }
+    return *host;
+}
+
+int scsi::openOn(host::Host& host, CScsiDeviceHandle& handle, CScsiDeviceData& device,
+                 bool noThrow) {
+    if (!handle.holdsDescriptor()) {
+        handle.keepOpened(host, device, noThrow);
+    }
+    return handle.m_descriptor;
 }

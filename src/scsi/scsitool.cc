@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scsi/opened_on.h"
+#include "scsi/page_bytes.h"
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
@@ -41,9 +43,9 @@ void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length,
     const unsigned char* const response = buffer.data() + kHeaderLength;
     const std::size_t most = buffer.size() - kHeaderLength;
     const std::size_t stated = std::min(responseLength(response, vpd), most);
-    auto* const bytes = new unsigned char[stated];
-    data.reset(new AdapterAutoPtrArray<unsigned char>(bytes));
-    std::copy_n(response, stated, bytes);
+    PageBytes<> bytes = scsi::makeBytes(stated);
+    std::copy_n(response, stated, bytes->get());
+    data = bytes;
     length = static_cast<unsigned>(stated);
 }
 
@@ -55,14 +57,16 @@ CScsiTool::~CScsiTool() = default;
 unsigned CScsiTool::GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& device,
                                     const unsigned int& page, unsigned int& length,
                                     unsigned int evpd, PageBytes<>& data) {
+    const unsigned code = page;  // which may be the caller's `length`
     try {
-        const bool vpd = evpd == 1 || page != 0;
+        const bool vpd = evpd == 1 || code != 0;
         traceTo(m_traceLog, 4, "libscsitool: DEBUG: Entering CScsiTool::GetModePageInfo()");
         length = 0;
+        data.reset();
         const int descriptor = handle.open(device, false);
-        host::CommandBuffer buffer = inquiryRequest(page, vpd, device.m_lun);
+        host::CommandBuffer buffer = inquiryRequest(code, vpd, device.m_lun);
         // A positive result is a SCSI status, and sense data stand where the response would.
-        if (host::current().sendCommand(descriptor, buffer) != 0) {
+        if (scsi::openedOn(handle).sendCommand(descriptor, buffer) != 0) {
             traceTo(m_traceLog, 1,
                     "libscsitool: ERROR: ioctl(SCSI_IOCTL_SEND_COMMAN) for device %s ",
                     device.m_deviceName.c_str());
@@ -82,7 +86,7 @@ unsigned CScsiTool::GetTargetLunPortInfo(CScsiDeviceHandle& handle, CScsiDeviceD
     try {
         const int descriptor = handle.open(device, false);
         host::AddressWords words;
-        if (host::current().addressWords(descriptor, words) < 0) {
+        if (scsi::openedOn(handle).addressWords(descriptor, words) < 0) {
             traceTo(m_traceLog, 1,
                     "libscsitool: ERROR: CScsiTool::UpdateTargetLunPortInfo() "
                     "SCSI_IOCTL_GET_IDLUN IOCTL failed for device %s.",

@@ -61,10 +61,11 @@ void traceFailure(const CScsiTool& tool, const OperationWords& words, const char
 
 // One attempt. The caller retries by calling the operation again, after a pause that lets the
 // target or the network come back.
-void runInitiator(CScsiTool& tool, const OperationWords& words, const char* command) {
+void runInitiator(host::Host& host, CScsiTool& tool, const OperationWords& words,
+                  const char* command) {
     constexpr unsigned kRetrySeconds = 5;
     traceTo(tool.m_traceLog, 6, "%s: %s:[%s]", words.name, words.command, command);
-    const tools::CommandRun run = tools::runCommand(command, tool.m_traceLog);
+    const tools::CommandRun run = tools::runCommand(host, command, tool.m_traceLog);
     for (const std::string& line : run.output) {
         traceTo(tool.m_traceLog, 6, "%s: %s:[%s]", words.name, words.output, line.c_str());
     }
@@ -75,17 +76,17 @@ void runInitiator(CScsiTool& tool, const OperationWords& words, const char* comm
     traceFailure(tool, words, command, run.result, status);
     traceTo(tool.m_traceLog, 6, "%s: Waiting for [%d] seconds", words.name,
             static_cast<int>(kRetrySeconds));
-    host::current().sleepSeconds(kRetrySeconds);
+    host.sleepSeconds(kRetrySeconds);
 }
 
 // The command is `begin`, the argument up to its first NUL and `end`, cut to the buffer.
-unsigned operate(CScsiTool& tool, const OperationWords& words, const char* begin,
+unsigned operate(host::Host& host, CScsiTool& tool, const OperationWords& words, const char* begin,
                  const std::string& argument, const char* end) {
     traceTo(tool.m_traceLog, 4, "Entering %s", words.name);
     try {
         char command[kCommandBuffer];
         V_snprintf(command, sizeof command, "%s%s%s", begin, argument.c_str(), end);
-        runInitiator(tool, words, command);
+        runInitiator(host, tool, words, command);
     } catch (...) {
         traceTo(tool.m_traceLog, 2, "%s: Unknown exception caught", words.name);
     }
@@ -104,12 +105,12 @@ unsigned CScsiTool::GetHostIQN(std::string& iqn) {
                 "libscsitool: ERROR: iscsi-initiator-utils package is not installed on the host");
         return scsi::kFailure;
     }
-    std::string content;
-    if (host.readFile(kNameFile, content) < 0) {
+    const host::ReadResult file = host.readFile(kNameFile);
+    if (file.openError != 0) {
         traceTo(m_traceLog, 1, "Error: failed to open file [%s]", kNameFile);
         return kNameFileMissing;
     }
-    for (const std::string& line : tools::fgetsLines(content, kLineBuffer)) {
+    for (const std::string& line : tools::fgetsLines(file, kLineBuffer)) {
         if (initiatorNameIn(line, iqn)) {
             break;
         }
@@ -118,23 +119,23 @@ unsigned CScsiTool::GetHostIQN(std::string& iqn) {
 }
 
 unsigned CScsiTool::DiscoverIscsiTargets(std::string& portal) {
-    return operate(*this, {"CScsiTool::DiscoverIscsiTargets"},
+    return operate(host::current(), *this, {"CScsiTool::DiscoverIscsiTargets"},
                    "/sbin/iscsiadm -m discovery -t sendtargets -p ", portal, "");
 }
 
 unsigned CScsiTool::LoginToIscsiIQN(std::string& targetIqn) {
-    return operate(*this, {"CScsiTool::LoginToIscsiIQN"}, "/sbin/iscsiadm -m node -T ", targetIqn,
-                   " --login");
+    return operate(host::current(), *this, {"CScsiTool::LoginToIscsiIQN"},
+                   "/sbin/iscsiadm -m node -T ", targetIqn, " --login");
 }
 
 unsigned CScsiTool::LogoutFromIscsiIQN(std::string& targetIqn) {
-    return operate(*this, {"CScsiTool::LogoutFromIscsiIQN", "command", "output"},
+    return operate(host::current(), *this, {"CScsiTool::LogoutFromIscsiIQN", "command", "output"},
                    "/sbin/iscsiadm -m node -T ", targetIqn, " --logout");
 }
 
 unsigned CScsiTool::RescanIscsiSessions() {
-    return operate(*this, {"CScsiTool::RescanIscsiSessions"}, "/sbin/iscsiadm -m session -R", "",
-                   "");
+    return operate(host::current(), *this, {"CScsiTool::RescanIscsiSessions"},
+                   "/sbin/iscsiadm -m session -R", "", "");
 }
 
 long CScsiTool::GetExecPipeWaitPidStatus(long status) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "scsi/page_bytes.h"
 #include "scsi/scsi_result.h"
 #include "scsitool/kit/bounded_string.h"
 #include "scsitool/scsi/page_view.h"
@@ -40,11 +41,10 @@ unsigned throwingInt(Step step) {
 
 // Keeps a copy of the bytes, one byte longer than they are so that text in it always ends.
 void storePage(CScsiDeviceData& device, unsigned code, const PageBytes<>& data, unsigned length) {
-    auto* const copy = new unsigned char[std::size_t{length} + 1]();
-    PageBytes<> holder(new AdapterAutoPtrArray<unsigned char>(copy));
-    std::memcpy(copy, data->get(), length);
+    PageBytes<> copy = scsi::makeBytes(std::size_t{length} + 1);
+    std::memcpy(copy->get(), data->get(), length);
     CScsiModePage& page = device.m_pages[code];
-    page.buffer = holder;
+    page.buffer = copy;
     page.length = length;
 }
 

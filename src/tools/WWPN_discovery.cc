@@ -39,9 +39,9 @@ std::string portNamePath(const std::string& begin, const std::string& adapter) {
 }
 
 // The port names in a port_name file of sysfs.
-void appendPortNames(const std::string& content, const std::string& adapter, Texts& names) {
+void appendPortNames(const host::ReadResult& file, const std::string& adapter, Texts& names) {
     constexpr std::size_t kShortestName = 4;
-    for (const std::string& line : tools::fgetsLines(content, kLineBuffer)) {
+    for (const std::string& line : tools::fgetsLines(file, kLineBuffer)) {
         // "host" and a number: another kind of entry means that the layout is not understood.
         if (adapter.size() < kShortestName) {
             throw std::out_of_range("basic_string::substr");
@@ -74,7 +74,7 @@ class Discovery {
   private:
     bool list(const std::string& directory, Texts& entries) {
         const std::string command = "/bin/ls " + directory;
-        const tools::CommandRun run = tools::runCommand(command, m_log);
+        const tools::CommandRun run = tools::runCommand(m_host, command, m_log);
         if (run.result != 0) {
             traceTo(m_log, 1, "Error: command %s failed.\n", command.c_str());
             return false;
@@ -89,18 +89,19 @@ class Discovery {
     void readDriverDirectory(const std::string& directory, const Texts& entries) {
         for (const std::string& entry : entries) {
             const std::string path = directory + entry;
-            std::string content;
-            if (m_host.readFile(path, content) < 0) {
+            const host::ReadResult file = m_host.readFile(path);
+            if (file.openError != 0) {
                 traceTo(m_log, 1, "Error: failed to open file %s", path.c_str());
                 continue;
             }
             traceTo(m_log, 3, "Reading file %s", path.c_str());
-            readDriverFile(content);
+            readDriverFile(file);
         }
     }
 
-    void readDriverFile(const std::string& content) {
-        for (const std::string& line : tools::fgetsLines(content, kLineBuffer)) {
+    void readDriverFile(const host::ReadResult& file) {
+        for (const std::string& read : tools::fgetsLines(file, kLineBuffer)) {
+            const std::string line = CFiStringTool::trim(read, kBlanks);
             if (line.find("-adapter-port") != std::string::npos) {
                 std::string name;
                 if (portNameInDriverLine(line, name)) {
@@ -114,12 +115,12 @@ class Discovery {
     void readFibreChannelHosts(const Texts& entries) {
         for (const std::string& entry : entries) {
             const std::string path = portNamePath("/sys/class/fc_host/", entry);
-            std::string content;
-            if (m_host.readFile(path, content) < 0) {
+            const host::ReadResult file = m_host.readFile(path);
+            if (file.openError != 0) {
                 traceTo(m_log, 1, "Error: failed to open file %s", path.c_str());
                 continue;
             }
-            appendPortNames(content, entry, m_names);
+            appendPortNames(file, entry, m_names);
         }
     }
 
@@ -129,13 +130,16 @@ class Discovery {
             // Older kernels have the class in the name of a link, with a colon behind it.
             const std::string path = portNamePath(device + "fc_host/", entry);
             const std::string olderPath = portNamePath(device + "fc_host:", entry);
-            std::string content;
-            if (m_host.readFile(path, content) < 0 && m_host.readFile(olderPath, content) < 0) {
+            host::ReadResult file = m_host.readFile(path);
+            if (file.openError != 0) {
+                file = m_host.readFile(olderPath);
+            }
+            if (file.openError != 0) {
                 traceTo(m_log, 1, "Error: failed to open file %s and %s", path.c_str(),
                         olderPath.c_str());
                 continue;
             }
-            appendPortNames(content, entry, m_names);
+            appendPortNames(file, entry, m_names);
         }
     }
 

@@ -6,6 +6,10 @@
 
 #include "scsitool/kit/trace_log.h"
 
+namespace host {
+class Host;
+}
+
 namespace tools {
 
 /// Results of the command pipe.
@@ -20,9 +24,9 @@ struct CommandRun {
     std::vector<std::string> output;  ///< one string a line
 };
 
-/// Runs a command on the current host through a command pipe that shares the trace log, for at
+/// Runs a command on the host in hand through a command pipe that shares the trace log, for at
 /// most 600 seconds. The command is split at blanks and started without a shell.
-CommandRun runCommand(const std::string& command,
+CommandRun runCommand(host::Host& host, const std::string& command,
                       const qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log);
 
 }  // namespace tools

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
 
 namespace tools {
@@ -16,15 +17,21 @@ std::size_t pieceEnd(const std::string& content, std::size_t start, std::size_t 
 }
 
 // Gives whether the last read stopped short of noticing the end of the file.
-bool appendPieces(const std::string& content, std::size_t size, std::vector<std::string>& pieces) {
+bool appendPieces(const host::ReadResult& file, std::size_t size,
+                  std::vector<std::string>& pieces) {
+    const std::string& content = file.content;
     const std::size_t most = std::max<std::size_t>(size, 2) - 1;
     bool endUnseen = true;
     std::size_t start = 0;
     while (start < content.size()) {
         const std::size_t end = pieceEnd(content, start, most);
         const char* const bytes = content.data() + start;
-        pieces.emplace_back(bytes, qzfi_pdk_4_4::V_strnlen(bytes, end - start));
         endUnseen = content[end - 1] == '\n' || end - start == most;
+        if (!endUnseen && file.readError != 0) {
+            // "Lun: 1" of what would have been "Lun: 12" is another address.
+            break;
+        }
+        pieces.emplace_back(bytes, qzfi_pdk_4_4::V_strnlen(bytes, end - start));
         start = end;
     }
     return endUnseen;
@@ -32,15 +39,15 @@ bool appendPieces(const std::string& content, std::size_t size, std::vector<std:
 
 }  // namespace
 
-std::vector<std::string> fgetsLines(const std::string& content, std::size_t size) {
+std::vector<std::string> fgetsLines(const host::ReadResult& file, std::size_t size) {
     std::vector<std::string> lines;
-    appendPieces(content, size, lines);
+    appendPieces(file, size, lines);
     return lines;
 }
 
-std::vector<std::string> fgetsPieces(const std::string& content, std::size_t size) {
+std::vector<std::string> fgetsPieces(const host::ReadResult& file, std::size_t size) {
     std::vector<std::string> pieces;
-    if (appendPieces(content, size, pieces)) {
+    if (appendPieces(file, size, pieces) && file.readError == 0) {
         pieces.emplace_back();
     }
     return pieces;

@@ -104,9 +104,12 @@ void CUDIDFactory::registerTraceLog(qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiT
 DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag, bool ignoredFlag,
                                            const std::string& enumerateArgument,
                                            const std::string& busRescanArgument) {
+    // A caller may well name the device by the record that is freed here.
+    const std::string deviceName = enumerateArgument;
+    const std::string scriptArguments = busRescanArgument;
     clearDeviceCache();
-    m_devices = m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, enumerateArgument,
-                                   busRescanArgument);
+    m_devices =
+        m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, deviceName, scriptArguments);
     m_deviceMap.clear();
     for (CScsiDeviceData* const device : m_devices) {
         if (dropInvalid && device->m_invalid != 0) {

@@ -99,10 +99,10 @@ struct GrowingHost : recording::RecordedHost {
         m_grown = true;
         return RecordedHost::runCommand(command, seconds);
     }
-    int readFile(const std::string& path, std::string& content) override {
-        const int result = RecordedHost::readFile(path, content);
+    host::ReadResult readFile(const std::string& path) override {
+        host::ReadResult result = RecordedHost::readFile(path);
         if (path == "/proc/partitions" && !m_grown) {
-            content = "   8        0    1048576 sda\n";
+            result.content = "   8        0    1048576 sda\n";
         }
         return result;
     }

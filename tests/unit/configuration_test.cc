@@ -18,10 +18,12 @@ using qzfi_pdk_4_4::CFiConfigurationPathTool;
 class OneFileHost : public host::ForwardingHost {
   public:
     OneFileHost() : ForwardingHost(host::linuxHost()) {}
-    int readFile(const std::string& path, std::string& content) override {
+    host::ReadResult readFile(const std::string& path) override {
         asked = path;
-        content = text;
-        return error;
+        host::ReadResult result;
+        result.openError = error;
+        result.content = text;
+        return result;
     }
     std::string text;
     std::string asked;
@@ -115,7 +117,7 @@ TEST_F(Configuration, KeyWithANulIsAnotherKey) {
 }
 
 TEST_F(Configuration, FileThatCannotBeReadHasNoSections) {
-    host.error = -ENOENT;
+    host.error = ENOENT;
     CFiConfiguration configuration;
     unsigned value = kUntouched;
     EXPECT_EQ(configuration.importConfig("/etc/scsitool", "x.conf"), 6);

@@ -1,14 +1,24 @@
 #include "scsitool/discovery/device_discovery_base.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/sem.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <functional>
 #include <new>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "device_host.h"
+#include "discovery/interrogation.h"
+#include "host/descriptor.h"
+#include "scsitool/host/linux_host.h"
+#include "semaphore_key.h"
 #include "trace_capture.h"
 
 namespace {
@@ -255,15 +265,78 @@ TEST(DiscoveryBase, ExceptionFromTheEnumerationGivesAnEmptyList) {
     EXPECT_EQ(trace.lines(), Texts{kRescanFailed});
 }
 
-TEST(DiscoveryBase, HostThatThrowsWhileItIsAskedKeepsTheWholeList) {
+// The tool makes a disk that does not answer of it: the rescan goes on with the next one.
+TEST(DiscoveryBase, HostThatThrowsWhileADiskIsAskedCostsThatDiskAlone) {
     DeviceHost host(oneDisk());
-    host.onSend = [](host::CommandBuffer&) -> DeviceHost::Answer { throw std::bad_alloc(); };
+    bool thrown = false;
+    host.onSend = [&](host::CommandBuffer&) -> DeviceHost::Answer {
+        if (!std::exchange(thrown, true)) {
+            throw std::bad_alloc();
+        }
+        return {};
+    };
     FakeDiscovery discovery(host);
-    discovery.names = {"/dev/sda", "/dev/sdy"};
-    EXPECT_EQ(Records(discovery.rescan(false, false, false, "", "")).names(),
-              (Texts{"/dev/sda", "/dev/sdy"}));
+    test::TraceCapture trace(3);
+    discovery.registerTraceLog(trace.log());
+    trace.clear();
+    discovery.names = {"/dev/sda", "/dev/sda"};
+    const Records records(discovery.rescan(false, false, false, "", ""));
+    EXPECT_EQ(records.names(), (Texts{"/dev/sda", "/dev/sda"}));
+    EXPECT_EQ(records.list[0]->m_vendorId, "");
+    EXPECT_EQ(records.list[1]->m_vendorId, "ACME");
+    EXPECT_EQ(
+        trace.lines(),
+        (Texts{kStarted, kAcquiring, kGot, "[2] GetModePageInfo: Exception Ocurred", kTooShort,
+               "[2] WARNING: CScsiToolBase::UpdateDevice() call to UpdateStdInquiryString for "
+               "device /dev/sda",
+               "[3] libscsitool: Info: CDeviceDiscoveryBase::rescan FAILED - Remove disk /dev/sda.",
+               kReleasing, kExit}));
     EXPECT_EQ(host.openDescriptors(), 0U);
     EXPECT_EQ(host.requests.back(), kLockReleased);
+}
+
+TEST(DiscoveryBase, ToolThatThrowsKeepsTheWholeList) {
+    struct ThrowingTool : CScsiTool {
+        unsigned UpdateDevice(CScsiDeviceData* device) override {
+            asked.push_back(device->m_deviceName);
+            if (asked.size() == 2) {
+                throw std::bad_alloc();
+            }
+            return 0;
+        }
+        Texts asked;
+    };
+    DeviceHost host;
+    FakeDiscovery discovery(host);
+    discovery.names = {"/dev/sda", "/dev/sdb", "/dev/sdc"};
+    ThrowingTool tool;
+    test::TraceCapture trace;
+    const Records records(discovery::interrogate([&] { return discovery.records(); }, tool,
+                                                 trace.log(), {"asked ", "failed ", "thrown"}));
+    EXPECT_EQ(records.names(), discovery.names);
+    EXPECT_EQ(tool.asked, (Texts{"/dev/sda", "/dev/sdb"}));
+    EXPECT_EQ(trace.lines(), (Texts{"[6] asked /dev/sda.", "[6] asked /dev/sdb.", "[1] thrown"}));
+}
+
+TEST(DiscoveryBase, RescanNeverThrowsWhateverRunsOut) {
+    DeviceHost host(oneDisk());
+    FakeDiscovery discovery(host);
+    discovery.names = {"/dev/sda"};
+    const auto runOut = []() -> DeviceHost::Answer { throw std::bad_alloc(); };
+    host.onSemaphoreOpen = runOut;
+    EXPECT_EQ(Records(discovery.rescan(false, false, false, "", "")).names(), discovery.names);
+    host.onSemaphoreOpen = [] { return DeviceHost::Answer(); };
+    // The lock cannot be taken, and then it cannot be given back.
+    for (const int taken : {0, 1}) {
+        host.onSemaphoreOperation = [taken, count = 0]() mutable -> DeviceHost::Answer {
+            if (count++ == taken) {
+                throw std::bad_alloc();
+            }
+            return {};
+        };
+        EXPECT_EQ(Records(discovery.rescan(false, false, false, "", "")).names(), discovery.names);
+        EXPECT_EQ(host.openDescriptors(), 0U);
+    }
 }
 
 TEST(DiscoveryBase, LockFailingToOpenIsNotNoticed) {
@@ -272,10 +345,21 @@ TEST(DiscoveryBase, LockFailingToOpenIsNotNoticed) {
     FakeDiscovery discovery(host);
     discovery.names = {"/dev/sda"};
     EXPECT_EQ(Records(discovery.rescan(false, false, false, "", "")).names(), Texts{"/dev/sda"});
-    EXPECT_EQ(host.identifiers, (std::vector<int>{-1, -1}));
-    EXPECT_EQ(
-        host.requests,
-        joined({{kSemaphoreOpened, kLockTaken, "enumerate []"}, kInterrogated, {kLockReleased}}));
+    // What was not taken is not given back.
+    EXPECT_EQ(host.identifiers, std::vector<int>{-1});
+    EXPECT_EQ(host.requests,
+              joined({{kSemaphoreOpened, kLockTaken, "enumerate []"}, kInterrogated}));
+}
+
+TEST(DiscoveryBase, LockThatCouldNotBeOpenedIsTriedAgainAtTheNextRescan) {
+    DeviceHost host(oneDisk());
+    host.onSemaphoreOpen = [] { return DeviceHost::Answer(-ENOSPC); };
+    FakeDiscovery discovery(host);
+    deleteAll(discovery.rescan(false, false, false, "", ""));
+    host.onSemaphoreOpen = [] { return DeviceHost::Answer(); };
+    host.requests.clear();
+    deleteAll(discovery.rescan(false, false, false, "", ""));
+    EXPECT_EQ(host.requests, (Texts{kSemaphoreOpened, kLockTaken, "enumerate []", kLockReleased}));
 }
 
 TEST(DiscoveryBase, SemaphoreIsOpenedOnceOnEachHostAndItsIdentifierStaysThere) {
@@ -330,6 +414,120 @@ TEST(DiscoveryBase, LockIsHeldDuringTheEnumerationAndFreeBehindIt) {
     deleteAll(discovery.rescan(false, false, false, "", ""));
     EXPECT_FALSE(freeDuring);
     EXPECT_TRUE(isFree());
+}
+
+/// A recorded host whose semaphores are the machine's, under a key of the test's own.
+class LockedHost : public DeviceHost {
+  public:
+    explicit LockedHost(int key) : m_key(key) {}
+    int openSemaphore(int key, int count, int flags) override {
+        EXPECT_EQ(key, 1001);
+        return host::linuxHost().openSemaphore(m_key, count, flags);
+    }
+    int operateSemaphore(int identifier,
+                         const std::vector<host::SemaphoreOperation>& operations) override {
+        return host::linuxHost().operateSemaphore(identifier, operations);
+    }
+
+  private:
+    int m_key;
+};
+
+/// A process in `rescan`, which says when its enumeration begins and stays in it until it is told
+/// to go on.
+class RescanningProcess {
+  public:
+    explicit RescanningProcess(int key) {
+        int begun[2] = {-1, -1};
+        int goOn[2] = {-1, -1};
+        if (::pipe(begun) != 0 || ::pipe(goOn) != 0) {
+            return;
+        }
+        m_process = ::fork();
+        if (m_process == 0) {
+            ::alarm(120);
+            LockedHost host(key);
+            FakeDiscovery discovery(host);
+            discovery.onEnumerate = [&] {
+                char byte = '!';
+                if (::write(begun[1], &byte, 1) != 1 || ::read(goOn[0], &byte, 1) != 1) {
+                    ::_exit(1);
+                }
+            };
+            deleteAll(discovery.rescan(false, false, false, "", ""));
+            ::_exit(0);
+        }
+        ::close(begun[1]);
+        ::close(goOn[0]);
+        m_begun.reset(begun[0]);
+        m_goOn.reset(goOn[1]);
+    }
+    ~RescanningProcess() {
+        if (m_process > 0) {
+            end(SIGKILL);
+        }
+    }
+    RescanningProcess(const RescanningProcess&) = delete;
+    RescanningProcess& operator=(const RescanningProcess&) = delete;
+
+    /// Waits until the enumeration has begun.
+    bool hasTheLock() {
+        char byte = 0;
+        return ::read(m_begun.get(), &byte, 1) == 1;
+    }
+    bool hasTheLockNow() {
+        pollfd waited = {m_begun.get(), POLLIN, 0};
+        return ::poll(&waited, 1, 0) == 1;
+    }
+    /// Lets it pass or kills it, and gives its wait status.
+    int end(int signal) {
+        if (signal != 0) {
+            ::kill(m_process, signal);
+        } else if (::write(m_goOn.get(), "!", 1) != 1) {
+            return -1;
+        }
+        int status = -1;
+        ::waitpid(std::exchange(m_process, -1), &status, 0);
+        return status;
+    }
+
+  private:
+    pid_t m_process = -1;
+    host::Descriptor m_begun;
+    host::Descriptor m_goOn;
+};
+
+// Waits until a process blocks in the semaphore.
+void awaitWaiter(int key) {
+    const int identifier = ::semget(key, 1, 0);
+    ASSERT_GE(identifier, 0);
+    while (::semctl(identifier, 0, GETZCNT) == 0) {
+        std::this_thread::yield();
+    }
+}
+
+TEST(DiscoveryBase, SecondProcessBlocksUntilTheFirstHasPassed) {
+    const test::SemaphoreKey key;
+    RescanningProcess first(key.get());
+    ASSERT_TRUE(first.hasTheLock());
+    RescanningProcess second(key.get());
+    awaitWaiter(key.get());
+    EXPECT_FALSE(second.hasTheLockNow());
+    EXPECT_EQ(first.end(0), 0);
+    EXPECT_TRUE(second.hasTheLock());
+    EXPECT_EQ(second.end(0), 0);
+}
+
+TEST(DiscoveryBase, SecondProcessProceedsWhenTheFirstIsKilled) {
+    const test::SemaphoreKey key;
+    RescanningProcess first(key.get());
+    ASSERT_TRUE(first.hasTheLock());
+    RescanningProcess second(key.get());
+    awaitWaiter(key.get());
+    EXPECT_FALSE(second.hasTheLockNow());
+    EXPECT_EQ(first.end(SIGKILL), SIGKILL);
+    EXPECT_TRUE(second.hasTheLock());
+    EXPECT_EQ(second.end(0), 0);
 }
 
 TEST(DiscoveryBase, ValidationInterrogatesWithoutTheLock) {

@@ -67,6 +67,7 @@ class DeviceHost : private RecordedHostHolder, public host::ForwardingHost {
     std::function<Answer(std::uint64_t& bytes)> onSize = [](std::uint64_t&) { return Answer(); };
     std::function<Answer()> onClose = [] { return Answer(); };
     std::function<Answer()> onSemaphoreOpen = [] { return Answer(); };
+    std::function<Answer()> onSemaphoreOperation = [] { return Answer(); };
     std::function<void(const std::string& path)> onRead = [](const std::string&) {};
     std::function<void()> onHostName = [] {};
     std::function<void()> onCommand = [] {};
@@ -121,14 +122,14 @@ class DeviceHost : private RecordedHostHolder, public host::ForwardingHost {
         const Answer told = onSize(bytes);
         return told ? *told : ForwardingHost::deviceSize(descriptor, bytes);
     }
-    int readFile(const std::string& path, std::string& content) override {
+    host::ReadResult readFile(const std::string& path) override {
         if (path == "/etc/scsitool/devicefi.conf") {
             ++settingsRead;
         } else {
             requests.push_back("read " + path);
         }
         onRead(path);
-        return ForwardingHost::readFile(path, content);
+        return ForwardingHost::readFile(path);
     }
     host::DirectoryListing listDirectory(const std::string& path) override {
         requests.push_back("list " + path);
@@ -162,7 +163,8 @@ class DeviceHost : private RecordedHostHolder, public host::ForwardingHost {
         }
         requests.push_back(request);
         identifiers.push_back(identifier);
-        return ForwardingHost::operateSemaphore(identifier, operations);
+        const Answer told = onSemaphoreOperation();
+        return told ? *told : ForwardingHost::operateSemaphore(identifier, operations);
     }
 
     std::vector<int> identifiers;  ///< of the semaphore operations

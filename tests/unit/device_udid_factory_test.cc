@@ -83,6 +83,7 @@ RecordedHostData hostOf(const Texts& disks) {
 // A factory on a host. Its own generators are kept and those of the test asked in their place.
 struct Fixture {
     explicit Fixture(const Texts& disks = {"sda"}) : host(hostOf(disks)) {}
+    explicit Fixture(const RecordedHostData& data) : host(data) {}
 
     FakeGenerator& add(const std::string& name = "FAKE") {
         fakes.push_back(std::make_unique<FakeGenerator>(calls, name));
@@ -352,6 +353,65 @@ TEST(Factory, ArgumentsGoToTheRescan) {
     // The first flag has the buses and the multipath layer rescanned.
     fixture.factory.enumerateDeviceMap(true, false, false, "", " x");
     EXPECT_EQ(fixture.host.count("run /sbin/multipath -v0 "), 1U);
+}
+
+// A host with the rescan script.
+RecordedHostData hostWithScript() {
+    RecordedHostData data = hostOf({"sda"});
+    data.files["/bin/rescan-scsi-bus.sh"] = "";
+    return data;
+}
+
+TEST(Factory, BusRescanArgumentReachesTheScript) {
+    for (const char* const argument : {"", " -x", " --luns=3"}) {
+        Fixture fixture(hostWithScript());
+        fixture.factory.enumerateDeviceMap(true, false, false, "", argument);
+        EXPECT_EQ(fixture.host.effects().front(),
+                  test::ran(std::string("/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d") +
+                            argument));
+    }
+}
+
+/// A record whose name is gone as soon as it is freed, so that a later reader is noticed.
+struct FreedRecord : CScsiDeviceData {
+    explicit FreedRecord(const std::string& name)
+        : CScsiDeviceData(name, " -y", "", 0, 0, 0, -1, "", "", "", 0) {}
+    ~FreedRecord() override {
+        m_deviceName = "/dev/freed";
+        m_secondName = " freed";
+    }
+};
+
+TEST(Factory, ArgumentsMayReferIntoTheRecordsThatAreFreed) {
+    RecordedHostData data = hostWithScript();
+    data.files["/proc/partitions"] = partitionsOf({"sda", "sdb"});
+    data.devices["/dev/sdb"] = namedDisk("S2", 2);
+    Fixture fixture(data);
+    auto* const record = new FreedRecord("/dev/sdb");
+    fixture.factory.m_devices.push_back(record);
+    EXPECT_EQ(namesIn(fixture.factory.enumerateDeviceMap(true, false, false, record->m_deviceName,
+                                                         record->m_secondName)),
+              Texts{"/dev/sdb"});
+    EXPECT_EQ(fixture.host.effects().front(),
+              test::ran("/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d -y"));
+}
+
+TEST(Factory, NameMayBeThatOfARecordThatIsFreed) {
+    for (const bool rescanIfMissing : {false, true}) {
+        Fixture fixture({"sda", "sdb"});
+        auto* const record = new FreedRecord("/dev/sdb");
+        fixture.factory.m_devices.push_back(record);
+        const std::string found =
+            fixture.factory.getCachedUniqueDeviceID(record->m_deviceName.c_str(), rescanIfMissing);
+        EXPECT_EQ(found, fixture.factory.getCachedUniqueDeviceID("/dev/sdb", false));
+        EXPECT_NE(found, "");
+        // Of the map as well: it is emptied before the name is looked up.
+        const std::string& key = fixture.factory.m_deviceMap.begin()->first;
+        EXPECT_EQ(fixture.factory.getCachedUniqueDeviceID(key.c_str(), rescanIfMissing), found);
+        const std::string& name = fixture.factory.m_deviceMap.begin()->second.deviceName;
+        EXPECT_EQ(namesIn(fixture.factory.enumerateDeviceMap(false, false, false, name, name)),
+                  Texts{"/dev/sdb"});
+    }
 }
 
 TEST(Factory, EnumerationReplacesMapAndRecords) {
@@ -739,6 +799,15 @@ TEST(Factory, StaleDevicesAreRemovedByDiscoveryBetweenTwoTraces) {
     EXPECT_EQ(result, fixture.factory.m_discovery.removeStaleDevices(" -x"));
     EXPECT_EQ(lines.front(), "[6] Entering Function removeStaleDevices [N, device_udid_factory]");
     EXPECT_EQ(lines.back(), "[6] Exiting Function removeStaleDevices [N, device_udid_factory]");
+}
+
+TEST(Factory, StaleDevicesAreRemovedWithTheCallersArguments) {
+    for (const char* const argument : {"", " -x", " --flush=1"}) {
+        Fixture fixture(hostWithScript());
+        fixture.factory.removeStaleDevices(argument);
+        EXPECT_EQ(fixture.host.effects().front(),
+                  test::ran(std::string("/bin/rescan-scsi-bus.sh --remove --flush -d") + argument));
+    }
 }
 
 TEST(Factory, DeviceIsRemovedByDiscovery) {

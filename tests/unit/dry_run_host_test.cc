@@ -58,7 +58,7 @@ TEST_F(DryRunHostTest, PassesACommandThatOnlyReadsOn) {
 TEST_F(DryRunHostTest, JournalsAnAppendAndDoesNotWriteIt) {
     data.files["/proc/scsi/scsi"] = "Attached devices:\n";
     build();
-    const host::AppendResult result = host->appendFile("/proc/scsi/scsi", "scsi\n");
+    const host::AppendResult result = host->appendFile("/proc/scsi/scsi", "scsi\n", {});
     EXPECT_EQ(result.openError, 0);
     EXPECT_EQ(result.writeError, 0);
     EXPECT_EQ(journal.lines(),
@@ -77,9 +77,9 @@ TEST_F(DryRunHostTest, FailsToAppendWhereTheInnerHostWould) {
     build();
     for (const char* path : {"/absent", "/io", "/denied", "/readonly", "/proc", "/proc/",
                              "/dev/sda", "/dev/sg0", "/dangling", "/loop", ""}) {
-        const int error = inner->appendFile(path, "x").openError;
+        const int error = inner->appendFile(path, "x", {}).openError;
         EXPECT_NE(error, 0) << path;
-        EXPECT_EQ(host->appendFile(path, "x").openError, error) << path;
+        EXPECT_EQ(host->appendFile(path, "x", {}).openError, error) << path;
     }
     EXPECT_EQ(journal.lines(), Lines{});
     EXPECT_EQ(innerJournal.lines(), Lines{});
@@ -88,7 +88,7 @@ TEST_F(DryRunHostTest, FailsToAppendWhereTheInnerHostWould) {
 /// An attribute as sysfs has it: it takes a command and cannot be read.
 struct WriteOnlyHost : host::ForwardingHost {
     using ForwardingHost::ForwardingHost;
-    int readFile(const std::string& /*path*/, std::string& /*content*/) override { return -EACCES; }
+    host::ReadResult readFile(const std::string& /*path*/) override { return {EACCES, 0, {}}; }
 };
 
 TEST_F(DryRunHostTest, AppendsToAFileThatMayOnlyBeWritten) {
@@ -96,7 +96,7 @@ TEST_F(DryRunHostTest, AppendsToAFileThatMayOnlyBeWritten) {
     build();
     WriteOnlyHost writeOnly(*inner);
     DryRunHost dry(writeOnly, journal);
-    EXPECT_EQ(dry.appendFile("/sys/class/scsi_host/host0/scan", "- - -\n").openError, 0);
+    EXPECT_EQ(dry.appendFile("/sys/class/scsi_host/host0/scan", "- - -\n", {}).openError, 0);
     EXPECT_EQ(
         journal.lines(),
         Lines{R"({"effect":"append","path":"/sys/class/scsi_host/host0/scan","data":"- - -\n"})"});
@@ -108,9 +108,9 @@ TEST_F(DryRunHostTest, AppendsWithoutTheRightAsTheMachineWould) {
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);
     host::LinuxHost machine;
     DryRunHost dry(machine, journal);
-    EXPECT_EQ(dry.appendFile(path, "").openError, machine.appendFile(path, "").openError);
-    EXPECT_EQ(dry.appendFile("/dev/null", "").openError,
-              machine.appendFile("/dev/null", "").openError);
+    EXPECT_EQ(dry.appendFile(path, "", {}).openError, machine.appendFile(path, "", {}).openError);
+    EXPECT_EQ(dry.appendFile("/dev/null", "", {}).openError,
+              machine.appendFile("/dev/null", "", {}).openError);
 }
 
 TEST_F(DryRunHostTest, JournalsAShellLineAndAPauseAndDoesNeither) {
@@ -130,9 +130,7 @@ TEST_F(DryRunHostTest, PassesReadsOn) {
     data.hostName = "db01";
     data.kernelRelease = "2.4.21";
     build();
-    std::string text;
-    EXPECT_EQ(host->readFile("/etc/x", text), 0);
-    EXPECT_EQ(text, "content");
+    EXPECT_EQ(host->readFile("/etc/x").content, "content");
     EXPECT_TRUE(host->pathExists("/etc/x"));
     EXPECT_TRUE(host->isDirectory("/dev"));
     EXPECT_EQ(host->listDirectory("/dev/").names, (Lines{".", ".."}));
@@ -141,6 +139,7 @@ TEST_F(DryRunHostTest, PassesReadsOn) {
     EXPECT_EQ(host->deviceSize(descriptor, bytes), 0);
     EXPECT_EQ(bytes, 512U);
     EXPECT_EQ(host->closeDevice(descriptor), 0);
+    std::string text;
     EXPECT_EQ(host->hostName(text), 0);
     EXPECT_EQ(text, "db01");
     EXPECT_EQ(host->kernelRelease(), "2.4.21");
@@ -154,7 +153,7 @@ TEST_F(DryRunHostTest, SharesOneJournalWithARecordedHostWithoutWritingTwice) {
     DryRunHost dry(recorded, journal);
     dry.runCommand("/bin/ls /x/", 600);
     dry.runCommand("/sbin/x", 600);
-    dry.appendFile("/f", "x");
+    dry.appendFile("/f", "x", {});
     dry.runShell("y");
     dry.sleepSeconds(1);
     dry.runCommand("/bin/ls /y/", 600);

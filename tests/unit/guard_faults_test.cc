@@ -37,8 +37,16 @@ class FaultyHost : public host::ForwardingHost {
     int sgIo(int descriptor, host::SgIoRequest& request) override {
         return fails() ? -m_error : ForwardingHost::sgIo(descriptor, request);
     }
-    int readFile(const std::string& path, std::string& content) override {
-        return fails() ? -m_error : ForwardingHost::readFile(path, content);
+    host::ReadResult readFile(const std::string& path) override {
+        const bool isFaulty = fails();
+        host::ReadResult read = ForwardingHost::readFile(path);
+        if (isFaulty && m_breaksOff) {
+            read.content.resize(read.content.size() / 2);
+            read.readError = m_error;
+        } else if (isFaulty) {
+            read = {m_error, 0, {}};
+        }
+        return read;
     }
     int readLink(const std::string& path, std::string& target) override {
         return fails() ? -m_error : ForwardingHost::readLink(path, target);

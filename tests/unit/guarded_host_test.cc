@@ -58,7 +58,7 @@ class Guarded {
     }
     bool append(const std::string& path, const std::string& text) {
         const std::size_t before = journal().size();
-        const host::AppendResult result = m_guard.appendFile(path, text);
+        const host::AppendResult result = m_guard.appendFile(path, text, {});
         EXPECT_EQ(result.openError == EBUSY, journal().size() == before) << path;
         EXPECT_EQ(result.writeError, 0);
         return result.openError != EBUSY;
@@ -153,9 +153,10 @@ TEST(GuardedHost, TakenOutItLetsAllPass) {
 class ClaimingHost : public recording::RecordedHost {
   public:
     using RecordedHost::RecordedHost;
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override {
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override {
         claimDuring = host->openDevice("/dev/sdb", host::OpenMode::kReadOnlyExclusive);
-        return RecordedHost::appendFile(path, text);
+        return RecordedHost::appendFile(path, text, beforeWrite);
     }
     host::Host* host = nullptr;
     int claimDuring = 0;
@@ -168,8 +169,9 @@ TEST(GuardedHost, NobodyCanBeginToUseADiskWhileItGoesAndItIsLetGoRightBehind) {
     below.host = &aside;
     GuardedHost guard(
         below, [&]() -> host::Host& { return aside; }, Silence::kIsRefusal);
-    EXPECT_EQ(guard.appendFile("/proc/scsi/scsi", "scsi remove-single-device 2 0 0 5\n").openError,
-              0);
+    EXPECT_EQ(
+        guard.appendFile("/proc/scsi/scsi", "scsi remove-single-device 2 0 0 5\n", {}).openError,
+        0);
     EXPECT_EQ(below.claimDuring, -EBUSY);
     EXPECT_GE(aside.openDevice("/dev/sdb", host::OpenMode::kReadOnlyExclusive), 0);
 }

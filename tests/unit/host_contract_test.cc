@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -51,6 +52,8 @@ class Fixture {
     virtual Host& host() = 0;
     /// The directory that all of it lies in, without a '/' at the end.
     virtual std::string root() const = 0;
+    /// A file that opens and cannot be read.
+    virtual std::string brokenFile() const = 0;
 };
 
 class MachineFixture : public Fixture {
@@ -68,6 +71,8 @@ class MachineFixture : public Fixture {
     }
     Host& host() override { return m_host; }
     std::string root() const override { return m_directory.path(); }
+    // Address 0 of the process.
+    std::string brokenFile() const override { return "/proc/self/mem"; }
 
   private:
     host::LinuxHost m_host;
@@ -79,6 +84,7 @@ class RecordedFixture : public Fixture {
     RecordedFixture() : m_host(data(), m_journal) {}
     Host& host() override { return m_host; }
     std::string root() const override { return "/recorded"; }
+    std::string brokenFile() const override { return "/recorded/broken"; }
 
   private:
     recording::RecordedHostData data() const {
@@ -86,6 +92,7 @@ class RecordedFixture : public Fixture {
         data.files = {{root() + "/plain", kPlain},
                       {root() + "/empty", ""},
                       {root() + "/dir/inner", "inner\n"}};
+        data.files[brokenFile()].readError = EIO;
         data.devices[root() + "/device"] = {};
         data.devices["/dev/null"].number = {host::DeviceNumber::Kind::kCharacter, 1, 3};
         data.links = {{root() + "/link", "dir/inner"},
@@ -112,6 +119,7 @@ class ForwardingFixture : public Fixture {
     ForwardingFixture() : m_host(m_inner.host()) {}
     Host& host() override { return m_host; }
     std::string root() const override { return m_inner.root(); }
+    std::string brokenFile() const override { return m_inner.brokenFile(); }
 
   private:
     Inner m_inner;
@@ -125,6 +133,7 @@ class JournalFixture : public Fixture {
     JournalFixture() : m_host(m_inner.host(), m_journal) {}
     Host& host() override { return m_host; }
     std::string root() const override { return m_inner.root(); }
+    std::string brokenFile() const override { return m_inner.brokenFile(); }
 
   private:
     Inner m_inner;
@@ -162,6 +171,7 @@ class HostContract : public testing::TestWithParam<Kind> {
 
     Host& host() { return m_fixture->host(); }
     std::string path(const std::string& name) const { return m_fixture->root() + "/" + name; }
+    std::string brokenFile() const { return m_fixture->brokenFile(); }
     int openDevice() { return host().openDevice(path("device"), OpenMode::kReadOnly); }
 
   private:
@@ -186,31 +196,50 @@ SgIoRequest requestWithSizes(std::size_t cdb, std::size_t data, std::size_t sens
 }
 
 TEST_P(HostContract, ReadsAFileWhole) {
-    std::string content = "former content";
-    EXPECT_EQ(host().readFile(path("plain"), content), 0);
-    EXPECT_EQ(content, kPlain);
-    EXPECT_EQ(host().readFile(path("empty"), content), 0);
-    EXPECT_EQ(content, "");
-    EXPECT_EQ(host().readFile(path("dir/inner"), content), 0);
-    EXPECT_EQ(content, "inner\n");
+    const std::map<std::string, std::string> files = {
+        {"plain", kPlain}, {"empty", ""}, {"dir/inner", "inner\n"}};
+    for (const auto& [name, content] : files) {
+        const host::ReadResult read = host().readFile(path(name));
+        EXPECT_EQ(read.error(), 0) << name;
+        EXPECT_EQ(read.content, content) << name;
+    }
 }
 
-TEST_P(HostContract, CannotReadWhatIsNoFile) {
-    std::string content = "former content";
-    EXPECT_EQ(host().readFile(path("missing"), content), -ENOENT);
-    EXPECT_EQ(content, "");
-    EXPECT_EQ(host().readFile(path("dir"), content), -EISDIR);
-    EXPECT_EQ(host().readFile(path("dir/"), content), -EISDIR);
-    EXPECT_EQ(host().readFile("", content), -ENOENT);
-    EXPECT_LT(host().readFile(path("plain/"), content), 0);
-    EXPECT_LT(host().readFile(path("plain\0"s), content), 0);
-    EXPECT_EQ(content, "");
+TEST_P(HostContract, WhatIsNoFileDoesNotOpen) {
+    const std::map<std::string, int> errors = {
+        {path("missing"), ENOENT}, {path("dir"), EISDIR}, {path("dir/"), EISDIR}, {"", ENOENT}};
+    for (const auto& [name, error] : errors) {
+        const host::ReadResult read = host().readFile(name);
+        EXPECT_EQ(read.openError, error) << name;
+        EXPECT_EQ(read.readError, 0) << name;
+        EXPECT_EQ(read.error(), error) << name;
+        EXPECT_EQ(read.content, "") << name;
+    }
+    EXPECT_NE(host().readFile(path("plain/")).openError, 0);
+    EXPECT_NE(host().readFile(path("plain\0"s)).openError, 0);
+}
+
+TEST_P(HostContract, FileThatOpensAndRefusesTheReadIsToldApart) {
+    const host::ReadResult read = host().readFile(brokenFile());
+    EXPECT_EQ(read.openError, 0);
+    EXPECT_EQ(read.readError, EIO);
+    EXPECT_EQ(read.error(), EIO);
 }
 
 TEST_P(HostContract, AppendsToAFileThatExists) {
     const AppendResult result = host().appendFile(path("plain"), "more");
     EXPECT_EQ(result.openError, 0);
     EXPECT_EQ(result.writeError, 0);
+}
+
+TEST_P(HostContract, AppendCallsBetweenTheOpenAndTheWrite) {
+    int calls = 0;
+    const auto count = [&calls] { ++calls; };
+    EXPECT_EQ(host().appendFile(path("plain"), "more", count).openError, 0);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(host().appendFile(path("missing"), "more", count).openError, ENOENT);
+    EXPECT_EQ(host().appendFile(path("dir"), "more", count).openError, EISDIR);
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_P(HostContract, AppendCreatesNothing) {
@@ -273,12 +302,9 @@ TEST_P(HostContract, OnlyALinkPointsSomewhere) {
 }
 
 TEST_P(HostContract, FollowsLinks) {
-    std::string content;
-    EXPECT_EQ(host().readFile(path("link"), content), 0);
-    EXPECT_EQ(content, "inner\n");
+    EXPECT_EQ(host().readFile(path("link")).content, "inner\n");
     for (const char* const name : {"away/inner", "away/sub/../inner", "./away//inner"}) {
-        EXPECT_EQ(host().readFile(path(name), content), 0) << name;
-        EXPECT_EQ(content, "inner\n") << name;
+        EXPECT_EQ(host().readFile(path(name)).content, "inner\n") << name;
     }
     EXPECT_TRUE(host().isDirectory(path("away")));
     EXPECT_TRUE(host().isDirectory(path("away/sub/")));
@@ -289,13 +315,12 @@ TEST_P(HostContract, FollowsLinks) {
 }
 
 TEST_P(HostContract, FollowsNoLinkThatLeadsNowhere) {
-    std::string content;
     for (const auto& [name, error] : std::vector<std::pair<std::string, int>>{
              {"dangling", ENOENT}, {"loop", ELOOP}, {"loop/x", ELOOP}, {"link/x", ENOTDIR}}) {
         host::DeviceNumber number;
         EXPECT_FALSE(host().pathExists(path(name))) << name;
         EXPECT_FALSE(host().isDirectory(path(name))) << name;
-        EXPECT_EQ(host().readFile(path(name), content), -error) << name;
+        EXPECT_EQ(host().readFile(path(name)).openError, error) << name;
         EXPECT_EQ(host().appendFile(path(name), "x").openError, error) << name;
         EXPECT_EQ(host().openDevice(path(name), OpenMode::kReadOnly), -error) << name;
         EXPECT_EQ(host().listDirectory(path(name)).openError, error) << name;
@@ -482,6 +507,10 @@ TEST_P(HostContract, UnknownSemaphoreIsRefused) {
     const SemaphoreKey key;
     const int identifier = host().openSemaphore(key.get(), 1, IPC_CREAT | 0666);
     EXPECT_EQ(host().operateSemaphore(identifier, {}), -EINVAL);
+    const std::vector<SemaphoreOperation> most(500, {0, false, true});
+    EXPECT_EQ(host().operateSemaphore(identifier, most), 0);
+    const std::vector<SemaphoreOperation> tooMany(501, {0, false, true});
+    EXPECT_EQ(host().operateSemaphore(identifier, tooMany), -E2BIG);
 }
 
 TEST_P(HostContract, TellsItsNames) {
@@ -518,6 +547,16 @@ TEST_P(HostContract, EveryHostHasANumberOfItsOwn) {
     const std::unique_ptr<Fixture> other = GetParam().make();
     EXPECT_NE(host().instance(), other->host().instance());
     EXPECT_NE(host().instance(), host::linuxHost().instance());
+}
+
+TEST_P(HostContract, IsFoundByItsNumberUntilItsEnd) {
+    EXPECT_EQ(host::hostOf(host().instance()), &host());
+    std::unique_ptr<Fixture> other = GetParam().make();
+    const std::uint32_t instance = other->host().instance();
+    EXPECT_EQ(host::hostOf(instance), &other->host());
+    other.reset();
+    EXPECT_EQ(host::hostOf(instance), nullptr);
+    EXPECT_EQ(host::hostOf(0), nullptr);
 }
 
 const Kind kKinds[] = {

@@ -132,13 +132,12 @@ bool nothingBeginsAnyMore() {
     host::AddressWords words;
     host::SgIoRequest request;
     std::uint64_t size = 0;
-    std::string text;
     host.sleepSeconds(1000);
     return host.openDevice("/dev/sda", host::OpenMode::kReadOnly) == -EINTR &&
            host.sendCommand(3, buffer) == -EINTR && host.addressWords(3, words) == -EINTR &&
            host.sgIo(3, request) == -EINTR && host.deviceSize(3, size) == -EINTR &&
-           host.readFile("/proc/scsi/scsi", text) == -EINTR &&
-           host.appendFile("/proc/scsi/scsi", "x").openError == EINTR &&
+           host.readFile("/proc/scsi/scsi").openError == EINTR &&
+           host.appendFile("/proc/scsi/scsi", "x", {}).openError == EINTR &&
            host.runCommand("/bin/true", 1).waitStatus == kNotStarted &&
            host.runShell("true") == kNotStarted && journal.lines().empty();
 }

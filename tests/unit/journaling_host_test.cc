@@ -25,12 +25,15 @@ constexpr const char* kAppended = R"({"effect":"append","path":"/proc/scsi/scsi"
 /// Looks at the journal in the middle of an effect, and refuses opens as a test tells it to.
 struct ObservingHost : host::ForwardingHost {
     using ForwardingHost::ForwardingHost;
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override {
-        observe();
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override {
         if (openError != 0) {
             return {openError, 0};
         }
-        return ForwardingHost::appendFile(path, text);
+        return ForwardingHost::appendFile(path, text, [&] {
+            beforeWrite();
+            observe();
+        });
     }
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override {
         observe();
@@ -73,7 +76,7 @@ TEST_F(JournalingHostTest, CarriesEveryEffectOutAndJournalsIt) {
     data.files["/proc/scsi/scsi"] = "";
     data.commands = {{"/sbin/multipath -F", {"busy"}, 1, 0, false}};
     build();
-    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n").openError, 0);
+    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n", {}).openError, 0);
     const host::CommandResult result = host->runCommand("/sbin/multipath -F", 600);
     EXPECT_EQ(result.waitStatus, 1 << 8);
     EXPECT_EQ(result.lines, Lines{"busy"});
@@ -92,7 +95,7 @@ TEST_F(JournalingHostTest, WritesEachLineBeforeTheEffect) {
     build();
     std::vector<std::size_t> lines;
     inner->observe = [&] { lines.push_back(journal.lines().size()); };
-    host->appendFile("/proc/scsi/scsi", "scsi\n");
+    host->appendFile("/proc/scsi/scsi", "scsi\n", {});
     host->runCommand("/sbin/x", 600);
     host->runShell("x");
     host->sleepSeconds(1);
@@ -114,7 +117,7 @@ TEST_F(JournalingHostTest, LeavesOutAnAppendWhoseFileDoesNotOpen) {
     build();
     for (const auto& [path, error] : std::vector<std::pair<const char*, int>>{
              {"/absent", ENOENT}, {"/denied", EACCES}, {"/proc/", EISDIR}, {"/dev/sda", EINVAL}}) {
-        EXPECT_EQ(host->appendFile(path, "x").openError, error) << path;
+        EXPECT_EQ(host->appendFile(path, "x", {}).openError, error) << path;
     }
     EXPECT_EQ(journal.lines(), Lines{});
 }
@@ -123,7 +126,7 @@ TEST_F(JournalingHostTest, JournalsAnAppendThatIsRefusedAfterTheOpen) {
     // It was attempted, and the kernel may have done part of it.
     host::LinuxHost machine;
     JournalingHost live(machine, journal);
-    const host::AppendResult result = live.appendFile("/proc/self/oom_score_adj", "no number");
+    const host::AppendResult result = live.appendFile("/proc/self/oom_score_adj", "no number", {});
     EXPECT_EQ(result.openError, 0);
     EXPECT_EQ(result.writeError, EINVAL);
     EXPECT_EQ(journal.lines().size(), 1U);
@@ -133,16 +136,16 @@ TEST_F(JournalingHostTest, JournalsAnAppendThatTheRightsDidNotPromise) {
     data.files["/proc/scsi/scsi"] = "";
     build();
     inner->access = -EACCES;
-    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n").openError, 0);
+    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n", {}).openError, 0);
     EXPECT_EQ(journal.lines(), Lines{kAppended});
 }
 
-TEST_F(JournalingHostTest, KeepsTheLineOfAnOpenThatIsRefusedAgainstTheRights) {
+TEST_F(JournalingHostTest, LeavesOutAnAppendWhoseOpenIsRefusedAgainstTheRights) {
     data.files["/proc/scsi/scsi"] = "";
     build();
     inner->openError = EPERM;
-    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n").openError, EPERM);
-    EXPECT_EQ(journal.lines(), Lines{kAppended});
+    EXPECT_EQ(host->appendFile("/proc/scsi/scsi", "scsi\n", {}).openError, EPERM);
+    EXPECT_EQ(journal.lines(), Lines{});
 }
 
 }  // namespace

@@ -2,19 +2,35 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "scsitool/host/host.h"
+
 namespace {
 
 using namespace std::string_literals;
 using Texts = std::vector<std::string>;
-using tools::fgetsLines;
-using tools::fgetsPieces;
 
 constexpr std::size_t kBufferSize = 255;
+
+host::ReadResult fileOf(const std::string& content, int readError = 0) {
+    host::ReadResult file;
+    file.readError = readError;
+    file.content = content;
+    return file;
+}
+
+Texts fgetsLines(const std::string& content, std::size_t size) {
+    return tools::fgetsLines(fileOf(content), size);
+}
+
+Texts fgetsPieces(const std::string& content, std::size_t size) {
+    return tools::fgetsPieces(fileOf(content), size);
+}
 
 /// What the C library itself gives for the same loop.
 Texts piecesOfTheCLibrary(const std::string& content, std::size_t size) {
@@ -74,6 +90,20 @@ TEST(LineReader, BufferThatHoldsNoTextIsTakenForTheSmallestThatDoes) {
     EXPECT_EQ(fgetsLines("abc", 0), (Texts{"a", "b", "c"}));
     EXPECT_EQ(fgetsLines("abc", 1), (Texts{"a", "b", "c"}));
     EXPECT_EQ(fgetsLines("abc", 2), (Texts{"a", "b", "c"}));
+}
+
+TEST(LineReader, PiecesInFrontOfAReadErrorCount) {
+    const struct {
+        std::string content;
+        Texts pieces;
+    } rows[] = {
+        {"", {}},  {"a\n", {"a\n"}},   {"a\nb\n", {"a\n", "b\n"}}, {"a\nb", {"a\n"}},
+        {"b", {}}, {"abcd", {"abcd"}}, {"abcde", {"abcd"}},        {"abcd\n", {"abcd", "\n"}}};
+    for (const auto& row : rows) {
+        const host::ReadResult file = fileOf(row.content, EIO);
+        EXPECT_EQ(tools::fgetsLines(file, 5), row.pieces) << row.content;
+        EXPECT_EQ(tools::fgetsPieces(file, 5), row.pieces) << row.content;
+    }
 }
 
 TEST(LineReader, AgreesWithTheCLibrary) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <map>
 #include <new>
 #include <string>
@@ -133,6 +134,42 @@ TEST(LinuxInventory, HostWithoutTheTableListsNothing) {
     EXPECT_EQ(trace.lines(),
               Texts{"[2] Warning: LinuxDeviceDiscovery::getDeviceList() failed to open "
                     "/proc/scsi/scsi for reading."});
+}
+
+TEST(LinuxInventory, LinesInFrontOfAReadErrorCount) {
+    const std::string table = tableOf({{2, 0, 1, 0}, {2, 0, 1, 3}});
+    // Cut behind the second device's first line, and within it: "Lun: 0" would be another address.
+    const std::size_t second = table.rfind("Host:");
+    const struct {
+        std::size_t length;
+        Texts all;
+        Texts disks;
+        int count;
+    } rows[] = {{table.size(), {"2:0:1:0", "2:0:1:3"}, {"2:0:1:0", "2:0:1:3"}, 2},
+                {table.find('\n', second) + 1, {"2:0:1:0", "2:0:1:3"}, {"2:0:1:0"}, 2},
+                {table.find('\n', second), {"2:0:1:0"}, {"2:0:1:0"}, 1},
+                {second, {"2:0:1:0"}, {"2:0:1:0"}, 1},
+                {0, {}, {}, 0}};
+    for (const auto& row : rows) {
+        RecordedHostData data = hostWithTable(table.substr(0, row.length));
+        data.files[kScsiTable].readError = EIO;
+        const ScriptedHost host(data);
+        CLinuxDeviceDiscovery discovery;
+        TraceCapture trace(2);
+        discovery.m_traceLog = trace.log();
+        EXPECT_EQ(textsOf(discovery.getDeviceList(false)), row.all) << row.length;
+        EXPECT_EQ(textsOf(discovery.getDeviceList(true)), row.disks) << row.length;
+        EXPECT_EQ(discovery.getDeviceCount(), row.count) << row.length;
+        Maximums lun = {{2, 0}};
+        Maximums id = lun;
+        Maximums channel = lun;
+        EXPECT_EQ(discovery.scanForAdapterMaximums(lun, id, channel), 0) << row.length;
+        EXPECT_EQ(lun, (Maximums{{2, row.all.size() == 2 ? 3 : 0}})) << row.length;
+        Targets targets;
+        discovery.getTargetIds(targets);
+        EXPECT_EQ(targets.count(2), row.disks.empty() ? 0U : 1U) << row.length;
+        EXPECT_EQ(trace.lines(), Texts{}) << row.length;
+    }
 }
 
 TEST(LinuxInventory, CountIsThatOfTheLinesWithHost) {

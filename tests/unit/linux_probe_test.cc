@@ -46,10 +46,11 @@ class ProbedHost : public ScriptedHost {
         };
     }
 
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override {
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override {
         const auto told = appendResults.find(path);
         if (told == appendResults.end() || told->second.openError != 0) {
-            return ScriptedHost::appendFile(path, text);
+            return ScriptedHost::appendFile(path, text, beforeWrite);
         }
         afterAppend(path, text);
         return told->second;

@@ -91,6 +91,25 @@ TEST(AddressRemoval, WritesTheTableThenTheDeviceThenTheScan) {
                      "[6] Exiting Function RemoveDevice [N, device_discovery_linux]"}));
 }
 
+// A kernel may hang in any of the three writes: the line that names it is there then.
+TEST(AddressRemoval, EachStepIsTracedBeforeItsWrite) {
+    TraceCapture trace(3);
+    Texts events;
+    ScriptedHost host(hostWithDisks({{5, 1, 2, 3}}));
+    host.afterAppend = [&](const std::string& path, const std::string&) {
+        events.push_back(path);
+        events.push_back(trace.lines().back());
+    };
+    TracedDiscovery discovery(trace);
+    discovery.RemoveDevice(5, 1, 2, 3);
+    EXPECT_EQ(
+        events,
+        (Texts{"/proc/scsi/scsi", "[3] INFO: removing: scsi remove-single-device 5 1 2 3\n\n",
+               "/sys/class/scsi_device/5:1:2:3/device/delete",
+               "[3] INFO: removing: /sys/class/scsi_device/5:1:2:3/device/delete",
+               "/sys/class/scsi_host/host5/scan", "[3] INFO: scaning after remove: 1 2 3\n"}));
+}
+
 TEST(AddressRemoval, HostWithoutTheTableRemovesNothing) {
     RecordedHostData data = hostWithDisks({{5, 1, 2, 3}});
     data.files.erase(kScsiTable);

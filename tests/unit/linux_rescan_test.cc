@@ -316,6 +316,21 @@ TEST(QlogicRescan, PausesAfterEveryAdapter) {
                      appended("/proc/scsi/qla2300/3", "scsi-qlascan\n"), slept(3)}));
 }
 
+TEST(QlogicRescan, AdapterIsTracedBeforeItIsWrittenTo) {
+    TraceCapture trace(3);
+    Texts lines;
+    ScriptedHost host(hostWithQlogicFiles());
+    host.afterAppend = [&](const std::string&, const std::string&) {
+        lines.push_back(trace.lines().back());
+    };
+    TracedDiscovery discovery(trace);
+    Adapters adapters = {{"qla2300", {2, 3}}};
+    discovery.RescanQlogicHBAs(adapters);
+    EXPECT_EQ(lines, (Texts{"[3] INFO: low-level rescanning qlogic hba: /proc/scsi/qla2300/2\n",
+                            "[3] INFO: low-level rescanning qlogic hba: /proc/scsi/qla2300/3\n"}));
+    EXPECT_EQ(trace.lines(), lines);
+}
+
 TEST(QlogicRescan, AdapterThatCannotBeOpenedIsSkippedWithoutAPause) {
     const ScriptedHost host(hostWithQlogicFiles());
     TraceCapture trace;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -213,6 +214,19 @@ TEST(NativeEnumeration, FileThatDoesNotOpenListsNothing) {
         (Texts{"[6] Entering Function enumerateNativeDevicePaths [N, device_discovery_linux]",
                "[1] ERROR: failed to open /proc/partitions for reading.",
                "[6] Exiting Function enumerateNativeDevicePaths [N, device_discovery_linux]"}));
+}
+
+TEST(NativeEnumeration, LinesInFrontOfAReadErrorCount) {
+    RecordedHostData data = hostWithPartitions("  8 0 1 sda\n  8 16 1 sdb\n  8 32 1 sdc");
+    data.files["/proc/partitions"].readError = EIO;
+    const DeviceHost host(data);
+    CLinuxDeviceDiscovery discovery;
+    TraceCapture trace(3);
+    discovery.registerTraceLog(trace.log());
+    trace.clear();
+    // The third may be "sdcx".
+    EXPECT_EQ(discovery.enumerateNativeDevicePaths(), (Texts{"/dev/sda", "/dev/sdb"}));
+    EXPECT_EQ(trace.lines(), Texts{"[3] INFO: reading /proc/partitions\n"});
 }
 
 TEST(NativeEnumeration, ExceptionOfTheFileIsAnIntOfSix) {
@@ -458,6 +472,20 @@ TEST(NativeEnumeration, ValidationThatThrowsNamesTheEnumeration) {
 }
 
 // --- getDiskSize
+
+TEST(DiskSize, HostThatThrowsLeavesNoDescriptor) {
+    DeviceHost host(hostOf({"sda"}));
+    host.onSize = [](std::uint64_t&) -> DeviceHost::Answer { throw std::bad_alloc(); };
+    CLinuxDeviceDiscovery discovery;
+    unsigned long sizeKb = 77;
+    EXPECT_THROW(discovery.getDiskSize("/dev/sda", sizeKb), std::bad_alloc);
+    EXPECT_EQ(sizeKb, 77U);
+    EXPECT_EQ(host.openDescriptors(), 0U);
+    EXPECT_EQ(host.count("close /dev/sda"), 1U);
+    host.onClose = []() -> DeviceHost::Answer { throw std::bad_alloc(); };
+    EXPECT_THROW(discovery.getDiskSize("/dev/sda", sizeKb), std::bad_alloc);
+    EXPECT_EQ(host.openDescriptors(), 0U);
+}
 
 struct SizeRun {
     int result = -1;

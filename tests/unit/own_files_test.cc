@@ -20,13 +20,12 @@ TEST(InputFile, IsReadAlsoWhileTheMachineIsRefused) {
     const TemporaryDirectory directory;
     const std::string path = directory.file("input", "content");
     const host::LiveHostRefusal refusal;
-    std::string text;
-    EXPECT_EQ(host::readInputFile(path, text), 0);
-    EXPECT_EQ(text, "content");
-    EXPECT_EQ(host::readInputFile(path + ".missing", text), -ENOENT);
-    EXPECT_EQ(text, "");
-    EXPECT_EQ(host::readInputFile(directory.path(), text), -EISDIR);
-    EXPECT_EQ(host::readInputFile("/dev/null", text), -EINVAL);
+    const host::ReadResult read = host::readInputFile(path);
+    EXPECT_EQ(read.error(), 0);
+    EXPECT_EQ(read.content, "content");
+    EXPECT_EQ(host::readInputFile(path + ".missing").openError, ENOENT);
+    EXPECT_EQ(host::readInputFile(directory.path()).openError, EISDIR);
+    EXPECT_EQ(host::readInputFile("/dev/null").openError, EINVAL);
 }
 
 class OneFile : public testing::Test {

@@ -84,6 +84,30 @@ TEST(RecordedHostFile, ReadsFilesOfTextOfBytesAndOfAnError) {
     EXPECT_EQ(data.files.at("/e").content, "");
 }
 
+TEST(RecordedHostFile, ReadsFilesWhoseReadFails) {
+    const RecordedHostData data =
+        parse(R"("files":{"/a":{"text":"x\ny","read_errno":5},"/b":{"read_errno":19,"hex":"00fF"},)"
+              R"("/c":{"read_errno":1}})");
+    EXPECT_EQ(data.files.at("/a").content, "x\ny");
+    EXPECT_EQ(data.files.at("/a").readError, EIO);
+    EXPECT_EQ(data.files.at("/a").error, 0);
+    EXPECT_EQ(data.files.at("/b").content, std::string("\0\xFF", 2));
+    EXPECT_EQ(data.files.at("/b").readError, ENODEV);
+    EXPECT_EQ(data.files.at("/c").content, "");
+    EXPECT_EQ(data.files.at("/c").readError, EPERM);
+    expectMemberRefusals({
+        {R"("files":{"/f":{"text":"x","hex":"00","read_errno":5}})",
+         "host.json: /files/~1f: expected one of text and hex, found both"},
+        {R"("files":{"/f":{"text":"x","read_errno":0}})",
+         "host.json: /files/~1f/read_errno: expected a whole number from 1 to 4095, found 0"},
+        {R"("files":{"/f":{"errno":5,"read_errno":5}})",
+         "host.json: /files/~1f/errno: expected one of the members text, hex, read_errno, "
+         "comment, found \"errno\""},
+        {R"("files":{"/f":{"text":"x"}})",
+         "host.json: /files/~1f/text: expected one of the members hex, found \"text\""},
+    });
+}
+
 TEST(RecordedHostFile, ReadsDirectoriesInTheirOrder) {
     const RecordedHostData data =
         parse(R"("directories":{"/dev/mapper/":[".","..","b","a",{"hex":"ff"}],"/":[]})");
@@ -323,7 +347,8 @@ TEST(RecordedHostFile, RefusesAWrongTypeDeepInside) {
         {R"("kernel_release":null)", "host.json: /kernel_release: expected a string, found null"},
         {R"("files":[])", "host.json: /files: expected an object, found an array"},
         {R"("files":{"/f":7})",
-         "host.json: /files/~1f: expected a string, {\"hex\": \"...\"} or {\"errno\": N}, found 7"},
+         "host.json: /files/~1f: expected a string, {\"hex\": \"...\"}, {\"errno\": N} or "
+         "{\"text\": \"...\", \"read_errno\": N}, found 7"},
         {R"("files":{"/f":{"hex":7}})",
          "host.json: /files/~1f/hex: expected a string of hexadecimal digits, found 7"},
         {R"("directories":{"/d/":{}})",
@@ -466,9 +491,10 @@ TEST(RecordedHostFile, RefusesPathsAndNamesOfAnotherForm) {
 }
 
 TEST(RecordedHostFile, EscapesThePlaceAsAJsonPointerHasIt) {
-    EXPECT_EQ(refusalOf(withMembers(R"("files":{"/a~b/c":1})")),
-              "host.json: /files/~1a~0b~1c: expected a string, {\"hex\": \"...\"} or {\"errno\": "
-              "N}, found 1");
+    EXPECT_EQ(
+        refusalOf(withMembers(R"("files":{"/a~b/c":1})")),
+        "host.json: /files/~1a~0b~1c: expected a string, {\"hex\": \"...\"}, {\"errno\": N} or "
+        "{\"text\": \"...\", \"read_errno\": N}, found 1");
 }
 
 TEST(RecordedHostFile, RefusesNestingThatNoRecordingHas) {

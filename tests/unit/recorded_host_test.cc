@@ -85,58 +85,64 @@ using Lines = std::vector<std::string>;
 
 TEST_F(RecordedHostTest, ReadsAFile) {
     data.files["/proc/partitions"] = "major minor\n";
-    std::string content = "before";
-    EXPECT_EQ(host().readFile("/proc/partitions", content), 0);
-    EXPECT_EQ(content, "major minor\n");
+    const host::ReadResult read = host().readFile("/proc/partitions");
+    EXPECT_EQ(read.error(), 0);
+    EXPECT_EQ(read.content, "major minor\n");
 }
 
 TEST_F(RecordedHostTest, GivesTheErrorOfAFileThatCannotBeRead) {
     data.files["/proc/scsi/scsi"].error = EIO;
-    std::string content = "before";
-    EXPECT_EQ(host().readFile("/proc/scsi/scsi", content), -EIO);
-    EXPECT_EQ(content, "");
+    const host::ReadResult read = host().readFile("/proc/scsi/scsi");
+    EXPECT_EQ(read.openError, EIO);
+    EXPECT_EQ(read.readError, 0);
+    EXPECT_EQ(read.content, "");
     EXPECT_TRUE(host().pathExists("/proc/scsi/scsi"));
 }
 
+TEST_F(RecordedHostTest, GivesTheContentInFrontOfAReadError) {
+    data.files["/proc/scsi/scsi"] = "Attached devices:\nHost: sc";
+    data.files["/proc/scsi/scsi"].readError = ENODEV;
+    const host::ReadResult read = host().readFile("/proc/scsi/scsi");
+    EXPECT_EQ(read.openError, 0);
+    EXPECT_EQ(read.readError, ENODEV);
+    EXPECT_EQ(read.content, "Attached devices:\nHost: sc");
+    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x", {}).openError, 0);
+}
+
 TEST_F(RecordedHostTest, CannotReadAFileThatIsNotListedAndTakesThatForAnAnswer) {
-    std::string content = "before";
-    EXPECT_EQ(host().readFile("/etc/x", content), -ENOENT);
-    EXPECT_EQ(content, "");
+    EXPECT_EQ(host().readFile("/etc/x").openError, ENOENT);
     EXPECT_EQ(journal.lines(), Lines{});
 }
 
 TEST_F(RecordedHostTest, CannotReadADirectoryOrADeviceAsAFile) {
     data.directories["/dev/mapper/"] = {"."};
     data.devices["/dev/sda"] = diskWithPages();
-    std::string content;
-    EXPECT_EQ(host().readFile("/dev/mapper/", content), -EISDIR);
-    EXPECT_EQ(host().readFile("/dev/sda", content), -EINVAL);
-    EXPECT_EQ(host().appendFile("/dev/sda", "x").openError, EINVAL);
+    EXPECT_EQ(host().readFile("/dev/mapper/").openError, EISDIR);
+    EXPECT_EQ(host().readFile("/dev/sda").openError, EINVAL);
+    EXPECT_EQ(host().appendFile("/dev/sda", "x", {}).openError, EINVAL);
     EXPECT_TRUE(journal.lines().empty());
 }
 
 TEST_F(RecordedHostTest, JournalsAnAppendAndKeepsTheContentThatLaterReadsSee) {
     data.files["/proc/scsi/scsi"] = "Attached devices:\n";
-    const host::AppendResult result = host().appendFile("/proc/scsi/scsi", "scsi\n");
+    const host::AppendResult result = host().appendFile("/proc/scsi/scsi", "scsi\n", {});
     EXPECT_EQ(result.openError, 0);
     EXPECT_EQ(result.writeError, 0);
     EXPECT_EQ(journal.lines(),
               Lines{R"({"effect":"append","path":"/proc/scsi/scsi","data":"scsi\n"})"});
-    std::string content;
-    EXPECT_EQ(host().readFile("/proc/scsi/scsi", content), 0);
-    EXPECT_EQ(content, "Attached devices:\n");
+    EXPECT_EQ(host().readFile("/proc/scsi/scsi").content, "Attached devices:\n");
 }
 
 TEST_F(RecordedHostTest, CannotAppendToAFileThatIsNotListed) {
-    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x").openError, ENOENT);
+    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x", {}).openError, ENOENT);
     EXPECT_EQ(journal.lines(), Lines{});
 }
 
 TEST_F(RecordedHostTest, CannotAppendToAFileWithAnErrorNorToADirectory) {
     data.files["/proc/scsi/scsi"].error = EACCES;
     data.directories["/proc/"] = {};
-    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x").openError, EACCES);
-    EXPECT_EQ(host().appendFile("/proc/", "x").openError, EISDIR);
+    EXPECT_EQ(host().appendFile("/proc/scsi/scsi", "x", {}).openError, EACCES);
+    EXPECT_EQ(host().appendFile("/proc/", "x", {}).openError, EISDIR);
     EXPECT_EQ(journal.lines(), Lines{});
 }
 
@@ -247,13 +253,12 @@ TEST_F(RecordedHostTest, FollowsALinkInTheMiddleOfAPath) {
     data.links["/sys/devices/pci0/host2/target2:0:0/2:0:0:1/block/sdb/device"] = "../../../2:0:0:1";
     data.files["/sys/devices/pci0/host2/target2:0:0/2:0:0:1/state"] = "running\n";
     std::string text;
-    EXPECT_EQ(host().readFile("/sys/block/sdb/device/state", text), 0);
-    EXPECT_EQ(text, "running\n");
+    EXPECT_EQ(host().readFile("/sys/block/sdb/device/state").content, "running\n");
     EXPECT_EQ(host().listDirectory("/sys/block/sdb/").names, (Lines{".", "..", "device", "size"}));
     EXPECT_TRUE(host().isDirectory("/sys/block/sdb"));
     EXPECT_EQ(host().readLink("/sys/block/sdb/device", text), 0);
     EXPECT_EQ(text, "../../../2:0:0:1");
-    EXPECT_EQ(host().appendFile("/sys/block/sdb/device/state", "offline\n").openError, 0);
+    EXPECT_EQ(host().appendFile("/sys/block/sdb/device/state", "offline\n", {}).openError, 0);
     EXPECT_EQ(
         journal.lines(),
         Lines{R"({"effect":"append","path":"/sys/block/sdb/device/state","data":"offline\n"})"});
@@ -276,14 +281,13 @@ TEST_F(RecordedHostTest, FindsNothingBehindALinkToNowhere) {
     data.files["/plain"] = "";
     data.links["/through"] = "plain/x";
     data.links["/up"] = "nowhere/../plain";
-    std::string text;
     EXPECT_FALSE(host().pathExists("/a"));
-    EXPECT_EQ(host().readFile("/a", text), -ENOENT);
+    EXPECT_EQ(host().readFile("/a").openError, ENOENT);
     EXPECT_EQ(open("/a"), -ENOENT);
     EXPECT_EQ(host().writeAccess("/a"), -ENOENT);
-    EXPECT_EQ(host().readFile("/through", text), -ENOTDIR);
-    EXPECT_EQ(host().readFile("/plain/", text), -ENOTDIR);
-    EXPECT_EQ(host().readFile("/up", text), -ENOENT);
+    EXPECT_EQ(host().readFile("/through").openError, ENOTDIR);
+    EXPECT_EQ(host().readFile("/plain/").openError, ENOTDIR);
+    EXPECT_EQ(host().readFile("/up").openError, ENOENT);
     EXPECT_EQ(journal.lines(), Lines{});
 }
 
@@ -294,12 +298,11 @@ TEST_F(RecordedHostTest, FollowsFortyLinksAndNoMore) {
     }
     data.links["/itself"] = "itself";
     std::string text;
-    EXPECT_EQ(host().readFile("/l40", text), 0);
-    EXPECT_EQ(text, "end");
-    EXPECT_EQ(host().readFile("/l41", text), -ELOOP);
+    EXPECT_EQ(host().readFile("/l40").content, "end");
+    EXPECT_EQ(host().readFile("/l41").openError, ELOOP);
     EXPECT_EQ(open("/itself"), -ELOOP);
     EXPECT_FALSE(host().pathExists("/itself"));
-    EXPECT_EQ(host().appendFile("/itself", "x").openError, ELOOP);
+    EXPECT_EQ(host().appendFile("/itself", "x", {}).openError, ELOOP);
     EXPECT_EQ(host().listDirectory("/itself").openError, ELOOP);
     EXPECT_EQ(host().readLink("/itself", text), 0);
     EXPECT_EQ(journal.lines(), Lines{});

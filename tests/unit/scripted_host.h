@@ -64,21 +64,23 @@ class ScriptedHost : private RecordedHostHolder, public host::ForwardingHost {
     std::function<void(const std::string& path, const std::string& text)> afterAppend =
         [](const std::string&, const std::string&) {};
 
-    int readFile(const std::string& path, std::string& content) override {
+    host::ReadResult readFile(const std::string& path) override {
         beforeRead(path);
         const auto changed = files.find(path);
         if (changed == files.end()) {
-            return ForwardingHost::readFile(path, content);
+            return ForwardingHost::readFile(path);
         }
-        content = changed->second;
-        return 0;
+        host::ReadResult result;
+        result.content = changed->second;
+        return result;
     }
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override {
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override {
         const auto told = appendResults.find(path);
         if (told != appendResults.end() && told->second.openError != 0) {
             return told->second;
         }
-        const host::AppendResult result = ForwardingHost::appendFile(path, text);
+        const host::AppendResult result = ForwardingHost::appendFile(path, text, beforeWrite);
         if (result.openError != 0) {
             return result;
         }

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "device_host.h"
+#include "scsi/opened_on.h"
 #include "trace_capture.h"
 
 namespace {
@@ -252,6 +253,95 @@ TEST(DeviceHandle, HostThatThrowsBecomesSixInBothModes) {
         EXPECT_EQ(trace.lines(), Texts{kUnhandled});
         EXPECT_EQ(handle.m_descriptor, -1);
     }
+}
+
+TEST(DeviceHandle, ConstructorHasNoLogToWriteTo) {
+    const DeviceHost host;
+    TraceCapture trace;
+    const test::ProcessTraceScope scope(trace.log());
+    CScsiDeviceData device = recordOf("/dev/sdx");
+    EXPECT_EQ(thrownBy([&] { CScsiDeviceHandle handle(device); }), 6);
+    EXPECT_EQ(trace.lines(), Texts{});
+}
+
+TEST(DeviceHandle, ClosesOnTheHostThatOpenedIt) {
+    DeviceHost outer(twoDisks());
+    CScsiDeviceData device = recordOf("/dev/sda");
+    auto ended = std::make_unique<CScsiDeviceHandle>(device);
+    CScsiDeviceHandle closed;
+    closed.open(device, false);
+    EXPECT_EQ(outer.openDescriptors(), 2U);
+    {
+        DeviceHost inner(twoDisks());
+        CScsiDeviceHandle opened(device);
+        // The same number as on the other host: closed there it would be the wrong device's.
+        EXPECT_EQ(opened.m_descriptor, ended->m_descriptor);
+        ended.reset();
+        closed.closeDevice(closed.m_descriptor);
+        EXPECT_EQ(inner.openDescriptors(), 1U);
+        EXPECT_EQ(inner.count("close /dev/sda"), 0U);
+    }
+    EXPECT_EQ(outer.openDescriptors(), 0U);
+}
+
+TEST(DeviceHandle, OpensAgainOnTheHostThatIsCurrentThen) {
+    DeviceHost outer(twoDisks());
+    CScsiDeviceData device = recordOf("/dev/sda");
+    CScsiDeviceHandle handle;
+    handle.closeDevice(handle.open(device, true));
+    {
+        DeviceHost inner(twoDisks());
+        EXPECT_GT(handle.open(device, true), 0);
+        EXPECT_EQ(inner.openDescriptors(), 1U);
+        handle.closeDevice(handle.m_descriptor);
+        EXPECT_EQ(inner.openDescriptors(), 0U);
+    }
+    EXPECT_EQ(outer.count("open /dev/sda O_RDWR|O_NONBLOCK"), 1U);
+}
+
+TEST(DeviceHandle, DescriptorOfAnotherMakingIsClosedOnTheCurrentHost) {
+    DeviceHost outer(twoDisks());
+    CScsiDeviceData device = recordOf("/dev/sda");
+    CScsiDeviceHandle handle;
+    handle.open(device, true);
+    handle.closeDevice(handle.m_descriptor);
+    DeviceHost inner(twoDisks());
+    handle.m_descriptor = inner.openDevice("/dev/sdb", host::OpenMode::kReadWriteNonBlocking);
+    handle.closeDevice(handle.m_descriptor);
+    EXPECT_EQ(inner.openDescriptors(), 0U);
+    EXPECT_EQ(outer.requests.size(), 2U);
+}
+
+TEST(DeviceHandle, NothingIsClosedWhereTheHostIsGone) {
+    DeviceHost outer(twoDisks());
+    CScsiDeviceData device = recordOf("/dev/sda");
+    CScsiDeviceHandle handle;
+    {
+        const DeviceHost inner(twoDisks());
+        handle.open(device, true);
+    }
+    EXPECT_EQ(thrownBy([&] { scsi::openedOn(handle); }), 6);
+    handle.closeDevice(handle.m_descriptor);
+    EXPECT_EQ(handle.m_descriptor, -1);
+    EXPECT_EQ(outer.requests, Texts{});
+    EXPECT_EQ(&scsi::openedOn(handle), &host::current());
+}
+
+TEST(DeviceHandle, EndSurvivesAHostThatThrows) {
+    DeviceHost host(twoDisks());
+    host.onClose = []() -> DeviceHost::Answer { throw std::bad_alloc(); };
+    CScsiDeviceData device = recordOf("/dev/sda");
+    { const CScsiDeviceHandle handle(device); }
+    EXPECT_EQ(host.openDescriptors(), 0U);
+}
+
+// A plug-in that was built before the host was remembered keeps its picture of the object.
+TEST(DeviceHandle, HostIsRememberedWhereTheObjectHadNoBytesInUse) {
+    struct Published : virtual qzfi_pdk_4_4::CFiTraceable {
+        std::string path;
+        int descriptor;
+    };
+    EXPECT_EQ(sizeof(CScsiDeviceHandle), sizeof(Published));
 }
 
 TEST(DeviceHandle, DeviceWithoutANameCannotBeOpened) {

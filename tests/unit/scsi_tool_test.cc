@@ -170,6 +170,53 @@ TEST(ScsiTool, FormerDataAreReplaced) {
     EXPECT_EQ(on.bytes(), Page::names().naa(counting(8)).data());
 }
 
+TEST(ScsiTool, FormerDataAreGoneAfterAFailure) {
+    ToolOnADisk on(wholeDisk());
+    EXPECT_EQ(on.ask(0x80, 0), 0U);
+    EXPECT_EQ(on.ask(0xC0, 0), 6U);
+    EXPECT_EQ(on.length, 0U);
+    EXPECT_EQ(on.data.get(), nullptr);
+    EXPECT_EQ(on.ask(0x80, 0), 0U);
+    on.host->onSend = [](host::CommandBuffer&) -> DeviceHost::Answer { throw std::bad_alloc(); };
+    EXPECT_EQ(on.ask(0x80, 0), 6U);
+    EXPECT_EQ(on.data.get(), nullptr);
+    CScsiDeviceData gone("/dev/sdx", "", "", 0, 0, 0, -1, "", "", "", 0);
+    CScsiDeviceHandle closed;
+    on.host->onSend = [](host::CommandBuffer&) { return DeviceHost::Answer(); };
+    EXPECT_EQ(on.ask(0x80, 0), 0U);
+    EXPECT_EQ(on.tool.GetModePageInfo(closed, gone, 0x80, on.length, 0, on.data), 6U);
+    EXPECT_EQ(on.length, 0U);
+    EXPECT_EQ(on.data.get(), nullptr);
+}
+
+TEST(ScsiTool, PageMayBeTheVariableThatGetsTheLength) {
+    ToolOnADisk on(wholeDisk());
+    on.length = 0x83;
+    EXPECT_EQ(on.tool.GetModePageInfo(on.handle, on.record, on.length, on.length, 0, on.data), 0U);
+    EXPECT_EQ(on.host->requests.back(), "send /dev/sda 12 01 83 00 fc 00");
+    EXPECT_EQ(on.bytes(), Page::names().naa(counting(8)).data());
+}
+
+TEST(ScsiTool, RequestsGoToTheHostThatOpenedTheHandle) {
+    ToolOnADisk on(wholeDisk());
+    EXPECT_EQ(on.ask(0, 0), 0U);
+    const DeviceHost other;
+    EXPECT_EQ(on.ask(0x80, 0), 0U);
+    EXPECT_EQ(on.tool.GetTargetLunPortInfo(on.handle, on.record), 0U);
+    EXPECT_EQ(on.host->requests.back(), "address /dev/sda");
+    EXPECT_EQ(other.requests, Texts{});
+}
+
+TEST(ScsiTool, HandleWhoseHostIsGoneGivesSix) {
+    ToolOnADisk on(wholeDisk());
+    EXPECT_EQ(on.ask(0, 0), 0U);
+    on.host.reset();
+    const DeviceHost other;
+    EXPECT_EQ(on.ask(0x80, 0), 6U);
+    EXPECT_EQ(thrownBy([&] { on.tool.GetTargetLunPortInfo(on.handle, on.record); }), 6);
+    EXPECT_EQ(other.requests, Texts{});
+}
+
 TEST(ScsiTool, RefusedRequestGivesSixAndNoData) {
     ToolOnADisk on(wholeDisk());
     EXPECT_EQ(on.ask(0xC0, 0), 6U);

@@ -125,6 +125,27 @@ TEST(InitiatorName, UnreadableFileGivesTwentySix) {
                      "[1] Error: failed to open file [/etc/iscsi/initiatorname.iscsi]"}));
 }
 
+TEST(InitiatorName, FileThatOpensAndCannotBeReadIsReadAsFarAsItGoes) {
+    RecordedHostData data = hostWithNameFile("InitiatorName=iqn.x\nInitiatorName=iq");
+    data.files[kNameFile].readError = EIO;
+    {
+        const ScriptedHost host(data);
+        CScsiTool tool;
+        std::string iqn = "unchanged";
+        EXPECT_EQ(tool.GetHostIQN(iqn), 0U);
+        EXPECT_EQ(iqn, "iqn.x");
+    }
+    data.files[kNameFile].content = "InitiatorName=iq";
+    const ScriptedHost host(data);
+    CScsiTool tool;
+    TraceCapture trace(1);
+    tool.registerTraceLog(trace.log());
+    std::string iqn = "unchanged";
+    EXPECT_EQ(tool.GetHostIQN(iqn), 0U);
+    EXPECT_EQ(iqn, "unchanged");
+    EXPECT_EQ(trace.lines(), Texts{});
+}
+
 TEST(InitiatorName, SuccessTracesTheEntryAlone) {
     const ScriptedHost host(hostWithNameFile("InitiatorName=iqn.x\n"));
     CScsiTool tool;

@@ -1,6 +1,8 @@
 #include "scsitool/kit/semaphore.h"
 
 #include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,10 +11,12 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "allocation_failure.h"
 #include "scsitool/host/forwarding_host.h"
 #include "scsitool/host/linux_host.h"
 #include "semaphore_key.h"
@@ -38,7 +42,7 @@ class SemaphoreHost : public host::ForwardingHost {
         char octal[16];
         std::snprintf(octal, sizeof octal, "0%o", static_cast<unsigned>(flags));
         asked.push_back("open " + std::to_string(key) + " " + std::to_string(count) + " " + octal);
-        return m_identifier;
+        return next(opens, m_identifier);
     }
     int operateSemaphore(int identifier,
                          const std::vector<SemaphoreOperation>& operations) override {
@@ -48,14 +52,31 @@ class SemaphoreHost : public host::ForwardingHost {
                     (operation.noWait ? " nowait" : "") + ")";
         }
         asked.push_back(line);
-        return m_operationResult;
+        return next(results, m_operationResult);
     }
     Lines asked;
+    /// What the coming calls give before the fixed results; the last one stays for good.
+    std::vector<int> opens;
+    std::vector<int> results;
 
   private:
+    static int next(std::vector<int>& answers, int otherwise) {
+        if (answers.empty()) {
+            return otherwise;
+        }
+        const int answer = answers.front();
+        if (answers.size() > 1) {
+            answers.erase(answers.begin());
+        }
+        return answer;
+    }
+
     int m_identifier;
     int m_operationResult;
 };
+
+constexpr char kTaken[] = "operate 42 (0 undo) (1 undo nowait)";
+constexpr char kGiven[] = "operate 42 (-1 undo nowait)";
 
 TEST(Semaphore, IsTakenInOneStepAndGivenBackInOne) {
     SemaphoreHost host(42);
@@ -96,9 +117,111 @@ TEST(Semaphore, WorkGoesOnWithoutOne) {
     const host::Scope scope(host);
     CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
     { const CFiSemaphoreLockFunction lock(semaphore); }
+    EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", "operate -1 (0 undo) (1 undo nowait)"}));
     EXPECT_EQ(semaphore.identifier(host), -1);
-    EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", "operate -1 (0 undo) (1 undo nowait)",
-                                 "operate -1 (-1 undo nowait)"}));
+}
+
+TEST(Semaphore, SetThatCouldNotBeOpenedIsTriedAgainByTheNextLock) {
+    SemaphoreHost host(-ENOSPC, -EINVAL);
+    const host::Scope scope(host);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    host.asked.clear();
+    host.opens = {42};
+    host.results = {0};
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", kTaken, kGiven, kTaken, kGiven}));
+}
+
+// The value may be another process's.
+TEST(Semaphore, WhatWasNotTakenIsNotGivenBack) {
+    for (const int error : {EACCES, ENOMEM, ENOSPC, ERANGE, EFBIG, E2BIG}) {
+        SemaphoreHost host(42, -error);
+        const host::Scope scope(host);
+        CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+        { const CFiSemaphoreLockFunction lock(semaphore); }
+        EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", kTaken})) << error;
+    }
+}
+
+TEST(Semaphore, RemovedSetIsOpenedAgain) {
+    for (const int error : {EINVAL, EIDRM}) {
+        SemaphoreHost host(42);
+        const host::Scope scope(host);
+        CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+        EXPECT_EQ(semaphore.identifier(host), 42);
+        host.asked.clear();
+        host.opens = {43};
+        host.results = {-error, 0};
+        { const CFiSemaphoreLockFunction lock(semaphore); }
+        EXPECT_EQ(host.asked,
+                  (Lines{kTaken, "open 1001 1 01666", "operate 43 (0 undo) (1 undo nowait)",
+                         "operate 43 (-1 undo nowait)"}))
+            << error;
+        EXPECT_EQ(semaphore.identifier(host), 43);
+    }
+}
+
+TEST(Semaphore, RemovedSetIsOpenedAgainOnceOnly) {
+    SemaphoreHost host(42, -EIDRM);
+    const host::Scope scope(host);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", kTaken, "open 1001 1 01666", kTaken}));
+}
+
+TEST(Semaphore, RemovedSetThatCannotBeOpenedAgainIsDoneWithout) {
+    SemaphoreHost host(42, -EINVAL);
+    const host::Scope scope(host);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    EXPECT_EQ(semaphore.identifier(host), 42);
+    host.opens = {-EACCES};
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    EXPECT_EQ(host.asked.back(), "operate -1 (0 undo) (1 undo nowait)");
+    EXPECT_EQ(semaphore.identifier(host), -1);
+}
+
+TEST(Semaphore, SetThatAnotherThreadHasOpenedAgainIsNotOpenedOnceMore) {
+    SemaphoreHost host(42);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    EXPECT_EQ(semaphore.identifier(host), 42);
+    host.opens = {43};
+    EXPECT_EQ(semaphore.identifier(host, 42), 43);
+    host.opens = {44};
+    EXPECT_EQ(semaphore.identifier(host, 42), 43);
+    EXPECT_EQ(host.asked.size(), 2U);
+}
+
+/// Has no memory for any operation on its semaphores, or for none behind the first.
+class ExhaustedHost : public SemaphoreHost {
+  public:
+    explicit ExhaustedHost(int operationsLeft)
+        : SemaphoreHost(42), m_operationsLeft(operationsLeft) {}
+    int operateSemaphore(int identifier,
+                         const std::vector<SemaphoreOperation>& operations) override {
+        if (m_operationsLeft-- == 0) {
+            throw std::bad_alloc();
+        }
+        return SemaphoreHost::operateSemaphore(identifier, operations);
+    }
+
+  private:
+    int m_operationsLeft;
+};
+
+TEST(Semaphore, HostThatThrowsIsDoneWithout) {
+    for (const int operationsLeft : {0, 1}) {
+        ExhaustedHost host(operationsLeft);
+        const host::Scope scope(host);
+        CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+        bool worked = false;
+        {
+            const CFiSemaphoreLockFunction lock(semaphore);
+            worked = true;
+        }
+        EXPECT_TRUE(worked) << operationsLeft;
+    }
 }
 
 TEST(Semaphore, LockIsGivenBackOnTheHostItWasTakenOn) {
@@ -184,6 +307,65 @@ TEST(Semaphore, KilledHolderReleasesTheLock) {
     holder.kill();
     waiting.join();
     EXPECT_EQ(tryToTake(identifier), 0);
+}
+
+TEST(Semaphore, SetThatIsRemovedMeanwhileIsMadeAgain) {
+    const test::SemaphoreKey key;
+    CFiSemaphoreLinux semaphore(key.get(), 1, kRescanFlags);
+    const int former = semaphore.identifier(host::linuxHost());
+    ASSERT_EQ(::semctl(former, 0, IPC_RMID), 0);
+    const CFiSemaphoreLockFunction lock(semaphore);
+    const int identifier = semaphore.identifier(host::linuxHost());
+    EXPECT_NE(identifier, former);
+    EXPECT_EQ(tryToTake(identifier), -EAGAIN);
+}
+
+TEST(Semaphore, SetThatIsRemovedUnderAWaitIsMadeAgain) {
+    const test::SemaphoreKey key;
+    CFiSemaphoreLinux semaphore(key.get(), 1, kRescanFlags);
+    const int former = semaphore.identifier(host::linuxHost());
+    Holder holder(key.get());
+    ASSERT_TRUE(holder.holds());
+    std::thread waiting([&semaphore] { const CFiSemaphoreLockFunction lock(semaphore); });
+    while (::semctl(former, 0, GETZCNT) == 0) {
+        std::this_thread::yield();
+    }
+    ASSERT_EQ(::semctl(former, 0, IPC_RMID), 0);
+    waiting.join();
+    const int identifier = semaphore.identifier(host::linuxHost());
+    EXPECT_NE(identifier, former);
+    EXPECT_EQ(tryToTake(identifier), 0);
+}
+
+TEST(Semaphore, IsTakenAndGivenBackWithoutAnAllocation) {
+    const test::SemaphoreKey key;
+    CFiSemaphoreLinux semaphore(key.get(), 1, kRescanFlags);
+    const int identifier = semaphore.identifier(host::linuxHost());
+    bool happened = false;
+    int whileHeld = 0;
+    {
+        const test::AllocationFailure failure(0);
+        {
+            const CFiSemaphoreLockFunction lock(semaphore);
+            whileHeld = ::semctl(identifier, 0, GETVAL);
+        }
+        happened = failure.happened();
+    }
+    EXPECT_FALSE(happened);
+    EXPECT_EQ(whileHeld, 1);
+    EXPECT_EQ(::semctl(identifier, 0, GETVAL), 0);
+}
+
+TEST(Semaphore, IsOpenedThoughItCannotBeRemembered) {
+    const test::SemaphoreKey key;
+    CFiSemaphoreLinux semaphore(key.get(), 1, kRescanFlags);
+    int identifier = -1;
+    {
+        const test::AllocationFailure failure(0);
+        identifier = semaphore.identifier(host::linuxHost());
+    }
+    EXPECT_GE(identifier, 0);
+    EXPECT_EQ(semaphore.identifier(host::linuxHost()), identifier);
 }
 
 TEST(Semaphore, SerialisesThreads) {

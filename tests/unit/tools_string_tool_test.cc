@@ -109,7 +109,12 @@ TEST(StringTool, RtrimKeepsNulBeforeTheTrailingRun) {
 TEST(StringTool, LtrimEndsAtTheFirstNulBehindTheRun) {
     EXPECT_EQ(CStringTool::ltrim("  a\0b"s, ' '), "a"s);
     EXPECT_EQ(CStringTool::ltrim("  \0b"s, ' '), ""s);
+}
+
+TEST(StringTool, LtrimEndsAtTheFirstNulAlsoWithoutARun) {
     EXPECT_EQ(CStringTool::ltrim("a\0b"s, ' '), "a"s);
+    EXPECT_EQ(CStringTool::ltrim("\0b"s, ' '), ""s);
+    EXPECT_EQ(CStringTool::ltrim("a \0 b"s, ' '), "a "s);
 }
 
 TEST(StringTool, TrimOfNulsStaysInsideTheString) {

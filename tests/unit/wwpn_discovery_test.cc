@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <new>
 #include <string>
 #include <vector>
@@ -103,8 +104,55 @@ TEST(PortNames, DriverLineIsSplitAtItsEqualsSigns) {
     EXPECT_EQ(namesOn(driverHost({"a-adapter-port = 21; \t\r\n"})), Texts{"21"});
     EXPECT_EQ(namesOn(driverHost({"a-adapter-port==21=22;\n"})), Texts{"21"});
     EXPECT_EQ(namesOn(driverHost({"a-adapter-port= ;\n"})), Texts{""});
-    EXPECT_EQ(namesOn(driverHost({"a-adapter-port=\n"})), Texts{""});
     EXPECT_EQ(namesOn(driverHost({"a-adapter-port="})), Texts{});
+}
+
+TEST(PortNames, DriverLineIsTrimmedBeforeItIsSplit) {
+    for (const char* const end : {"\n", " \n", "\r\n", "\t \r\n"}) {
+        EXPECT_EQ(namesOn(driverHost({std::string("a-adapter-port=") + end})), Texts{});
+    }
+    EXPECT_EQ(namesOn(driverHost({" \t=a-adapter-port=21;\n"})), Texts{"21"});
+    EXPECT_EQ(namesOn(driverHost({" \t a-adapter-port=21;\n"})), Texts{"21"});
+}
+
+TEST(PortNames, LinesOfADriverFileInFrontOfAReadErrorCount) {
+    RecordedHostData data =
+        driverHost({"a-adapter-port=1;\nrest", "x\nb-adapter-port=2", "c-adapter-port=3;\n"});
+    for (const char* const file : {"0", "1"}) {
+        data.files[std::string("/proc/scsi/qla2xxx/") + file].readError = EIO;
+    }
+    const ScriptedHost host(data);
+    WWPN wwpn;
+    TraceCapture trace;
+    wwpn.registerTraceLog(trace.log());
+    EXPECT_EQ(wwpn.getWWPN(), (Texts{"1", "3"}));
+    EXPECT_EQ(trace.lines(),
+              (Texts{"[3] Entering fuction getWWPN", "[3] Reading file /proc/scsi/qla2xxx/0",
+                     "[3] Reading file /proc/scsi/qla2xxx/1",
+                     "[3] Reading file /proc/scsi/qla2xxx/2", "[3] Exiting fuction getWWPN"}));
+}
+
+TEST(PortNames, PortNameFileThatOpensAndCannotBeReadIsNoFailedOpen) {
+    RecordedHostData data = fcHosts({"host5", "host6"});
+    data.files["/sys/class/fc_host/host5/port_name"] = "0x5\n0x";
+    data.files["/sys/class/fc_host/host5/port_name"].readError = EIO;
+    data.files["/sys/class/fc_host/host6/port_name"] = "0x6\n";
+    const ScriptedHost host(data);
+    WWPN wwpn;
+    TraceCapture trace(1);
+    wwpn.registerTraceLog(trace.log());
+    EXPECT_EQ(wwpn.getWWPN(), (Texts{"0x5@@host5", "0x6@@host6"}));
+    EXPECT_EQ(trace.lines().size(), 3U);  // the three driver directories
+}
+
+TEST(PortNames, OlderLayoutIsForAFileThatDidNotOpen) {
+    RecordedHostData data = scsiHosts({"host0"});
+    data.files["/sys/class/scsi_host/host0/device/fc_host/host0/port_name"].readError = EIO;
+    data.files["/sys/class/scsi_host/host0/device/fc_host:host0/port_name"] = "0xb\n";
+    EXPECT_EQ(namesOn(data), Texts{});
+    data.files["/sys/class/scsi_host/host0/device/fc_host/host0/port_name"].readError = 0;
+    data.files["/sys/class/scsi_host/host0/device/fc_host/host0/port_name"].error = EACCES;
+    EXPECT_EQ(namesOn(data), Texts{"0xb@@host0"});
 }
 
 TEST(PortNames, DriverFileWithoutAPortLineContributesNothing) {

@@ -23,7 +23,7 @@ class SCSITOOL_EXPORT ReadForwardingHost : public Host {
     int addressWords(int descriptor, AddressWords& words) override;
     int sgIo(int descriptor, SgIoRequest& request) override;
     int deviceSize(int descriptor, std::uint64_t& bytes) override;
-    int readFile(const std::string& path, std::string& content) override;
+    ReadResult readFile(const std::string& path) override;
     bool pathExists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
     DirectoryListing listDirectory(const std::string& path) override;
@@ -49,7 +49,8 @@ class SCSITOOL_EXPORT ForwardingHost : public ReadForwardingHost {
     /// The inner host must outlive this one.
     explicit ForwardingHost(Host& inner) : ReadForwardingHost(inner) {}
 
-    AppendResult appendFile(const std::string& path, const std::string& text) override;
+    AppendResult appendFile(const std::string& path, const std::string& text,
+                            const BeforeWrite& beforeWrite) override;
     CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int runShell(const std::string& line) override;
     void sleepSeconds(unsigned seconds) override;

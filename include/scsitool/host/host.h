@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,22 @@ struct SgIoRequest {
     std::uint8_t status = 0;          ///< on return: the SCSI status byte
 };
 
+/// What reading a file came to. A file that opens and then refuses a read has only `readError`, and
+/// what was read until then stands in `content`: the lines in it count, the file did open.
+struct ReadResult {
+    int openError = 0;  ///< errno of the open, 0 when it opened
+    int readError = 0;  ///< errno of the read that ended it early, else 0
+    std::string content;
+
+    /// The errno that stands against having the whole file; 0 when it is all there.
+    int error() const { return openError != 0 ? openError : readError; }
+};
+
+/// What an append calls once the file is open and nothing is written yet. A trace line that names
+/// the effect stands before it then: a kernel that hangs in the write leaves the line. Empty when
+/// there is nothing to call; must not throw.
+using BeforeWrite = std::function<void()>;
+
 /// What an append to a file came to. A file that opens and then refuses the text has only
 /// `writeError`: the callers that talk to the kernel's SCSI table look at the open alone.
 struct AppendResult {
@@ -104,9 +121,9 @@ class SCSITOOL_EXPORT Host {
     Host& operator=(const Host&) = delete;
     virtual ~Host();
 
-    /// A number that no other Host object of this process ever had. What a host handed out (a
-    /// semaphore identifier) is kept under it and never taken to another host.
-    std::uint64_t instance() const noexcept { return m_instance; }
+    /// A number that no other Host object of this process ever had, never 0. What a host handed out
+    /// (a descriptor, a semaphore identifier) is kept under it and never taken to another host.
+    std::uint32_t instance() const noexcept { return m_instance; }
 
     /// Opens a device node and gives its descriptor, or a negated errno.
     virtual int openDevice(const std::string& path, OpenMode mode) = 0;
@@ -125,12 +142,14 @@ class SCSITOOL_EXPORT Host {
     /// Asks for the size of a block device in bytes (BLKGETSIZE64).
     virtual int deviceSize(int descriptor, std::uint64_t& bytes) = 0;
 
-    /// Reads a file whole (of at most 64 MiB, a larger one is EFBIG). A directory is EISDIR and
-    /// whatever else is no file, a FIFO or a device node, EINVAL.
-    virtual int readFile(const std::string& path, std::string& content) = 0;
+    /// Reads a file whole; the read that goes beyond 64 MiB fails with EFBIG. A directory does not
+    /// open (EISDIR), and neither does whatever else is no file, a FIFO or a device node (EINVAL).
+    virtual ReadResult readFile(const std::string& path) = 0;
     /// Appends text to a file that exists, with one write. An effect on the host. What is no file
-    /// does not open, as in `readFile`.
-    virtual AppendResult appendFile(const std::string& path, const std::string& text) = 0;
+    /// does not open, as in `readFile`. `beforeWrite` is called between the open and the write;
+    /// of a file that does not open it hears nothing.
+    virtual AppendResult appendFile(const std::string& path, const std::string& text,
+                                    const BeforeWrite& beforeWrite = {}) = 0;
     /// Tells whether a path exists (links are followed).
     virtual bool pathExists(const std::string& path) = 0;
     /// Tells whether a path is a directory (links are followed).
@@ -173,12 +192,16 @@ class SCSITOOL_EXPORT Host {
     virtual void sleepSeconds(unsigned seconds) = 0;
 
   private:
-    const std::uint64_t m_instance;
+    const std::uint32_t m_instance;
 };
 
 /// The host that this thread's calls go to: the Linux host, unless a Scope has put another in its
 /// place.
 SCSITOOL_EXPORT Host& current();
+
+/// The host that has this number (`Host::instance`), null when it is gone. Safe for any number of
+/// threads, as long as nobody destroys the host that another thread is given.
+SCSITOOL_EXPORT Host* hostOf(std::uint32_t instance);
 
 /// Puts a host in place for the calling thread and restores the former one at its end. Scopes of
 /// one thread nest; a new thread starts with the Linux host. The host must outlive the scope.

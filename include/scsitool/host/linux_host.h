@@ -20,8 +20,9 @@ class SCSITOOL_EXPORT LinuxHost : public Host {
     int addressWords(int descriptor, AddressWords& words) override;
     int sgIo(int descriptor, SgIoRequest& request) override;
     int deviceSize(int descriptor, std::uint64_t& bytes) override;
-    int readFile(const std::string& path, std::string& content) override;
-    AppendResult appendFile(const std::string& path, const std::string& text) override;
+    ReadResult readFile(const std::string& path) override;
+    AppendResult appendFile(const std::string& path, const std::string& text,
+                            const BeforeWrite& beforeWrite) override;
     bool pathExists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
     DirectoryListing listDirectory(const std::string& path) override;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "scsitool/host/export.h"
+#include "scsitool/host/host.h"
 
 /// Files of the program's own: what it was told to read or to write on its command line. They are
 /// no part of the host that it works on, so no `Host` is asked for them, and a `LiveHostRefusal`
@@ -11,8 +12,8 @@
 namespace host {
 
 /// Reads a file that the program was told to read (a recorded host, mailed pages), of at most 64
-/// MiB: 0 or a negated errno, as `Host::readFile` gives it. `content` is replaced.
-SCSITOOL_EXPORT int readInputFile(const std::string& path, std::string& content);
+/// MiB, with the result of `Host::readFile`.
+SCSITOOL_EXPORT ReadResult readInputFile(const std::string& path);
 
 /// Tells whether two paths lead to one file on disk, under whatever names and links. Of files that
 /// are not there yet it tells whether opening both for writing would make one. What is no file (a

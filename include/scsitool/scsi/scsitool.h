@@ -33,7 +33,8 @@ class SCSITOOL_EXPORT CScsiTool : public CScsiToolBase {
 
     /// Reads the host's iSCSI name (RFC 7143) from /etc/iscsi/initiatorname.iscsi into `iqn`.
     /// Gives 0 (also when the file names none: `iqn` is then unchanged), 6 without
-    /// /sbin/iscsiadm, 26 when the file cannot be read.
+    /// /sbin/iscsiadm, 26 when the file cannot be opened; of a file whose read fails the lines read
+    /// by then count.
     unsigned GetHostIQN(std::string& iqn);
     /// Discovers the targets behind a portal ("address" or "address:port"). Runs /sbin/iscsiadm
     /// once, for at most 600 seconds, and pauses 5 seconds when it failed. Always gives 0: the

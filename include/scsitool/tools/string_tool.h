@@ -26,7 +26,8 @@ class SCSITOOL_EXPORT CStringTool {
     /// A copy whose letters (of the current locale) are lower-case.
     static std::wstring tostrlower(const std::wstring& s);
 
-    /// Removes the leading run of `c`. What remains is read as a C text: it ends at its first NUL.
+    /// Removes the leading run of `c`. What remains is read as a C text: it ends at its first NUL,
+    /// also when there was no such run.
     static std::string ltrim(const std::string& s, char c);
     /// Removes the trailing run of `c`. NULs before that run are kept.
     static std::string rtrim(const std::string& s, char c);

@@ -13,8 +13,9 @@
 
 /// The library's main entry point: finds the host's SCSI disks and computes for each a Unique
 /// Device ID. It works on the host that is current on the calling thread. The factory takes no
-/// lock of its own: one factory is used by one thread at a time. Whatever a generator makes of a
-/// device, an enumeration goes on with the next one.
+/// lock of its own: one factory is used by one thread at a time. A generator that fails with a
+/// CUdidGeneratorException never ends an enumeration; any other exception of a generator passes to
+/// the caller. An argument may refer into what the factory holds.
 class SCSITOOL_EXPORT CUDIDFactory : public qzfi_pdk_4_4::CFiTraceable {
   public:
     /// Creates the generators in the order in which they are asked, the most specific first.

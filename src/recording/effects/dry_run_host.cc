@@ -4,10 +4,14 @@
 
 namespace recording {
 
-host::AppendResult DryRunHost::appendFile(const std::string& path, const std::string& text) {
+host::AppendResult DryRunHost::appendFile(const std::string& path, const std::string& text,
+                                          const host::BeforeWrite& beforeWrite) {
     host::AppendResult result;
     result.openError = forecastAppend(inner(), path);
     if (result.openError == 0) {
+        if (beforeWrite) {
+            beforeWrite();
+        }
         m_journal.addAppend(path, text);
     }
     return result;

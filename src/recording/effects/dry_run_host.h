@@ -21,7 +21,8 @@ class DryRunHost : public host::ReadForwardingHost {
     DryRunHost(host::Host& inner, Journal& journal)
         : ReadForwardingHost(inner), m_journal(journal) {}
 
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int runShell(const std::string& line) override;
     void sleepSeconds(unsigned seconds) override;

@@ -1,20 +1,15 @@
 #include "recording/effects/journaling_host.h"
 
-#include "recording/effects/append_forecast.h"
-
 namespace recording {
 
-host::AppendResult JournalingHost::appendFile(const std::string& path, const std::string& text) {
-    const bool isExpected = forecastAppend(inner(), path) == 0;
-    if (isExpected) {
+host::AppendResult JournalingHost::appendFile(const std::string& path, const std::string& text,
+                                              const host::BeforeWrite& beforeWrite) {
+    return inner().appendFile(path, text, [&] {
         m_journal.addAppend(path, text);
-    }
-    const host::AppendResult result = inner().appendFile(path, text);
-    // The file may have come, or its rights, since they were looked at.
-    if (!isExpected && result.openError == 0) {
-        m_journal.addAppend(path, text);
-    }
-    return result;
+        if (beforeWrite) {
+            beforeWrite();
+        }
+    });
 }
 
 host::CommandResult JournalingHost::runCommand(const std::string& command, int timeoutSeconds) {

@@ -9,9 +9,8 @@
 namespace recording {
 
 /// Journals every effect and carries it out: what a live host's journal is made by. The line is
-/// written first, so that it is there when the effect takes the machine down. An append whose file
-/// does not open is no effect and leaves no line; where the rights say that it will open and the
-/// kernel then refuses it all the same (a security module), the line stands.
+/// written first, so that it is there when the effect takes the machine down: that of an append
+/// once its file is open. An append whose file does not open is no effect and leaves no line.
 ///
 /// A command that only reads is passed on and not journaled: it is no effect.
 class JournalingHost : public host::ReadForwardingHost {
@@ -20,7 +19,8 @@ class JournalingHost : public host::ReadForwardingHost {
     JournalingHost(host::Host& inner, Journal& journal)
         : ReadForwardingHost(inner), m_journal(journal) {}
 
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override;
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override;
     int runShell(const std::string& line) override;
     void sleepSeconds(unsigned seconds) override;

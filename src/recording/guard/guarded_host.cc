@@ -61,14 +61,15 @@ class GuardedHost::Case {
     std::optional<guard::Judgement> m_judgement;
 };
 
-host::AppendResult GuardedHost::appendFile(const std::string& path, const std::string& text) {
+host::AppendResult GuardedHost::appendFile(const std::string& path, const std::string& text,
+                                           const host::BeforeWrite& beforeWrite) {
     const Case effect(*this, guard::targetsOfAppend(path, text));
     if (effect.isRefused()) {
         host::AppendResult refused;
         refused.openError = EBUSY;
         return refused;
     }
-    return m_inner.appendFile(path, text);
+    return m_inner.appendFile(path, text, beforeWrite);
 }
 
 host::CommandResult GuardedHost::runCommand(const std::string& command, int timeoutSeconds) {
@@ -111,8 +112,8 @@ int GuardedHost::deviceSize(int descriptor, std::uint64_t& bytes) {
     return m_inner.deviceSize(descriptor, bytes);
 }
 
-int GuardedHost::readFile(const std::string& path, std::string& content) {
-    return m_inner.readFile(path, content);
+host::ReadResult GuardedHost::readFile(const std::string& path) {
+    return m_inner.readFile(path);
 }
 
 bool GuardedHost::pathExists(const std::string& path) {

@@ -56,8 +56,9 @@ class GuardedHost : public host::Host {
     int addressWords(int descriptor, host::AddressWords& words) override;
     int sgIo(int descriptor, host::SgIoRequest& request) override;
     int deviceSize(int descriptor, std::uint64_t& bytes) override;
-    int readFile(const std::string& path, std::string& content) override;
-    host::AppendResult appendFile(const std::string& path, const std::string& text) override;
+    host::ReadResult readFile(const std::string& path) override;
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override;
     bool pathExists(const std::string& path) override;
     bool isDirectory(const std::string& path) override;
     host::DirectoryListing listDirectory(const std::string& path) override;

@@ -212,23 +212,26 @@ int RecordedHost::deviceSize(int descriptor, std::uint64_t& bytes) {
     return 0;
 }
 
-int RecordedHost::readFile(const std::string& path, std::string& content) {
-    content.clear();
+host::ReadResult RecordedHost::readFile(const std::string& path) {
+    host::ReadResult result;
     const RecordedTree::Entry entry = m_tree.find(path);
-    if (entry.file == nullptr) {
-        return -whyNoFile(entry);
+    result.openError = entry.file == nullptr ? whyNoFile(entry) : entry.file->error;
+    if (result.openError == 0) {
+        result.readError = entry.file->readError;
+        result.content = entry.file->content;
     }
-    if (entry.file->error == 0) {
-        content = entry.file->content;
-    }
-    return -entry.file->error;
+    return result;
 }
 
-host::AppendResult RecordedHost::appendFile(const std::string& path, const std::string& text) {
+host::AppendResult RecordedHost::appendFile(const std::string& path, const std::string& text,
+                                            const host::BeforeWrite& beforeWrite) {
     host::AppendResult result;
     const RecordedTree::Entry entry = m_tree.find(path);
     result.openError = entry.file == nullptr ? whyNoFile(entry) : entry.file->error;
     if (result.openError == 0) {
+        if (beforeWrite) {
+            beforeWrite();
+        }
         m_journal.addAppend(path, text);
     }
     return result;

@@ -14,7 +14,8 @@ namespace recording {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A file's content, or the errno that every open of it ends in.
+/// A file's content, or the errno that every open of it ends in. With `readError` every read ends
+/// in that errno behind the content.
 struct RecordedFile {
     RecordedFile() = default;
     RecordedFile(std::string text) : content(std::move(text)) {}
@@ -22,6 +23,7 @@ struct RecordedFile {
 
     std::string content;
     int error = 0;
+    int readError = 0;
 };
 
 /// An INQUIRY response, or the errno that the request ended in when the device refused it.

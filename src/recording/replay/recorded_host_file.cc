@@ -16,14 +16,43 @@ constexpr const char* kFormat = "scsitool-host/1";
 constexpr std::size_t kLargestText = std::size_t{64} << 20;
 constexpr std::size_t kLongestTarget = 4095;  // PATH_MAX without its NUL
 
+// A file whose read fails behind what is recorded: {"text" or "hex": ..., "read_errno": N}.
+RecordedFile readBrokenFile(const JsonNode& node) {
+    RecordedFile file;
+    int contents = 0;
+    node.forEachMember([&](const JsonNode& member) {
+        if (member.step() == "read_errno") {
+            file.readError = readErrno(member);
+        } else if (member.step() == "text") {
+            file.content = readText(member);
+            ++contents;
+        } else if (member.step() == "hex") {
+            const Bytes bytes = readHex(member);
+            file.content.assign(bytes.begin(), bytes.end());
+            ++contents;
+        } else {
+            refuseMember(member, "text, hex, read_errno, comment");
+        }
+    });
+    if (contents > 1) {
+        node.refuse("one of text and hex", "both");
+    }
+    return file;
+}
+
 RecordedFile readFile(const JsonNode& node) {
     RecordedFile file;
+    if (node.value().is_object() && node.value().contains("read_errno")) {
+        return readBrokenFile(node);
+    }
     if (node.value().is_object() && node.value().contains("errno")) {
         file.error = readOnlyErrno(node);
     } else if (node.value().is_object() || node.value().is_string()) {
         file.content = readRawText(node);
     } else {
-        node.refuse("a string, {\"hex\": \"...\"} or {\"errno\": N}");
+        node.refuse(
+            "a string, {\"hex\": \"...\"}, {\"errno\": N} or {\"text\": \"...\", \"read_errno\": "
+            "N}");
     }
     return file;
 }
@@ -172,13 +201,12 @@ RecordedHostData parseRecordedHost(const std::string& text, const std::string& n
 }
 
 RecordedHostData loadRecordedHost(const std::string& path) {
-    std::string text;
-    const int error = host::readInputFile(path, text);
-    if (error < 0) {
-        throw RecordedHostError(printable(path, 4096) +
-                                ": cannot be read: " + std::generic_category().message(-error));
+    const host::ReadResult read = host::readInputFile(path);
+    if (read.error() != 0) {
+        throw RecordedHostError(printable(path, 4096) + ": cannot be read: " +
+                                std::generic_category().message(read.error()));
     }
-    return parseRecordedHost(text, path);
+    return parseRecordedHost(read.content, path);
 }
 
 }  // namespace recording

@@ -28,13 +28,12 @@ void Evidence::fail(const std::string& path, int error, Need need) {
 }
 
 std::optional<std::string> Evidence::file(const std::string& path, Need need) {
-    std::string content;
-    const int error = m_host.readFile(path, content);
-    if (error < 0) {
-        fail(path, error, need);
+    host::ReadResult read = m_host.readFile(path);
+    if (read.error() != 0) {
+        fail(path, read.error(), need);
         return std::nullopt;
     }
-    return content;
+    return std::move(read.content);
 }
 
 std::optional<Evidence::Names> Evidence::list(const std::string& path, Need need) {

@@ -28,22 +28,22 @@ std::vector<std::string> Processes::others() {
 }
 
 bool Processes::isGone(const std::string& process) {
-    std::string stat;
-    const int error = m_evidence.host().readFile(kProc + process + "/stat", stat);
-    return error == -ENOENT || error == -ESRCH || (error == 0 && isEnded(stat));
+    const host::ReadResult stat = m_evidence.host().readFile(kProc + process + "/stat");
+    const int error = stat.error();
+    return error == ENOENT || error == ESRCH || (error == 0 && isEnded(stat.content));
 }
 
 std::optional<std::string> Processes::fileOf(const std::string& process, const std::string& name) {
     const std::string path = kProc + process + "/" + name;
-    std::string content;
-    const int error = m_evidence.host().readFile(path, content);
-    if (error < 0) {
+    host::ReadResult read = m_evidence.host().readFile(path);
+    const int error = read.error();
+    if (error != 0) {
         if (!isMissing(error) && !isGone(process)) {
             m_evidence.fail(path, error, Need::kMustExist);
         }
         return std::nullopt;
     }
-    return content;
+    return std::move(read.content);
 }
 
 void Processes::addMountsOf(const std::string& process) {

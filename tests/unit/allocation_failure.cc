@@ -1,0 +1,94 @@
+#include "allocation_failure.h"
+
+#include <cstdlib>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define HAS_OWN_ALLOCATIONS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HAS_OWN_ALLOCATIONS 1
+#endif
+#endif
+
+namespace test {
+namespace {
+
+constexpr long kNever = -1;
+
+thread_local long allocationsLeft = kNever;
+thread_local bool hasFailed = false;
+thread_local long living = 0;
+
+}  // namespace
+
+AllocationFailure::AllocationFailure(std::size_t before) {
+    hasFailed = false;
+    allocationsLeft = static_cast<long>(before);
+}
+
+AllocationFailure::~AllocationFailure() {
+    allocationsLeft = kNever;
+}
+
+bool AllocationFailure::happened() const {
+    return hasFailed;
+}
+
+long livingAllocations() {
+    return living;
+}
+
+#ifdef HAS_OWN_ALLOCATIONS
+
+bool allocationsCanFail() {
+    return false;
+}
+
+}  // namespace test
+
+#else
+
+bool allocationsCanFail() {
+    return true;
+}
+
+static void* allocate(std::size_t size) {
+    if (allocationsLeft == 0) {
+        allocationsLeft = kNever;
+        hasFailed = true;
+        return nullptr;
+    }
+    if (allocationsLeft > 0) {
+        --allocationsLeft;
+    }
+    void* const block = std::malloc(size != 0 ? size : 1);
+    living += block != nullptr ? 1 : 0;
+    return block;
+}
+
+static void release(void* block) {
+    living -= block != nullptr ? 1 : 0;
+    std::free(block);
+}
+
+}  // namespace test
+
+// The C++ library's other forms (arrays, nothrow) come to these two.
+void* operator new(std::size_t size) {
+    void* const block = test::allocate(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    test::release(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    test::release(block);
+}
+
+#endif
