@@ -1,4 +1,5 @@
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -18,6 +19,9 @@ int main(int count, char** values) {
     // A reader that goes away is an error of the write, not a reason to stop in mid-removal.
     std::signal(SIGPIPE, SIG_IGN);
     host::handleInterruptions();
+    // The library prints that a directory cannot be read to the end, which belongs in no document.
+    // The streams of C++ keep the descriptor that they began with.
+    stdout = stderr;
     const std::vector<std::string> arguments(values + (count > 0 ? 1 : 0), values + count);
     return cli::run(arguments, std::cout, std::cerr, cli::askSurroundings(), host::linuxHost());
 }

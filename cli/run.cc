@@ -1,5 +1,6 @@
 #include "cli/run.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -80,11 +81,13 @@ class Run {
             }
             return executeCommand();
         } catch (const UsageError& error) {
-            return say(error.what(), kWrong);
+            return refuse(error.what(), kWrong);
         } catch (const recording::RecordedHostError& error) {
-            return say(error.what(), kWrong);
+            return refuse(error.what(), kWrong);
+        } catch (const OperationError& error) {
+            return refuse(error.what(), kFailed);
         } catch (const std::exception& error) {
-            return say(error.what(), kFailed);
+            return refuse(unforeseen(error), kFailed);
         }
     }
 
@@ -135,6 +138,13 @@ class Run {
             return failed("no UDID: " + error.getMessageId());
         } catch (int code) {
             return failed("the operation failed with code " + std::to_string(code));
+        } catch (const UsageError&) {
+            throw;
+        } catch (const recording::RecordedHostError&) {
+            throw;
+        } catch (const std::exception& error) {
+            // What was done until then still goes into the document.
+            return failed(unforeseen(error));
         }
     }
 
@@ -155,27 +165,51 @@ class Run {
     }
 
     int present(const Report& report, const HostStack& hosts) {
-        const int status = m_interruption != 0      ? kInterrupted + m_interruption
-                           : report.failure.empty() ? kDone
-                                                    : kFailed;
         const std::vector<std::string> journal = hosts.dryRunLines();
+        if (m_interruption != 0) {
+            return presentFailure(report, kInterrupted + m_interruption, journal);
+        }
+        if (!report.failure.empty()) {
+            return presentFailure(report, kFailed, journal);
+        }
+        const std::string text =
+            wantsDocument() ? document(report, kDone, journal) : readableText(report, journal);
+        return write(text) ? kDone : kFailed;
+    }
+
+    int presentFailure(const Report& report, int status, const std::vector<std::string>& journal) {
         std::string text;
-        if (m_request.options.json) {
-            const bool dry = m_request.options.dryRun && m_request.options.journalFile.empty();
-            text = documentText(report, m_arguments, status, dry, journal);
-        } else if (status == kDone || !report.remarks.empty()) {
+        if (wantsDocument()) {
+            text = document(report, status, journal);
+        } else if (!report.remarks.empty()) {
             text = readableText(report, journal);
         }
         for (const std::string& remark : report.remarks) {
             say(remark, status);
         }
-        if (status != kDone) {
-            say(report.failure, status);
-            // One line is enough: what the reader of the output missed is the lesser trouble.
-            m_out << text << std::flush;
-            return status;
-        }
-        return write(text) ? status : kFailed;
+        say(report.failure, status);
+        // One line is enough: what the reader of the output missed is the lesser trouble.
+        m_out << text << std::flush;
+        return status;
+    }
+
+    // Nothing was found, and mostly nothing was begun.
+    int refuse(const std::string& message, int status) {
+        return presentFailure(failed(message), status, {});
+    }
+
+    std::string document(const Report& report, int status,
+                         const std::vector<std::string>& journal) const {
+        const Options& options = m_request.options;
+        const bool dry = options.dryRun && options.journalFile.empty();
+        return documentText(report, m_arguments, status, dry, journal);
+    }
+
+    // Where the command line cannot be read, its words tell.
+    bool wantsDocument() const {
+        return m_request.options.json ||
+               (m_request.command == nullptr &&
+                std::find(m_arguments.begin(), m_arguments.end(), "--json") != m_arguments.end());
     }
 
     bool write(const std::string& text) {

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_BASE_FAILURE_H
 #define SCSITOOL_CLI_BASE_FAILURE_H
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -25,6 +26,10 @@ class UsageError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
+
+/// The line for an exception that nobody foresaw. Its own text alone ("stoi") says nothing to who
+/// reads it.
+std::string unforeseen(const std::exception& error);
 
 }  // namespace cli
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "recording/text/utf8.h"
 
@@ -38,10 +39,28 @@ CodePoint codePointAt(const std::string& text, std::size_t offset) {
     return {value, length};
 }
 
-// C1 controls are here because a terminal takes U+009B for the start of a control sequence.
+struct Range {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+// What a reader does not see and what turns the direction of writing: the characters of Unicode's
+// general category Cf (format), its separators of lines and paragraphs, the controls (a terminal
+// takes U+009B for the start of a sequence), the tags, and what fonts show as nothing.
+constexpr Range kSteering[] = {
+    {0x0000, 0x001F},   {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x034F, 0x034F},
+    {0x0600, 0x0605},   {0x061C, 0x061C},   {0x06DD, 0x06DD},   {0x070F, 0x070F},
+    {0x0890, 0x0891},   {0x08E2, 0x08E2},   {0x115F, 0x1160},   {0x17B4, 0x17B5},
+    {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},
+    {0x3164, 0x3164},   {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},
+    {0xFFF0, 0xFFFB},   {0x110BD, 0x110BD}, {0x110CD, 0x110CD}, {0x13430, 0x1343F},
+    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
+};
+
 bool steersTerminal(std::uint32_t value) {
-    return value < 0x20 || (value >= 0x7F && value < 0xA0) || value == 0x200E || value == 0x200F ||
-           (value >= 0x2028 && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
+    return std::any_of(std::begin(kSteering), std::end(kSteering), [value](const Range& range) {
+        return value >= range.first && value <= range.last;
+    });
 }
 
 std::string escape(std::uint32_t value) {
@@ -53,8 +72,9 @@ std::string escape(std::uint32_t value) {
         case '\t':
             return "\\t";
         default:
-            return value < 0x100 ? fmt::format("\\x{:02x}", value)
-                                 : fmt::format("\\u{:04x}", value);
+            return value < 0x100     ? fmt::format("\\x{:02x}", value)
+                   : value < 0x10000 ? fmt::format("\\u{:04x}", value)
+                                     : fmt::format("\\U{:08x}", value);
     }
 }
 

@@ -30,11 +30,15 @@ class Explain : public Command {
         CUDIDFactory factory;
         m_factoryOptions.apply(factory);
         context.traceInto(factory);
-        return m_pages.empty() ? explainDevice(factory, context) : explainPages(factory, context);
+        CLinuxDeviceDiscovery discovery;
+        context.traceInto(discovery);
+        return m_pages.empty() ? explainDevice(factory, discovery, context)
+                               : explainPages(factory, discovery, context);
     }
 
   private:
-    Report explainDevice(CUDIDFactory& factory, Context& context) {
+    Report explainDevice(CUDIDFactory& factory, CLinuxDeviceDiscovery& discovery,
+                         Context& context) {
         if (m_name.empty()) {
             throw UsageError(
                 "no device named; give NAME, or pages with --inhex PAGE=FILE, for instance "
@@ -42,7 +46,7 @@ class Explain : public Command {
         }
         Report report;
         report.data["explanations"] = Json::array();
-        const RecordList records = owned(factory.m_discovery.validateDevice(m_name));
+        const RecordList records = owned(discovery.validateDevice(m_name));
         for (const auto& record : records) {
             udid::Explanation explanation = udid::explain(factory, *record);
             if (record->m_pages.empty()) {
@@ -56,7 +60,7 @@ class Explain : public Command {
         return report;
     }
 
-    Report explainPages(CUDIDFactory& factory, Context& context) {
+    Report explainPages(CUDIDFactory& factory, CLinuxDeviceDiscovery& discovery, Context& context) {
         if (!context.isLive()) {
             throw UsageError("--inhex brings a host of its own; leave --host out");
         }
@@ -66,8 +70,7 @@ class Explain : public Command {
         const host::Scope scope(host);
         Report report;
         report.data["explanations"] = Json::array();
-        for (const auto& record :
-             owned(factory.m_discovery.validateDevice(MailedPages::deviceName()))) {
+        for (const auto& record : owned(discovery.validateDevice(MailedPages::deviceName()))) {
             udid::Explanation explanation = udid::explain(factory, *record);
             const std::vector<std::string> remarks = pages.remarks(*record);
             explanation.remarks.insert(explanation.remarks.end(), remarks.begin(), remarks.end());

@@ -78,13 +78,9 @@ class Iscsi : public Command {
 
     // These operations give 0 whatever came of their command; only its end tells.
     Report act(Context& context, const std::function<unsigned(CScsiTool&)>& operation) const {
-        CUDIDFactory factory;
-        CScsiTool& tool = factory.m_discovery.m_scsiTool;
+        ChangeWatch changes(context, m_changes);
+        CScsiTool tool;
         context.traceInto(tool);
-        if (m_changes) {
-            context.traceInto(factory);
-        }
-        ChangeWatch changes(factory, m_changes);
         Report report;
         report.data["result"] = operation(tool);
         addEffects(report, context);

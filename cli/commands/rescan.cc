@@ -22,10 +22,10 @@ class Rescan : public Command {
     Report run(Context& context) override {
         const std::string arguments = scriptArguments(m_words);
         m_force.apply(context);
-        CUDIDFactory factory;
-        context.traceInto(factory);
-        ChangeWatch changes(factory, m_changes);
-        const int result = factory.m_discovery.rescanScsiBus(false, arguments);
+        ChangeWatch changes(context, m_changes);
+        CLinuxDeviceDiscovery discovery;
+        context.traceInto(discovery);
+        const int result = discovery.rescanScsiBus(false, arguments);
         Report report;
         report.data["result"] = result;
         addEffects(report, context);

@@ -27,7 +27,7 @@ class Udid : public Command {
         report.data["udid"] = jsonText(udid);
         report.text = visible(udid) + "\n";
         if (udid.empty()) {
-            report.failure = factory.m_deviceMap.count(m_name) != 0
+            report.failure = factory.deviceMap().count(m_name) != 0
                                  ? m_name + ": the device has no UDID; 'scsitool explain " +
                                        m_name + "' says why"
                                  : whyNotFound(context, m_name);

@@ -43,8 +43,8 @@ struct Volume {
 // In the order of the first device; a device without a UDID is a volume of its own.
 std::vector<Volume> grouped(const DeviceMap& devices, const CUDIDFactory& factory) {
     std::map<std::string, const CScsiDeviceData*> records;
-    for (const CScsiDeviceData* record : factory.m_devices) {
-        records[record->m_deviceName] = record;
+    for (const auto& record : factory.records()) {
+        records[record->m_deviceName] = record.get();
     }
     std::vector<Volume> volumes;
     std::map<std::string, std::size_t> places;
@@ -120,6 +120,8 @@ class Volumes : public Command {
         CUDIDFactory factory;
         context.traceInto(factory);
         const DeviceMap devices = factory.enumerateDeviceMap(false, false, false, "", "");
+        CLinuxDeviceDiscovery discovery;
+        discovery.m_traceLog = context.traceLog;
         Report report;
         report.data["volumes"] = Json::array();
         Table table({{"UDID", false, true},
@@ -128,7 +130,7 @@ class Volumes : public Command {
                      {"DEVICES", false, true},
                      {"ADDRESSES", false, true}});
         for (Volume& volume : grouped(devices, factory)) {
-            measure(volume, factory.m_discovery);
+            measure(volume, discovery);
             if (!volume.isStorage()) {
                 continue;
             }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <set>
 
 #include "cli/base/text.h"
@@ -80,12 +81,20 @@ std::string changesText(const Changes& changes, const Layout& layout) {
     return table.str(layout);
 }
 
+ChangeWatch::ChangeWatch(const Context& context, bool wanted) {
+    if (wanted) {
+        m_factory.emplace();
+        context.traceInto(*m_factory);
+        m_before = enumerate();
+    }
+}
+
 DeviceMap ChangeWatch::enumerate() {
-    return m_wanted ? m_factory.enumerateDeviceMap(false, false, false, "", "") : DeviceMap();
+    return m_factory->enumerateDeviceMap(false, false, false, "", "");
 }
 
 void ChangeWatch::addTo(Report& report, const Context& context) {
-    if (m_wanted) {
+    if (m_factory) {
         const Changes changes = compareMaps(m_before, enumerate());
         report.data["changes"] = changesJson(changes);
         report.text += (report.text.empty() ? "" : "\n") + changesText(changes, context.layout);

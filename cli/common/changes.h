@@ -1,7 +1,7 @@
 #ifndef SCSITOOL_CLI_COMMON_CHANGES_H
 #define SCSITOOL_CLI_COMMON_CHANGES_H
 
-#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,19 +30,17 @@ Changes compareMaps(const DeviceMap& before, const DeviceMap& after);
 Json changesJson(const Changes& changes);
 std::string changesText(const Changes& changes, const Layout& layout);
 
-/// Enumerates before and after an operation and adds what changed to its report.
+/// Enumerates before and after an operation and adds what changed to its report; nothing of it
+/// happens unless it is wanted.
 class ChangeWatch {
   public:
-    ChangeWatch(CUDIDFactory& factory, bool wanted) : m_factory(factory), m_wanted(wanted) {
-        m_before = enumerate();
-    }
+    ChangeWatch(const Context& context, bool wanted);
     void addTo(Report& report, const Context& context);
 
   private:
     DeviceMap enumerate();
 
-    CUDIDFactory& m_factory;
-    bool m_wanted;
+    std::optional<CUDIDFactory> m_factory;
     DeviceMap m_before;
 };
 

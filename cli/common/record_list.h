@@ -1,23 +1,12 @@
 #ifndef SCSITOOL_CLI_COMMON_RECORD_LIST_H
 #define SCSITOOL_CLI_COMMON_RECORD_LIST_H
 
-#include <memory>
-#include <vector>
-
-#include "scsitool/scsi/device_scsi_data.h"
+#include "scsi/record_list.h"
 
 namespace cli {
 
-using RecordList = std::vector<std::unique_ptr<CScsiDeviceData>>;
-
-/// Takes the records that discovery hands to its caller.
-inline RecordList owned(const std::vector<CScsiDeviceData*>& records) {
-    RecordList list;
-    for (CScsiDeviceData* const record : records) {
-        list.emplace_back(record);
-    }
-    return list;
-}
+using scsi::owned;
+using scsi::RecordList;
 
 }  // namespace cli
 

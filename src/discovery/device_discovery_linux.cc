@@ -63,7 +63,7 @@ CLinuxDeviceDiscovery::~CLinuxDeviceDiscovery() = default;
 std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
     const std::string& deviceName) {
     const CFiTraceLogFunction function(m_traceLog, "enumerateDevices", kTraceSource);
-    const Operation operation(*this);
+    const Operation operation(m_traceLog, m_scsiTool);
     std::vector<CScsiDeviceData*> devices;
     const auto passes = [&](const std::string& name) {
         return deviceName.empty() || name == deviceName;
@@ -97,7 +97,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::enumerateDevices(
 std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::validateEnumerateDevices(
     std::string deviceName) {
     const CFiTraceLogFunction function(m_traceLog, "validateEnumerateDevices", kTraceSource);
-    const Operation operation(*this);
+    const Operation operation(m_traceLog, m_scsiTool);
     std::vector<CScsiDeviceData*> devices;
     try {
         std::string hostName;
@@ -114,7 +114,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::validateEnumerateDevices(
 }
 
 std::vector<std::string> CLinuxDeviceDiscovery::enumerateNativeDevicePaths() {
-    return discovery::nativeDiskPaths(Operation(*this));
+    return discovery::nativeDiskPaths(Operation(m_traceLog, m_scsiTool));
 }
 
 bool CLinuxDeviceDiscovery::IsValidDeviceName(const std::string& name) {
@@ -122,13 +122,13 @@ bool CLinuxDeviceDiscovery::IsValidDeviceName(const std::string& name) {
 }
 
 int CLinuxDeviceDiscovery::getDiskSize(const std::string& path, unsigned long& sizeKB) {
-    return discovery::measureDisk(Operation(*this), path, sizeKB);
+    return discovery::measureDisk(Operation(m_traceLog, m_scsiTool), path, sizeKB);
 }
 
 int CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt(std::vector<CScsiDeviceData>& devices) {
     const CFiTraceLogFunction function(m_traceLog, "enumerateNativeDevicePathsExt", kTraceSource);
     try {
-        const Operation operation(*this);
+        const Operation operation(m_traceLog, m_scsiTool);
         std::string hostName;
         if (!discovery::readHostName(operation, hostName)) {
             traceTo(m_traceLog, 1, "Failed to get the hostname");

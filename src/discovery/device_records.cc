@@ -26,7 +26,7 @@ void append(std::vector<CScsiDeviceData*>& devices, RecordPointer record) {
 }
 
 bool opens(const Operation& operation, CScsiDeviceHandle& handle, CScsiDeviceData& record) {
-    return scsi::openOn(operation.host, handle, record, true) != -1;
+    return scsi::HostOfHandle::openOn(operation.host, handle, record, true) != -1;
 }
 
 bool readHostName(const Operation& operation, std::string& name) {

@@ -124,7 +124,7 @@ int discovery::raiseMaximums(const Operation& operation, AdapterMap& maxLun, Ada
 }
 
 std::vector<SLinuxScsiDevice> CLinuxDeviceDiscovery::getDeviceList(bool diskTypesOnly) {
-    return discovery::listDevices(Operation(*this), diskTypesOnly);
+    return discovery::listDevices(Operation(m_traceLog, m_scsiTool), diskTypesOnly);
 }
 
 int CLinuxDeviceDiscovery::getDeviceCount() {
@@ -137,16 +137,16 @@ bool CLinuxDeviceDiscovery::containsDevice(int host, int channel, int id, int lu
 }
 
 int CLinuxDeviceDiscovery::getTargetIds(std::map<int, std::vector<int>>& targets) {
-    discovery::addTargetIds(Operation(*this), targets);
+    discovery::addTargetIds(Operation(m_traceLog, m_scsiTool), targets);
     return 0;
 }
 
 int CLinuxDeviceDiscovery::scanForAdapterMaximums(AdapterMap& maxLun, AdapterMap& maxId,
                                                   AdapterMap& maxChannel) {
-    return discovery::raiseMaximums(Operation(*this), maxLun, maxId, maxChannel);
+    return discovery::raiseMaximums(Operation(m_traceLog, m_scsiTool), maxLun, maxId, maxChannel);
 }
 
 int CLinuxDeviceDiscovery::scanForNewDevices(AdapterMap& maxLun, AdapterMap& maxId,
                                              AdapterMap& maxChannel) {
-    return discovery::probeForDevices(Operation(*this), maxLun, maxId, maxChannel);
+    return discovery::probeForDevices(Operation(m_traceLog, m_scsiTool), maxLun, maxId, maxChannel);
 }

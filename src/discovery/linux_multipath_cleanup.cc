@@ -95,7 +95,7 @@ void CLinuxDeviceDiscovery::removeDevice(const std::string& devicePath) {
             traceTo(m_traceLog, 2, "%s: - Device Path is NULL. Will not execute dmsetup command",
                     kMapRemoval);
         } else if (devicePath.find(kMapDirectory) != std::string::npos) {
-            removeMap(Operation(*this), devicePath);
+            removeMap(Operation(m_traceLog, m_scsiTool), devicePath);
         }
     } catch (const std::exception& exception) {
         traceException(exception.what());
@@ -106,7 +106,7 @@ void CLinuxDeviceDiscovery::removeDevice(const std::string& devicePath) {
 
 int CLinuxDeviceDiscovery::FlushMultipathStaleDevices() {
     try {
-        return flushWhereTheDaemonRuns(Operation(*this));
+        return flushWhereTheDaemonRuns(Operation(m_traceLog, m_scsiTool));
     } catch (...) {
         traceTo(m_traceLog, 2,
                 "CLinuxDeviceDiscovery::FlushMultipathStaleDevices: Exception Occurred");

@@ -99,6 +99,10 @@ int probeForDevices(const Operation& operation, const AdapterMap& maxLun, const 
         // Not refreshed while the scan goes on: an address that appears is known to the kernel.
         const std::vector<SLinuxScsiDevice> inventory = listDevices(operation, false);
         for (const auto& [adapter, lun] : maxLun) {
+            // The kernel would read the number of an adapter that cannot be as another one's.
+            if (adapter < 0) {
+                continue;
+            }
             const AdapterProbe::Maximums maximums = {lun, maximumOf(maxId, adapter),
                                                      maximumOf(maxChannel, adapter)};
             AdapterProbe(operation, adapter, maximums, inventory).probe();

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "discovery/bus_rescan.h"
 #include "discovery/dead_addresses.h"
 #include "discovery/inventory.h"
@@ -65,6 +67,10 @@ void removeAddress(const Operation& operation, const SLinuxScsiDevice& at) {
     const CFiTraceLogFunction function(operation.log, "RemoveDevice", kTraceSource);
     traceTo(operation.log, 3, "INFO: RemoveDevice [%d,%d,%d,%d]", at.host, at.channel, at.id,
             at.lun);
+    // There is no such address, and the kernel reads "-1" as 0: it would remove another disk.
+    if (std::min({at.host, at.channel, at.id, at.lun}) < 0) {
+        return;
+    }
     // Without the table the removal by sysfs is not tried either.
     if (removeFromTable(operation, at) && removeFromSysfs(operation, at)) {
         scanAgain(operation, at);
@@ -123,13 +129,13 @@ void carryOut(const Operation& operation, const AddressVerdict& verdict) {
 }  // namespace
 
 void CLinuxDeviceDiscovery::RemoveDevice(int host, int channel, int id, int lun) {
-    removeAddress(Operation(*this), {host, channel, id, lun});
+    removeAddress(Operation(m_traceLog, m_scsiTool), {host, channel, id, lun});
 }
 
 void CLinuxDeviceDiscovery::removeDeadDevices(std::vector<CScsiDeviceData*>& devices,
                                               bool removeLun0) {
     const CFiTraceLogFunction function(m_traceLog, "removeDeadDevices", kTraceSource);
-    const Operation operation(*this);
+    const Operation operation(m_traceLog, m_scsiTool);
     traceTo(m_traceLog, 3, "removeDeadDevices : removeLun0 = %d", static_cast<int>(removeLun0));
     const std::vector<SLinuxScsiDevice> table = discovery::listDevices(operation, true);
     dropRecordsWithoutAddress(operation, devices);
@@ -141,5 +147,6 @@ void CLinuxDeviceDiscovery::removeDeadDevices(std::vector<CScsiDeviceData*>& dev
 
 int CLinuxDeviceDiscovery::removeStaleDevices(const std::string& scriptArguments) {
     const CFiTraceLogFunction function(m_traceLog, "removeStaleDevices", kTraceSource);
-    return discovery::runRescanScript(Operation(*this), " --remove --flush -d" + scriptArguments);
+    return discovery::runRescanScript(Operation(m_traceLog, m_scsiTool),
+                                      " --remove --flush -d" + scriptArguments);
 }

@@ -69,7 +69,7 @@ int discovery::runRescanScript(const Operation& operation, const std::string& ar
 int CLinuxDeviceDiscovery::rescanScsiBus(bool /*flag*/, const std::string& scriptArguments) {
     const CFiTraceLogFunction function(m_traceLog, "rescanScsiBus", kTraceSource);
     constexpr std::string_view kOldKernel = "2.4.";
-    const Operation operation(*this);
+    const Operation operation(m_traceLog, m_scsiTool);
     const std::string release = operation.host.kernelRelease();
     if (release.compare(0, kOldKernel.size(), kOldKernel) == 0) {
         AdapterNumbers adapters;
@@ -84,13 +84,13 @@ int CLinuxDeviceDiscovery::rescanScsiBus(bool /*flag*/, const std::string& scrip
 }
 
 int CLinuxDeviceDiscovery::GetHostAdapterList(AdapterNumbers& adapters) {
-    discovery::findHostAdapters(Operation(*this), adapters);
+    discovery::findHostAdapters(Operation(m_traceLog, m_scsiTool), adapters);
     return scsi::kSuccess;
 }
 
 int CLinuxDeviceDiscovery::GetHostAdapterList2_6(std::vector<std::string>& adapters) {
     const CFiTraceLogFunction function(m_traceLog, "GetHostAdapterList2_6", kTraceSource);
-    const Operation operation(*this);
+    const Operation operation(m_traceLog, m_scsiTool);
     try {
         for (const std::string& line :
              discovery::listedBy(operation, "/bin/ls /sys/class/scsi_host")) {
@@ -104,19 +104,19 @@ int CLinuxDeviceDiscovery::GetHostAdapterList2_6(std::vector<std::string>& adapt
 }
 
 int CLinuxDeviceDiscovery::RescanQlogicHBAs(AdapterNumbers& adapters) {
-    discovery::rescanQlogicAdapters(Operation(*this), adapters);
+    discovery::rescanQlogicAdapters(Operation(m_traceLog, m_scsiTool), adapters);
     return scsi::kSuccess;
 }
 
 int CLinuxDeviceDiscovery::RescanScsiMidLayer2_4(AdapterNumbers& adapters) {
-    discovery::rescanByProbing(Operation(*this), adapters);
+    discovery::rescanByProbing(Operation(m_traceLog, m_scsiTool), adapters);
     return scsi::kSuccess;
 }
 
 int CLinuxDeviceDiscovery::RescanScsiMidLayer2_6(const std::string& scriptArguments) {
-    return rescanByScript(Operation(*this), scriptArguments);
+    return rescanByScript(Operation(m_traceLog, m_scsiTool), scriptArguments);
 }
 
 int CLinuxDeviceDiscovery::executeRescanScsiScript(const std::string& arguments) {
-    return discovery::runRescanScript(Operation(*this), arguments);
+    return discovery::runRescanScript(Operation(m_traceLog, m_scsiTool), arguments);
 }

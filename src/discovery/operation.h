@@ -14,8 +14,9 @@ using TraceLog = qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>;
 /// One operation of Linux discovery in progress, with the host in hand. The published operation
 /// asks for the current host once and hands it on; the steps below never ask.
 struct Operation {
-    explicit Operation(CLinuxDeviceDiscovery& discovery)
-        : host(host::current()), log(discovery.m_traceLog), tool(discovery.m_scsiTool) {}
+    /// The log and the tool of the discovery at work.
+    Operation(const TraceLog& traceLog, CScsiTool& scsiTool)
+        : host(host::current()), log(traceLog), tool(scsiTool) {}
 
     host::Host& host;
     const TraceLog& log;

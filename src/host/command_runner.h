@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/command_words.h"
+#include "scsitool/host/command_words.h"
 #include "scsitool/host/host.h"
 
 namespace host {

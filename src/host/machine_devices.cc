@@ -14,8 +14,8 @@
 #include "host/descriptor.h"
 #include "host/machine.h"
 #include "host/machine_paths.h"
-#include "host/request_limits.h"
 #include "host/retrying.h"
+#include "scsitool/host/request_limits.h"
 
 namespace host::machine {
 namespace {

@@ -1,4 +1,4 @@
-#include "host/request_limits.h"
+#include "scsitool/host/request_limits.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -31,7 +31,7 @@ int CFiConfiguration::importConfig(const std::string& directory, const std::stri
         return kFailure;
     }
     m_sections.clear();
-    m_current = nullptr;
+    m_current.reset();
     m_imported = true;
     std::string sectionName;
     for (const std::string& line : CFiStringTool::tokenize(read.content, "\n")) {
@@ -59,20 +59,21 @@ int CFiConfiguration::openSection(const std::string& name, int create) {
     if (create != 0 && m_imported) {
         m_sections[name];
     }
-    const auto found = m_sections.find(name);
-    if (found == m_sections.end()) {
+    if (m_sections.count(name) == 0) {
         return kFailure;
     }
-    m_current = &found->second;
+    m_current = name;
     return 0;
 }
 
 int CFiConfiguration::getIntegerValue(const std::string& key, unsigned int& value) const {
-    if (m_current == nullptr) {
+    if (!m_current) {
         return kFailure;
     }
-    const auto found = m_current->find(key);
-    if (found == m_current->end()) {
+    // A section that was opened stays until the next import.
+    const Section& section = m_sections.at(*m_current);
+    const auto found = section.find(key);
+    if (found == section.end()) {
         return kFailure;
     }
     const std::string& text = found->second;

@@ -89,7 +89,7 @@ host::Host* CScsiDeviceHandle::opener() const {
     return host::hostOf(m_openedOn);
 }
 
-host::Host& scsi::openedOn(const CScsiDeviceHandle& handle) {
+host::Host& scsi::HostOfHandle::openedOn(const CScsiDeviceHandle& handle) {
     host::Host* const host = handle.opener();
     if (host == nullptr) {
         throw static_cast<int>(scsi::kFailure);
@@ -97,8 +97,8 @@ host::Host& scsi::openedOn(const CScsiDeviceHandle& handle) {
     return *host;
 }
 
-int scsi::openOn(host::Host& host, CScsiDeviceHandle& handle, CScsiDeviceData& device,
-                 bool noThrow) {
+int scsi::HostOfHandle::openOn(host::Host& host, CScsiDeviceHandle& handle, CScsiDeviceData& device,
+                               bool noThrow) {
     if (!handle.holdsDescriptor()) {
         handle.keepOpened(host, device, noThrow);
     }

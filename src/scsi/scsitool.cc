@@ -66,7 +66,7 @@ unsigned CScsiTool::GetModePageInfo(CScsiDeviceHandle& handle, CScsiDeviceData& 
         const int descriptor = handle.open(device, false);
         host::CommandBuffer buffer = inquiryRequest(code, vpd, device.m_lun);
         // A positive result is a SCSI status, and sense data stand where the response would.
-        if (scsi::openedOn(handle).sendCommand(descriptor, buffer) != 0) {
+        if (scsi::HostOfHandle::openedOn(handle).sendCommand(descriptor, buffer) != 0) {
             traceTo(m_traceLog, 1,
                     "libscsitool: ERROR: ioctl(SCSI_IOCTL_SEND_COMMAN) for device %s ",
                     device.m_deviceName.c_str());
@@ -86,7 +86,7 @@ unsigned CScsiTool::GetTargetLunPortInfo(CScsiDeviceHandle& handle, CScsiDeviceD
     try {
         const int descriptor = handle.open(device, false);
         host::AddressWords words;
-        if (scsi::openedOn(handle).addressWords(descriptor, words) < 0) {
+        if (scsi::HostOfHandle::openedOn(handle).addressWords(descriptor, words) < 0) {
             traceTo(m_traceLog, 1,
                     "libscsitool: ERROR: CScsiTool::UpdateTargetLunPortInfo() "
                     "SCSI_IOCTL_GET_IDLUN IOCTL failed for device %s.",

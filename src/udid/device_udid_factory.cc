@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "scsi/record_list.h"
 #include "scsitool/tools/string_tool.h"
 #include "scsitool/udid/reporter.h"
 #include "scsitool/udid/taq_udid_generator.h"
@@ -59,33 +60,16 @@ void build(CUdidGenerator& generator, CScsiDeviceData& device, udid::Reporter* l
     result += generator.getUniqueDeviceID(&device);
 }
 
-// Owner of the records of one validation.
-class Records {
-  public:
-    explicit Records(std::vector<CScsiDeviceData*> records) : m_records(std::move(records)) {}
-    ~Records() {
-        for (CScsiDeviceData* const record : m_records) {
-            delete record;
-        }
-    }
-    Records(const Records&) = delete;
-    Records& operator=(const Records&) = delete;
-    const std::vector<CScsiDeviceData*>& list() const { return m_records; }
-
-  private:
-    std::vector<CScsiDeviceData*> m_records;
-};
-
 }  // namespace
 
-CUDIDFactory::CUDIDFactory() : m_taqGenerator(nullptr), m_taqMode(false) {
+CUDIDFactory::CUDIDFactory() : m_taqMode(false) {
     m_generators = udid::createGenerators();
-    m_taqGenerator = new CTAQUdidGenerator("TAQ", "TAQ");
+    m_taqGenerator = std::make_unique<CTAQUdidGenerator>("TAQ", "TAQ");
 }
 
 CUDIDFactory::~CUDIDFactory() {
     // The other generators stay: whoever took one from the list may still hold it.
-    delete m_taqGenerator;
+    m_taqGenerator.reset();
     clearDeviceCache();
 }
 
@@ -108,10 +92,10 @@ DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag,
     const std::string deviceName = enumerateArgument;
     const std::string scriptArguments = busRescanArgument;
     clearDeviceCache();
-    m_devices =
-        m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, deviceName, scriptArguments);
+    m_devices = scsi::owned(
+        m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, deviceName, scriptArguments));
     m_deviceMap.clear();
-    for (CScsiDeviceData* const device : m_devices) {
+    for (const auto& device : m_devices) {
         if (dropInvalid && device->m_invalid != 0) {
             if (m_deviceMap.count(device->m_deviceName) != 0) {
                 traceTo(m_traceLog, 3, "INFO: removing invalid device data for [%s]",
@@ -218,11 +202,10 @@ void CUDIDFactory::traceNotFound(const std::string& deviceName) {
 
 DeviceMap CUDIDFactory::validateDeviceMap(std::string deviceName) {
     DeviceMap devices;
-    const Records records(m_discovery.validateDevice(deviceName));
-    for (CScsiDeviceData* const device : records.list()) {
+    for (const auto& device : scsi::owned(m_discovery.validateDevice(deviceName))) {
         const std::string& name = device->m_deviceName;
         try {
-            std::string uid = getUniqueDeviceID(device);
+            std::string uid = getUniqueDeviceID(device.get());
             if (!m_taqMode) {
                 warnOfShortUdid(*this, name, uid);
             } else if (uid.size() < std::strlen(udid::taq_udid_prefix)) {
@@ -250,9 +233,6 @@ void CUDIDFactory::removeDevice(const std::string& deviceName) {
 
 void CUDIDFactory::clearDeviceCache() {
     const CFiTraceLogFunction function(m_traceLog, "clearDeviceCache", kSource);
-    for (CScsiDeviceData* const device : m_devices) {
-        delete device;
-    }
     m_devices.clear();
 }
 

@@ -41,7 +41,7 @@ bool isFulfilled(const Condition& condition, const CUdidGenerator& generator,
     const char* const field = vendor ? "vendor" : "product";
     if (condition.words[0].empty()) {
         return compares(value, condition.rule, field,
-                        vendor ? generator.m_vendor : generator.m_product, listener);
+                        vendor ? generator.vendorKey() : generator.productKey(), listener);
     }
     for (const std::string_view word : condition.words) {
         if (word.empty()) {

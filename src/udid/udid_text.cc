@@ -66,8 +66,8 @@ void fail(const Failure& failure, const std::string& reason) {
     remark(reason.c_str());
     const CUdidGenerator* const generator = failure.generator;
     throw CUdidGeneratorException(failure.messageId,
-                                  generator != nullptr ? generator->m_vendor : std::string(),
-                                  generator != nullptr ? generator->m_product : std::string());
+                                  generator != nullptr ? generator->vendorKey() : std::string(),
+                                  generator != nullptr ? generator->productKey() : std::string());
 }
 
 SourcePage takePage(const CScsiDeviceData& record, unsigned code) {

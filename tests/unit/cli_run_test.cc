@@ -1,8 +1,11 @@
 #include <cerrno>
+#include <new>
+#include <stdexcept>
 #include <streambuf>
 
 #include "cli/run.h"
 #include "cli_harness.h"
+#include "scsitool/host/forwarding_host.h"
 #include "scsitool/kit/context_singleton.h"
 
 namespace {
@@ -39,7 +42,7 @@ TEST(CliRun, NoCommandIsRefused) {
 TEST(CliRun, AnUnknownCommandIsNamed) {
     CliMachine machine({});
     expectRefused(machine.run({"frobnicate"}), 2, "unknown command 'frobnicate'");
-    expectRefused(machine.run({"--json", "a\nb"}), 2, "unknown command 'a\\nb'");
+    expectRefused(machine.run({"a\nb"}), 2, "unknown command 'a\\nb'");
 }
 
 TEST(CliRun, AnUnknownOptionIsNamed) {
@@ -112,7 +115,7 @@ TEST(CliRun, ARecordedHostThatIsNoJsonIsRefusedWithThePlace) {
     const TempFolder folder;
     CliMachine machine({});
     const std::string file = folder.write("host.json", "{\"format\": nonsense}");
-    expectRefused(machine.run({"--host", file, "devices", "--json"}), 2, file + ": 1:13: ");
+    expectRefused(machine.run({"--host", file, "devices"}), 2, file + ": 1:13: ");
 }
 
 TEST(CliRun, ARecordedHostOfAWrongTypeDeepInsideIsRefusedWithThePlace) {
@@ -283,6 +286,82 @@ TEST(CliRun, AFailureUnderJsonIsOneWholeDocumentAndOneLine) {
     EXPECT_EQ(document["scsitool"]["exit_status"], 1);
     EXPECT_EQ("scsitool: " + document["error"].get<std::string>() + "\n", result.err);
     EXPECT_TRUE(document["devices"].empty());
+}
+
+// A script that asked for a document gets one, whatever comes.
+TEST(CliRun, WhatIsRefusedUnderJsonIsOneWholeDocument) {
+    const TempFolder folder;
+    const std::string file = folder.write("host.json", "{\"format\": nonsense}");
+    const std::vector<std::vector<std::string>> lines = {
+        {"--json", "a\nb"},
+        {"--json"},
+        {"devices", "--json", "--bogus"},
+        {"--host", file, "devices", "--json"},
+        {"--journal", "/nowhere/journal", "devices", "--json"},
+        {"explain", "--json"}};
+    for (const auto& arguments : lines) {
+        CliMachine machine(smallHost());
+        const CliResult result = machine.run(arguments);
+        EXPECT_EQ(result.status, 2);
+        expectOneLine(result, "");
+        const auto document = result.json();
+        EXPECT_EQ(document.size(), 2U) << result.out;
+        EXPECT_EQ(document["scsitool"]["exit_status"], 2);
+        EXPECT_EQ(document["scsitool"]["command"].size(), arguments.size());
+        EXPECT_FALSE(document["error"].get<std::string>().empty());
+    }
+}
+
+// Fails in a way that no part of the command knows.
+template <class Exception>
+class ThrowingHost : public host::ForwardingHost {
+  public:
+    ThrowingHost(host::Host& next, const Exception& thrown)
+        : ForwardingHost(next), m_thrown(thrown) {}
+    int openDevice(const std::string& /*path*/, host::OpenMode /*mode*/) override {
+        throw m_thrown;
+    }
+
+  private:
+    Exception m_thrown;
+};
+
+template <class Exception>
+CliResult runUntil(const Exception& thrown, const std::vector<std::string>& arguments) {
+    CliMachine machine(smallHost());
+    ThrowingHost<Exception> host(machine.host(), thrown);
+    return test::runCli(arguments, host);
+}
+
+TEST(CliRun, AnErrorThatNobodyForesawIsToldWhole) {
+    const std::string message =
+        "stopped by an error that it does not know (stoi); this is a defect: please report it "
+        "with the output of the same command with --trace 6";
+    const CliResult plain = runUntil(std::invalid_argument("stoi"), {"inquiry", "/dev/sda"});
+    EXPECT_EQ(plain.status, 1);
+    EXPECT_EQ(plain.out, "");
+    EXPECT_EQ(plain.err, "scsitool: " + message + "\n");
+    const CliResult json =
+        runUntil(std::invalid_argument("stoi"), {"inquiry", "/dev/sda", "--json"});
+    EXPECT_EQ(json.status, 1);
+    EXPECT_EQ(json.err, plain.err);
+    EXPECT_EQ(json.json()["error"], message);
+    EXPECT_EQ(json.json()["scsitool"]["exit_status"], 1);
+}
+
+TEST(CliRun, AnErrorThatNobodyForesawKeepsTheJournalOfADryRun) {
+    const CliResult result =
+        runUntil(std::out_of_range("at"), {"inquiry", "/dev/sda", "--json", "--dry-run"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.json()["journal"].empty());
+    EXPECT_THAT(result.json()["error"].get<std::string>(), testing::HasSubstr("(at)"));
+}
+
+TEST(CliRun, WantOfMemoryIsToldAsThat) {
+    const CliResult result = runUntil(std::bad_alloc(), {"inquiry", "/dev/sda", "--json"});
+    EXPECT_EQ(result.status, 1);
+    expectOneLine(result, "out of memory; free some, or name one device");
+    EXPECT_EQ("scsitool: " + result.json()["error"].get<std::string>() + "\n", result.err);
 }
 
 TEST(CliRun, BytesThatAreNoUtf8AreLatin1InJson) {

@@ -22,6 +22,47 @@ TEST(CliVisible, WhatSteersATerminalIsEscaped) {
     EXPECT_EQ(visible("\xe2\x81\xa6"), "\\u2066");
 }
 
+TEST(CliVisible, WhatTurnsOrHidesTextIsEscaped) {
+    const struct {
+        const char* text;
+        const char* escaped;
+    } kCases[] = {
+        {"\xc2\xad", "\\xad"},                // soft hyphen
+        {"\xd8\x9c", "\\u061c"},              // Arabic letter mark
+        {"\xd8\x80", "\\u0600"},              // Arabic number sign
+        {"\xe1\xa0\x8e", "\\u180e"},          // Mongolian vowel separator
+        {"\xe2\x80\x8b", "\\u200b"},          // zero width space
+        {"\xe2\x80\x8d", "\\u200d"},          // zero width joiner
+        {"\xe2\x80\x8e", "\\u200e"},          // left-to-right mark
+        {"\xe2\x80\x8f", "\\u200f"},          // right-to-left mark
+        {"\xe2\x80\xa8", "\\u2028"},          // line separator
+        {"\xe2\x80\xaa", "\\u202a"},          // left-to-right embedding
+        {"\xe2\x80\xae", "\\u202e"},          // right-to-left override
+        {"\xe2\x81\xa0", "\\u2060"},          // word joiner
+        {"\xe2\x81\xa9", "\\u2069"},          // pop directional isolate
+        {"\xe2\x81\xaf", "\\u206f"},          // nominal digit shapes
+        {"\xe3\x85\xa4", "\\u3164"},          // Hangul filler
+        {"\xef\xb8\x8f", "\\ufe0f"},          // variation selector 16
+        {"\xef\xbb\xbf", "\\ufeff"},          // zero width no-break space
+        {"\xef\xbf\xb9", "\\ufff9"},          // interlinear annotation anchor
+        {"\xf3\xa0\x81\x81", "\\U000e0041"},  // tag latin capital letter a
+        {"\xf0\x9d\x85\xb3", "\\U0001d173"},  // musical symbol begin beam
+    };
+    for (const auto& one : kCases) {
+        EXPECT_EQ(visible(one.text), one.escaped);
+    }
+}
+
+// The neighbours of what is escaped.
+TEST(CliVisible, LettersAndSignsStay) {
+    for (const char* text :
+         {"~", "\xc2\xa0", "\xc2\xac", "\xc2\xae", "\xd8\x9b", "\xd8\x9d", "\xe2\x80\x8a",
+          "\xe2\x80\x90", "\xe2\x80\xa7", "\xe2\x80\xaf", "\xe2\x81\x9f", "\xe2\x81\xb0",
+          "\xef\xb8\x90", "\xef\xbf\xbd", "\xf0\x9f\x92\xbe"}) {
+        EXPECT_EQ(visible(text), text);
+    }
+}
+
 TEST(CliVisible, BytesThatAreNoUtf8AreEscapedOneByOne) {
     EXPECT_EQ(visible("\xff"), "\\xff");
     EXPECT_EQ(visible("\xc3"), "\\xc3");

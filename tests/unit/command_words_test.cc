@@ -1,4 +1,4 @@
-#include "host/command_words.h"
+#include "scsitool/host/command_words.h"
 
 #include <gtest/gtest.h>
 

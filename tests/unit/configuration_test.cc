@@ -73,6 +73,26 @@ TEST_F(Configuration, TellsSectionsApart) {
     EXPECT_EQ(valueIn("[s]\nKEY=2\n"), kUntouched);
 }
 
+// A copy that looked into its source would see what the source reads next, or freed memory.
+TEST_F(Configuration, ACopyKeepsItsOwnSection) {
+    host.text = "[SECTION]\nKEY = 1\n";
+    CFiConfiguration source;
+    EXPECT_EQ(source.importConfig("/etc/scsitool", "x.conf"), 0);
+    EXPECT_EQ(source.openSection("SECTION", 0), 0);
+    const CFiConfiguration copy(source);
+    CFiConfiguration assigned;
+    assigned = source;
+    host.text = "[SECTION]\nKEY = 2\n";
+    EXPECT_EQ(source.importConfig("/etc/scsitool", "x.conf"), 0);
+    unsigned value = kUntouched;
+    EXPECT_EQ(copy.getIntegerValue("KEY", value), 0);
+    EXPECT_EQ(value, 1U);
+    EXPECT_EQ(assigned.getIntegerValue("KEY", value), 0);
+    EXPECT_EQ(value, 1U);
+    // The source has no section open behind its second import.
+    EXPECT_EQ(source.getIntegerValue("KEY", value), 6);
+}
+
 TEST_F(Configuration, KeysAreToldApartByTheirCase) {
     EXPECT_EQ(valueIn("[S]\nkey=2\n"), kUntouched);
 }

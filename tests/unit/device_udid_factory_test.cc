@@ -94,9 +94,8 @@ struct Fixture {
         return *fakes.back();
     }
     FakeGenerator& replaceTaq() {
-        delete factory.m_taqGenerator;
         auto* const taq = new FakeGenerator(calls, "TAQ");
-        factory.m_taqGenerator = taq;
+        factory.m_taqGenerator.reset(taq);
         return *taq;
     }
     void listen(int level) {
@@ -171,8 +170,7 @@ TEST(Factory, TraceLogReachesEverything) {
 
 TEST(Factory, TraceLogIsTakenWithoutATaqGenerator) {
     CUDIDFactory factory;
-    delete factory.m_taqGenerator;
-    factory.m_taqGenerator = nullptr;
+    factory.m_taqGenerator.reset();
     TraceCapture trace;
     factory.registerTraceLog(trace.log());
     EXPECT_EQ(factory.m_generators.back()->m_traceLog.get(), trace.log().get());
@@ -188,18 +186,17 @@ TEST(Factory, EndDeletesTheRecordsAndTheTaqGeneratorAlone) {
     FakeGenerator listed(calls, "LISTED");
     {
         CUDIDFactory factory;
-        delete factory.m_taqGenerator;
-        factory.m_taqGenerator = new FakeGenerator(calls, "TAQ");
+        factory.m_taqGenerator.reset(new FakeGenerator(calls, "TAQ"));
         factory.m_generators.push_back(&listed);
-        factory.m_devices.push_back(new CountedRecord(calls));
-        factory.m_devices.push_back(new CountedRecord(calls));
+        factory.m_devices.emplace_back(new CountedRecord(calls));
+        factory.m_devices.emplace_back(new CountedRecord(calls));
     }
     EXPECT_EQ(calls, (Texts{"deleted TAQ", "deleted record", "deleted record"}));
 }
 
 TEST(Factory, ClearingTheCacheDeletesTheRecordsBetweenTwoTraces) {
     Fixture fixture;
-    fixture.factory.m_devices.push_back(new CScsiDeviceData(recordOf("x")));
+    fixture.factory.m_devices.emplace_back(new CScsiDeviceData(recordOf("x")));
     fixture.listen(9);
     fixture.factory.clearDeviceCache();
     EXPECT_TRUE(fixture.factory.m_devices.empty());
@@ -388,7 +385,7 @@ TEST(Factory, ArgumentsMayReferIntoTheRecordsThatAreFreed) {
     data.devices["/dev/sdb"] = namedDisk("S2", 2);
     Fixture fixture(data);
     auto* const record = new FreedRecord("/dev/sdb");
-    fixture.factory.m_devices.push_back(record);
+    fixture.factory.m_devices.emplace_back(record);
     EXPECT_EQ(namesIn(fixture.factory.enumerateDeviceMap(true, false, false, record->m_deviceName,
                                                          record->m_secondName)),
               Texts{"/dev/sdb"});
@@ -400,7 +397,7 @@ TEST(Factory, NameMayBeThatOfARecordThatIsFreed) {
     for (const bool rescanIfMissing : {false, true}) {
         Fixture fixture({"sda", "sdb"});
         auto* const record = new FreedRecord("/dev/sdb");
-        fixture.factory.m_devices.push_back(record);
+        fixture.factory.m_devices.emplace_back(record);
         const std::string found =
             fixture.factory.getCachedUniqueDeviceID(record->m_deviceName.c_str(), rescanIfMissing);
         EXPECT_EQ(found, fixture.factory.getCachedUniqueDeviceID("/dev/sdb", false));
@@ -506,9 +503,8 @@ TEST(Factory, FailedMapHasNoClaimLevel) {
     const DeviceHost host(data);
     Texts calls;
     CUDIDFactory factory;
-    delete factory.m_taqGenerator;
     auto* const taq = new FakeGenerator(calls, "TAQ");
-    factory.m_taqGenerator = taq;
+    factory.m_taqGenerator.reset(taq);
     factory.m_taqMode = true;
     EXPECT_EQ(factory.enumerateDeviceMap(false, false, false, "", "")
                   .at("/dev/mapper/mpatha")
@@ -694,7 +690,7 @@ TEST(Factory, NullNameIsAnEmptyName) {
 TEST(Factory, ValidationAsksTheOneDeviceAndKeepsMapAndRecords) {
     Fixture fixture({"sda", "sdb"});
     fixture.factory.enumerateDeviceMap(false, false, false, "/dev/sda", "");
-    const CScsiDeviceData* const kept = fixture.factory.m_devices.at(0);
+    const CScsiDeviceData* const kept = fixture.factory.m_devices.at(0).get();
     fixture.host.requests.clear();
     const DeviceMap devices = fixture.factory.validateDeviceMap("/dev/sdb");
     EXPECT_EQ(namesIn(devices), Texts{"/dev/sdb"});
@@ -702,7 +698,7 @@ TEST(Factory, ValidationAsksTheOneDeviceAndKeepsMapAndRecords) {
               "UDID##ACME##RAID_5##S2##6000000A000000000000000000000002");
     EXPECT_EQ(namesIn(fixture.factory.m_deviceMap), Texts{"/dev/sda"});
     ASSERT_EQ(fixture.factory.m_devices.size(), 1U);
-    EXPECT_EQ(fixture.factory.m_devices[0], kept);
+    EXPECT_EQ(fixture.factory.m_devices[0].get(), kept);
     EXPECT_EQ(fixture.host.count(kLockTaken), 0U);
     EXPECT_EQ(fixture.enumerations(), 0U);
 }

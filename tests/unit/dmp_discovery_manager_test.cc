@@ -192,27 +192,11 @@ TEST(DmpDiscoveryManager, OwnVirtualOperationsStandInTheirSlots) {
     EXPECT_EQ(slotOf(&CDmpDiscoveryManager::rescan), 5);
 }
 
-TEST(DmpDiscoveryManager, ModuleListIsItsOneMember) {
-    const CDmpDiscoveryManager manager;
-    const auto* const start = reinterpret_cast<const char*>(&manager);
-    const auto* const list = reinterpret_cast<const char*>(&manager.m_modules);
-    EXPECT_EQ(list - start, static_cast<std::ptrdiff_t>(sizeof(void*)));
-    // The virtual bases follow the list directly.
-    const auto* const claims =
-        reinterpret_cast<const char*>(static_cast<const qzfi_pdk_4_4::CDmpClaimManager*>(&manager));
-    const auto* const traceable =
-        reinterpret_cast<const char*>(static_cast<const qzfi_pdk_4_4::CFiTraceable*>(&manager));
-    EXPECT_EQ(claims - list, static_cast<std::ptrdiff_t>(sizeof manager.m_modules));
-    EXPECT_EQ(traceable - claims,
-              static_cast<std::ptrdiff_t>(sizeof(qzfi_pdk_4_4::CDmpClaimManager)));
-}
-
 TEST(DmpDiscoveryBase, VirtualOperationsStandInTheirSlots) {
     // The destructor takes the slots 0 and 1.
     EXPECT_EQ(slotOf(&CDmpDiscoveryBase::registerTraceLog), 2);
     EXPECT_EQ(slotOf(&CDmpDiscoveryBase::enumerateDmpDevices), 3);
     EXPECT_EQ(slotOf(&CDmpDiscoveryBase::rescan), 4);
-    EXPECT_EQ(sizeof(CDmpDiscoveryBase), sizeof(qzfi_pdk_4_4::CFiTraceable));
 }
 
 }  // namespace

@@ -289,11 +289,12 @@ TEST_F(ExplanationTest, WhenNobodyClaimsTheUdidIsEmpty) {
 
 TEST_F(ExplanationTest, AFailureThatTheFactoryLetsPassLeavesNoUdid) {
     FailingGenerator failing;
-    CUdidGenerator* const taq = factory.m_taqGenerator;
-    factory.m_taqGenerator = &failing;
+    CUdidGenerator* const taq = factory.m_taqGenerator.release();
+    factory.m_taqGenerator.reset(&failing);
     factory.m_taqMode = true;
     const Explanation explanation = explained(recordOf(sampleNamed("Xp")));
-    factory.m_taqGenerator = taq;
+    factory.m_taqGenerator.release();
+    factory.m_taqGenerator.reset(taq);
     EXPECT_EQ(explanation.udid, "");
     EXPECT_EQ(explanation.outcome, Outcome::kTaq);
     EXPECT_EQ(explanation.generators[0].failure, "MSG:a:b");

@@ -91,8 +91,8 @@ TEST(Families, HaveNamesAndGeneratorsOfTheirOwn) {
     std::set<std::string> names;
     for (const udid::Family& family : udid::kFamilies) {
         const std::unique_ptr<CUdidGenerator> generator(family.create(family));
-        EXPECT_EQ(generator->m_vendor, family.vendor);
-        EXPECT_EQ(generator->m_product, family.product);
+        EXPECT_EQ(generator->vendorKey(), family.vendor);
+        EXPECT_EQ(generator->productKey(), family.product);
         EXPECT_TRUE(names.insert(family.name).second) << family.name;
     }
 }
@@ -116,7 +116,7 @@ TEST(Families, AllButTheLastHaveASample) {
 TEST(Families, PrefixesOfKeysNeedNoDevice) {
     for (const udid::Family& family : udid::kFamilies) {
         const std::unique_ptr<CUdidGenerator> generator(family.create(family));
-        if (!generator->m_vendor.empty()) {
+        if (!generator->vendorKey().empty()) {
             CScsiDeviceData record = recordOf("ANY", "THING");
             EXPECT_EQ(generator->getUniqueDeviceIDPrefix(nullptr),
                       generator->getUniqueDeviceIDPrefix(&record))

@@ -1,14 +1,18 @@
-// Other libraries are linked against these classes: the places of their virtual operations and the
-// order of their members are part of what was published.
+// Other libraries are linked against these classes: the places of their virtual operations, of
+// their members and their sizes are part of what was published, on every 64-bit Linux with
+// libstdc++.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <initializer_list>
-#include <utility>
 
 #include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/dmp/dmp_linux_device_mapper.h"
+#include "scsitool/dmp/dmp_powerpath.h"
 #include "scsitool/scsi/scsi_configuration.h"
 #include "scsitool/scsi/scsi_device_handle.h"
 #include "scsitool/scsi/scsitool.h"
+#include "scsitool/tools/WWPN_discovery.h"
 #include "scsitool/udid/default_udid_generator.h"
 #include "scsitool/udid/device_scsi_info.h"
 #include "scsitool/udid/device_udid_factory.h"
@@ -26,12 +30,22 @@ using test::slotOf;
 // A virtual destructor takes the slots 0 and 1. Where the traceable base is a virtual one, its
 // operations stand in the base's own table and not in the class's.
 
-void expectAscending(const char* type, std::initializer_list<const void*> members) {
-    const void* former = nullptr;
+struct Place {
+    const void* member;
+    std::ptrdiff_t offset;
+};
+
+// A member that is added between two others moves those behind it or, where it fits into what the
+// alignment left free, nothing that matters to others; one behind the last makes the object larger.
+template <class Object>
+void expectPlaces(const char* type, const Object& object, std::size_t size,
+                  std::initializer_list<Place> places) {
+    EXPECT_EQ(sizeof object, size) << type;
+    const auto* const start = reinterpret_cast<const char*>(&object);
     std::size_t number = 0;
-    for (const void* const member : members) {
-        EXPECT_LT(former, member) << type << ", member " << number;
-        former = member;
+    for (const Place& place : places) {
+        EXPECT_EQ(static_cast<const char*>(place.member) - start, place.offset)
+            << type << ", member " << number;
         ++number;
     }
 }
@@ -160,90 +174,129 @@ TEST(Layout, SlotsOfTheLinuxDiscoveryAreThoseOfTheBase) {
     EXPECT_EQ(slotOf(&CLinuxDeviceDiscovery::rescanScsiBus), 11);
     EXPECT_EQ(slotOf(&CLinuxDeviceDiscovery::removeStaleDevices), 12);
     EXPECT_EQ(slotOf(&CLinuxDeviceDiscovery::enumerateNativeDevicePathsExt), -1);
-    EXPECT_EQ(sizeof(CLinuxDeviceDiscovery), sizeof(CDeviceDiscoveryBase));
+    EXPECT_EQ(slotOf(&CLinuxDeviceDiscovery::getDeviceList), -1);
+    EXPECT_EQ(slotOf(&CLinuxDeviceDiscovery::RemoveDevice), -1);
 }
 
-TEST(Layout, MembersOfTheDeviceRecord) {
+TEST(Layout, PlacesInTheDeviceRecord) {
     const CScsiDeviceData record("", "", "", 0, 0, 0, -1, "", "", "", 0);
-    expectAscending("CScsiDeviceData", {&record,
-                                        &record.m_deviceName,
-                                        &record.m_secondName,
-                                        &record.m_hostName,
-                                        &record.m_vendorId,
-                                        &record.m_productId,
-                                        &record.m_firmwareLevel,
-                                        &record.m_firstSpare,
-                                        &record.m_secondSpare,
-                                        &record.m_target,
-                                        &record.m_lun,
-                                        &record.m_bus,
-                                        &record.m_port,
-                                        &record.m_pages,
-                                        &record.m_dmpClaimLevel,
-                                        &record.m_busType,
-                                        &record.m_multipath,
-                                        &record.m_sizeKb,
-                                        &record.m_supportedPages,
-                                        &record.m_osName,
-                                        &record.m_invalid});
+    expectPlaces("CScsiDeviceData", record, 416,
+                 {{&record.m_deviceName, 8},   {&record.m_secondName, 40},
+                  {&record.m_hostName, 72},    {&record.m_vendorId, 104},
+                  {&record.m_productId, 136},  {&record.m_firmwareLevel, 168},
+                  {&record.m_firstSpare, 200}, {&record.m_secondSpare, 232},
+                  {&record.m_target, 264},     {&record.m_lun, 268},
+                  {&record.m_bus, 272},        {&record.m_port, 276},
+                  {&record.m_pages, 280},      {&record.m_dmpClaimLevel, 328},
+                  {&record.m_busType, 332},    {&record.m_multipath, 336},
+                  {&record.m_sizeKb, 344},     {&record.m_supportedPages, 352},
+                  {&record.m_osName, 376},     {&record.m_invalid, 408}});
     EXPECT_EQ(sizeof record.m_sizeKb, 8U);
+    EXPECT_EQ(sizeof record.m_invalid, 4U);
 }
 
-TEST(Layout, MembersOfAPage) {
+TEST(Layout, PlacesInAPage) {
     const CScsiModePage page;
-    expectAscending("CScsiModePage", {&page.buffer, &page.length});
+    expectPlaces("CScsiModePage", page, 16, {{&page.buffer, 0}, {&page.length, 8}});
     EXPECT_EQ(sizeof page.length, 4U);
 }
 
-TEST(Layout, MembersOfADeviceMapsEntry) {
+TEST(Layout, PlacesInADeviceMapsEntry) {
     const SDeviceInfo info;
-    expectAscending("SDeviceInfo",
-                    {&info.dmpClaimLevel, &info.deviceName, &info.uid, &info.nativePaths});
+    expectPlaces("SDeviceInfo", info, 96,
+                 {{&info.dmpClaimLevel, 0},
+                  {&info.deviceName, 8},
+                  {&info.uid, 40},
+                  {&info.nativePaths, 72}});
 }
 
-TEST(Layout, MembersOfTheTuningSettings) {
+TEST(Layout, PlacesInTheTuningSettings) {
     const CScsiTuningParams params;
-    expectAscending("CScsiTuningParams",
-                    {&params.openRetryDelaySeconds, &params.openRetryAttempts});
-    EXPECT_EQ(sizeof params, 8U);
+    expectPlaces("CScsiTuningParams", params, 8,
+                 {{&params.openRetryDelaySeconds, 0}, {&params.openRetryAttempts, 4}});
 }
 
-TEST(Layout, MembersOfTheDeviceHandle) {
+TEST(Layout, PlacesInAScsiAddress) {
+    const SLinuxScsiDevice device = {};
+    expectPlaces("SLinuxScsiDevice", device, 16,
+                 {{&device.host, 0}, {&device.channel, 4}, {&device.id, 8}, {&device.lun, 12}});
+}
+
+// The virtual base with the trace log stands behind the class's own members.
+TEST(Layout, PlacesInTheDeviceHandle) {
     const CScsiDeviceHandle handle;
-    expectAscending("CScsiDeviceHandle", {&handle, &handle.m_devicePath, &handle.m_descriptor});
+    expectPlaces("CScsiDeviceHandle", handle, 64,
+                 {{&handle.m_devicePath, 8}, {&handle.m_descriptor, 40}, {&handle.m_traceLog, 56}});
 }
 
-TEST(Layout, MembersOfTheGeneratorAndItsException) {
+TEST(Layout, TheScsiToolsHoldNothingButTheTraceLog) {
+    const CScsiTool tool;
+    expectPlaces("CScsiTool", tool, 24, {{&tool.m_traceLog, 16}});
+    EXPECT_EQ(sizeof(CScsiToolBase), sizeof tool);
+}
+
+TEST(Layout, PlacesInTheGeneratorAndItsException) {
     const CTAQUdidGenerator generator("", "");
-    expectAscending("CUdidGenerator",
-                    {&generator, &generator.m_traceLog, &generator.m_vendor, &generator.m_product});
+    expectPlaces(
+        "CUdidGenerator", static_cast<const CUdidGenerator&>(generator), 80,
+        {{&generator.m_traceLog, 8}, {&generator.m_vendor, 16}, {&generator.m_product, 48}});
+    EXPECT_EQ(sizeof generator, sizeof(CUdidGenerator));
+    EXPECT_EQ(sizeof(CDefaultUdidGenerator), sizeof(CUdidGenerator));
+    EXPECT_EQ(sizeof(CGenericUdidGenerator), sizeof(CUdidGenerator));
     const CUdidGeneratorException failure("", "", "");
-    expectAscending("CUdidGeneratorException",
-                    {&failure.m_messageId, &failure.m_vendor, &failure.m_product});
-    EXPECT_EQ(static_cast<const void*>(&failure), static_cast<const void*>(&failure.m_messageId));
+    expectPlaces("CUdidGeneratorException", failure, 96,
+                 {{&failure.m_messageId, 0}, {&failure.m_vendor, 32}, {&failure.m_product, 64}});
 }
 
-TEST(Layout, MembersOfTheFactory) {
+TEST(Layout, PlacesInTheFactory) {
     const CUDIDFactory factory;
-    expectAscending(
-        "CUDIDFactory",
-        {&factory, &factory.m_traceLog, &factory.m_presetDeviceMap, &factory.m_deviceMap,
-         &factory.m_generators, &factory.m_taqGenerator, &factory.m_devices, &factory.m_taqMode,
-         &factory.m_discovery, &factory.m_dmpManager});
+    expectPlaces("CUDIDFactory", factory, 392,
+                 {{&factory.m_traceLog, 8},
+                  {&factory.m_presetDeviceMap, 16},
+                  {&factory.m_deviceMap, 64},
+                  {&factory.m_generators, 112},
+                  {&factory.m_taqGenerator, 136},
+                  {&factory.m_devices, 144},
+                  {&factory.m_taqMode, 168},
+                  {&factory.m_discovery, 176},
+                  {&factory.m_dmpManager, 304}});
 }
 
-TEST(Layout, MembersOfTheDiscovery) {
+TEST(Layout, PlacesInTheDiscovery) {
     const CLinuxDeviceDiscovery discovery;
-    expectAscending("CDeviceDiscoveryBase",
-                    {&discovery, &discovery.m_traceLog, &discovery.m_scsiTool,
-                     &discovery.m_dmpDiscoveryManager});
+    expectPlaces("CDeviceDiscoveryBase", static_cast<const CDeviceDiscoveryBase&>(discovery), 128,
+                 {{&discovery.m_traceLog, 8},
+                  {&discovery.m_scsiTool, 16},
+                  {&discovery.m_dmpDiscoveryManager, 40}});
+    EXPECT_EQ(sizeof discovery, sizeof(CDeviceDiscoveryBase));
+}
+
+TEST(Layout, PlacesInTheMultipathManagerAndItsModules) {
+    const CDmpDiscoveryManager manager;
+    expectPlaces("CDmpDiscoveryManager", manager, 88,
+                 {{&manager.m_modules, 8},
+                  {static_cast<const qzfi_pdk_4_4::CDmpClaimManager*>(&manager), 32},
+                  {static_cast<const CFiTraceable*>(&manager), 72},
+                  {&manager.m_traceLog, 80}});
+    EXPECT_EQ(sizeof(CDmpDiscoveryBase), 16U);
+    EXPECT_EQ(sizeof(CDmpPowerPathDiscovery), 16U);
+    EXPECT_EQ(sizeof(CDmpLinuxDeviceMapper), 16U);
+    EXPECT_EQ(sizeof(WWPN), 16U);
 }
 
 TEST(Layout, FieldsOfTheExtractionHaveTheirCapacity) {
     const CDeviceScsiInfo info = {};
-    expectAscending("CDeviceScsiInfo", {info.vendor, info.model, info.revision, info.devicePath,
-                                        info.serial, info.serialShort, info.unitSerialNumber,
-                                        info.wwn, info.wwnVendorExtension, info.tgptGroup});
+    expectPlaces("CDeviceScsiInfo", info, 905,
+                 {{info.vendor, 0},
+                  {info.model, 9},
+                  {info.revision, 26},
+                  {info.devicePath, 31},
+                  {info.serial, 95},
+                  {info.serialShort, 351},
+                  {info.unitSerialNumber, 607},
+                  {info.wwn, 863},
+                  {info.wwnVendorExtension, 880},
+                  {info.tgptGroup, 897}});
     EXPECT_EQ(sizeof info.vendor, 9U);
     EXPECT_EQ(sizeof info.model, 17U);
     EXPECT_EQ(sizeof info.revision, 5U);
@@ -254,7 +307,6 @@ TEST(Layout, FieldsOfTheExtractionHaveTheirCapacity) {
     EXPECT_EQ(sizeof info.wwn, 17U);
     EXPECT_EQ(sizeof info.wwnVendorExtension, 17U);
     EXPECT_EQ(sizeof info.tgptGroup, 8U);
-    EXPECT_EQ(sizeof info, 905U);
     EXPECT_EQ(sizeof(SScsiIdSearchValues), 3U);
 }
 

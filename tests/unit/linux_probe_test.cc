@@ -157,6 +157,15 @@ TEST(ProbingScan, AdapterThatIsNotSeededIsNotProbed) {
     EXPECT_EQ(host.probed(), Texts{});
 }
 
+// The kernel reads "-1" as 0.
+TEST(ProbingScan, AdapterBelowZeroIsNotProbed) {
+    const ProbedHost host({{0, 0, 0, 0}});
+    EXPECT_EQ(scan({{-1, 0}}, {}, {}), 1);
+    EXPECT_EQ(host.probed(), Texts{});
+    EXPECT_EQ(scan({{-1, 0}, {0, 0}}, {}, {}), 1);
+    EXPECT_EQ(host.probed().front(), "0:0:0:1-15");
+}
+
 TEST(ProbingScan, KnownLunSevenDoesNotEndTheChannel) {
     // The cut-off is looked at only where the address itself was asked for.
     const ProbedHost host({{0, 0, 1, 7}});

@@ -110,6 +110,22 @@ TEST(AddressRemoval, EachStepIsTracedBeforeItsWrite) {
                "/sys/class/scsi_host/host5/scan", "[3] INFO: scaning after remove: 1 2 3\n"}));
 }
 
+// The kernel reads "-1" as 0.
+TEST(AddressRemoval, WritesNothingForANegativeAddress) {
+    const ScriptedHost host(hostWithDisks({{0, 0, 0, 0}}));
+    TraceCapture trace;
+    TracedDiscovery discovery(trace);
+    discovery.RemoveDevice(-1, 0, 0, 0);
+    discovery.RemoveDevice(0, -1, 0, 0);
+    discovery.RemoveDevice(0, 0, -1, 0);
+    discovery.RemoveDevice(0, 0, 0, -1);
+    EXPECT_EQ(host.effects(), Texts{});
+    EXPECT_EQ(trace.lines().at(1), "[3] INFO: RemoveDevice [-1,0,0,0]");
+    EXPECT_EQ(trace.lines().size(), 12U);
+    discovery.RemoveDevice(0, 0, 0, 0);
+    EXPECT_EQ(host.effects().size(), 3U);
+}
+
 TEST(AddressRemoval, HostWithoutTheTableRemovesNothing) {
     RecordedHostData data = hostWithDisks({{5, 1, 2, 3}});
     data.files.erase(kScsiTable);

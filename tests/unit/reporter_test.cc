@@ -78,7 +78,7 @@ TEST(Reporter, TwoThreadsThatExplainAtOnceDoNotMix) {
     const auto explainOne = [&](const FamilySample& sample) {
         CUDIDFactory factory;
         Meeting meeting(arrived);
-        factory.m_generators.insert(factory.m_generators.begin(), &meeting);
+        factory.askFirst({&meeting});
         const udid::Explanation explanation = udid::explain(factory, test::recordOf(sample));
         EXPECT_EQ(explanation.udid, sample.udid);
         ASSERT_GE(explanation.generators.size(), 2U) << sample.name;
@@ -160,7 +160,7 @@ class Silent : public CUdidGenerator {
 TEST(Reporter, AGeneratorNeedNotReport) {
     CUDIDFactory factory;
     Silent own;
-    factory.m_generators.insert(factory.m_generators.begin(), &own);
+    factory.askFirst({&own});
     const udid::Explanation explanation =
         udid::explain(factory, test::recordOf(test::familySamples()[2]));
     EXPECT_EQ(explanation.udid, "UDID##OWN##DISK##BODY");

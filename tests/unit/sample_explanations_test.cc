@@ -133,17 +133,17 @@ class SampleExplanation : public testing::TestWithParam<std::string> {
 };
 
 TEST_P(SampleExplanation, EndsInTheUdidOfTheDeviceMap) {
-    ASSERT_FALSE(factory.m_devices.empty());
-    for (const CScsiDeviceData* const record : factory.m_devices) {
+    ASSERT_FALSE(factory.records().empty());
+    for (const auto& record : factory.records()) {
         const Explanation explanation = udid::explain(factory, *record);
-        EXPECT_EQ(explanation.udid, factory.m_deviceMap.at(record->m_deviceName).uid)
+        EXPECT_EQ(explanation.udid, factory.deviceMap().at(record->m_deviceName).uid)
             << record->m_deviceName;
     }
     EXPECT_EQ(host.openDescriptors(), 0U);
 }
 
 TEST_P(SampleExplanation, MarksTheBytesThatMakeTheUdid) {
-    for (const CScsiDeviceData* const record : factory.m_devices) {
+    for (const auto& record : factory.records()) {
         SCOPED_TRACE(record->m_deviceName);
         const Explanation explanation = udid::explain(factory, *record);
         const udid::GeneratorReport* const decisive = explanation.decisive();
@@ -155,7 +155,7 @@ TEST_P(SampleExplanation, MarksTheBytesThatMakeTheUdid) {
 }
 
 TEST_P(SampleExplanation, MarksNoByteThatNoPieceUses) {
-    for (const CScsiDeviceData* const record : factory.m_devices) {
+    for (const auto& record : factory.records()) {
         const Explanation explanation = udid::explain(factory, *record);
         std::vector<Piece> pieces = explanation.decisive()->prefix;
         const std::vector<Piece>& body = explanation.decisive()->body;
@@ -194,7 +194,7 @@ TEST(FamiliesSample, ShowsEveryFamilyAtWorkAndEveryFamilyFailing) {
     factory.enumerateDeviceMap(false, false, false, "", "");
     std::map<std::string, int> built;
     std::map<std::string, int> failed;
-    for (const CScsiDeviceData* const record : factory.m_devices) {
+    for (const auto& record : factory.records()) {
         for (const udid::GeneratorReport& report : udid::explain(factory, *record).generators) {
             if (report.claimed) {
                 ++(report.failure.empty() ? built : failed)[report.name];

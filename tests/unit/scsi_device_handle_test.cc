@@ -320,11 +320,11 @@ TEST(DeviceHandle, NothingIsClosedWhereTheHostIsGone) {
         const DeviceHost inner(twoDisks());
         handle.open(device, true);
     }
-    EXPECT_EQ(thrownBy([&] { scsi::openedOn(handle); }), 6);
+    EXPECT_EQ(thrownBy([&] { scsi::HostOfHandle::openedOn(handle); }), 6);
     handle.closeDevice(handle.m_descriptor);
     EXPECT_EQ(handle.m_descriptor, -1);
     EXPECT_EQ(outer.requests, Texts{});
-    EXPECT_EQ(&scsi::openedOn(handle), &host::current());
+    EXPECT_EQ(&scsi::HostOfHandle::openedOn(handle), &host::current());
 }
 
 TEST(DeviceHandle, EndSurvivesAHostThatThrows) {

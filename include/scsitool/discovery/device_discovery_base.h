@@ -18,7 +18,6 @@ class SCSITOOL_EXPORT CDeviceDiscoveryBase : public qzfi_pdk_4_4::CFiTraceable {
     CDeviceDiscoveryBase();
     ~CDeviceDiscoveryBase() override;
 
-    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
     /// Stores the trace log here, in the SCSI tool and in the multipath manager.
     virtual void registerTraceLog(qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log);
 
@@ -51,8 +50,14 @@ class SCSITOOL_EXPORT CDeviceDiscoveryBase : public qzfi_pdk_4_4::CFiTraceable {
     /// Has the host drop devices that are gone; here it gives 0.
     virtual int removeStaleDevices(const std::string& scriptArguments);
 
+  protected:
     CScsiTool m_scsiTool;
     CDmpDiscoveryManager m_dmpDiscoveryManager;
+
+  private:
+    // A pointer that is no variable would take the base's operation and leave the tool and the
+    // manager out: it does not compile.
+    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
 };
 
 #endif

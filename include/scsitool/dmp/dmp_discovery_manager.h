@@ -21,8 +21,6 @@ class SCSITOOL_EXPORT CDmpDiscoveryManager : public virtual qzfi_pdk_4_4::CDmpCl
     CDmpDiscoveryManager(const CDmpDiscoveryManager&) = delete;
     CDmpDiscoveryManager& operator=(const CDmpDiscoveryManager&) = delete;
 
-    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
-
     /// Appends a module and gives it the present trace log; null is ignored.
     virtual void registerDiscoveryModule(CDmpDiscoveryBase* module);
     /// Gives the trace log to the claim manager, then to every module.
@@ -31,6 +29,11 @@ class SCSITOOL_EXPORT CDmpDiscoveryManager : public virtual qzfi_pdk_4_4::CDmpCl
     virtual int enumerateDmpDevices(DeviceMap& devices);
     /// Has every module refresh; what a module gives is ignored. Gives 0.
     virtual int rescan();
+
+  private:
+    // A pointer that is no variable would take the base's operation and leave the modules out: it
+    // does not compile.
+    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
 
     std::vector<CDmpDiscoveryBase*> m_modules;
 };

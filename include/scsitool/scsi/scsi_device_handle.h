@@ -8,16 +8,13 @@
 #include "scsitool/kit/trace_log.h"
 #include "scsitool/scsi/device_scsi_data.h"
 
-class CScsiDeviceHandle;
-
 namespace host {
 class Host;
 }
 
 namespace scsi {
-host::Host& openedOn(const CScsiDeviceHandle& handle);
-int openOn(host::Host& host, CScsiDeviceHandle& handle, CScsiDeviceData& device, bool noThrow);
-}  // namespace scsi
+struct HostOfHandle;
+}
 
 /// Owner of one open descriptor on a SCSI device node, closed at its end. It opens on the host that
 /// is current then and closes on that same host, whatever scope is current by then; where that host
@@ -51,9 +48,7 @@ class SCSITOOL_EXPORT CScsiDeviceHandle : public virtual qzfi_pdk_4_4::CFiTracea
     int m_descriptor;          ///< -1 when nothing is open
 
   private:
-    friend host::Host& scsi::openedOn(const CScsiDeviceHandle& handle);
-    friend int scsi::openOn(host::Host& host, CScsiDeviceHandle& handle, CScsiDeviceData& device,
-                            bool noThrow);
+    friend struct scsi::HostOfHandle;
 
     // 0 counts as closed: it is neither closed at the end nor kept by `open`.
     bool holdsDescriptor() const { return m_descriptor != -1 && m_descriptor != 0; }

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_UDID_DEVICE_UDID_FACTORY_H
 #define SCSITOOL_UDID_DEVICE_UDID_FACTORY_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,13 @@
 #include "scsitool/kit/trace_log.h"
 #include "scsitool/scsi/device_scsi_data.h"
 #include "scsitool/udid/device_udid_generator.h"
+
+class CUDIDFactory;
+
+namespace udid {
+struct Explanation;
+SCSITOOL_EXPORT Explanation explain(CUDIDFactory& factory, const CScsiDeviceData& record);
+}  // namespace udid
 
 /// The library's main entry point: finds the host's SCSI disks and computes for each a Unique
 /// Device ID. It works on the host that is current on the calling thread. The factory takes no
@@ -25,7 +33,6 @@ class SCSITOOL_EXPORT CUDIDFactory : public qzfi_pdk_4_4::CFiTraceable {
     CUDIDFactory(const CUDIDFactory&) = delete;
     CUDIDFactory& operator=(const CUDIDFactory&) = delete;
 
-    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
     /// Stores the trace log here and gives it to discovery, to both multipath managers and to
     /// every generator. Until then nothing is traced.
     virtual void registerTraceLog(qzfi_pdk_4_4::CFiSmartPtr<qzfi_pdk_4_4::CFiTraceLog>& log);
@@ -61,19 +68,43 @@ class SCSITOOL_EXPORT CUDIDFactory : public qzfi_pdk_4_4::CFiTraceable {
     /// Traces a device map at level 3, in key order.
     void printDeviceMap(const DeviceMap& devices);
 
+    /// The records of the last enumeration, in its order; the next one frees them.
+    const std::vector<std::unique_ptr<CScsiDeviceData>>& records() const { return m_devices; }
+    /// The device map of the last enumeration.
+    const DeviceMap& deviceMap() const { return m_deviceMap; }
+
+    /// Has generators of the caller's own asked before the factory's, in the order given. They are
+    /// not owned and must outlive the factory; register the trace log after this, so that they
+    /// trace as well. Changes nothing on the host; no two threads may use one factory.
+    void askFirst(const std::vector<CUdidGenerator*>& generators) {
+        m_generators.insert(m_generators.begin(), generators.begin(), generators.end());
+    }
+
     DeviceMap m_presetDeviceMap;  ///< UDIDs that the caller assigned, by device name
-    DeviceMap m_deviceMap;        ///< the last enumeration
-    std::vector<CUdidGenerator*> m_generators;
-    CUdidGenerator* m_taqGenerator;           ///< owned
-    std::vector<CScsiDeviceData*> m_devices;  ///< records of the last enumeration, owned
-    bool m_taqMode;                           ///< set by the caller for the TAQ snapshot method
-    CLinuxDeviceDiscovery m_discovery;
-    CDmpDiscoveryManager m_dmpManager;
 
   private:
+    friend udid::Explanation udid::explain(CUDIDFactory& factory, const CScsiDeviceData& record);
+
+    // A pointer that is no variable would take the base's operation and leave discovery and the
+    // generators out: it does not compile.
+    using qzfi_pdk_4_4::CFiTraceable::registerTraceLog;
+
     void enterDevice(CScsiDeviceData& device);
     bool tryGenerator(CUdidGenerator& generator, CScsiDeviceData& device, std::string& result);
     void traceNotFound(const std::string& deviceName);
+
+    // The published order: a member between these belongs to the interface.
+    DeviceMap m_deviceMap;
+    std::vector<CUdidGenerator*> m_generators;  // not owned, see the destructor
+    std::unique_ptr<CUdidGenerator> m_taqGenerator;
+    std::vector<std::unique_ptr<CScsiDeviceData>> m_devices;
+
+  public:
+    bool m_taqMode;  ///< set by the caller for the TAQ snapshot method
+
+  private:
+    CLinuxDeviceDiscovery m_discovery;
+    CDmpDiscoveryManager m_dmpManager;
 };
 
 #endif

@@ -35,12 +35,17 @@ class SCSITOOL_EXPORT CUdidGenerator : public qzfi_pdk_4_4::CFiTraceable {
     /// The UDID's body. Throws CUdidGeneratorException when the record lacks what it is made of.
     virtual std::string getUniqueDeviceID(CScsiDeviceData* device) = 0;
 
-    std::string m_vendor;
-    std::string m_product;
+    /// The key that a record's vendor is compared with.
+    const std::string& vendorKey() const { return m_vendor; }
+    /// The key that a record's product is compared with.
+    const std::string& productKey() const { return m_product; }
 
   protected:
     /// Throws the generator's exception with its own keys.
     [[noreturn]] void fail(const char* messageId) const;
+
+    std::string m_vendor;
+    std::string m_product;
 };
 
 #endif

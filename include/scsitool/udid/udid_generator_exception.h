@@ -30,6 +30,7 @@ class SCSITOOL_EXPORT CUdidGeneratorException {
     /// Message id, vendor key and product key, ":" between them.
     std::string getMessageId() const;
 
+  private:
     std::string m_messageId;
     std::string m_vendor;
     std::string m_product;

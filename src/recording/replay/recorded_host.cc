@@ -6,8 +6,8 @@
 #include <cstring>
 #include <utility>
 
-#include "host/request_limits.h"
 #include "recording/text/hex.h"
+#include "scsitool/host/request_limits.h"
 
 namespace recording {
 namespace {

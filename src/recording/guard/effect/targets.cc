@@ -4,8 +4,8 @@
 #include <array>
 #include <cstring>
 
-#include "host/command_words.h"
 #include "recording/guard/effect/tool_targets.h"
+#include "scsitool/host/command_words.h"
 
 namespace recording::guard {
 namespace {

@@ -2,6 +2,7 @@
 #define SCSITOOL_KIT_CONFIGURATION_H
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "scsitool/host/export.h"
@@ -39,7 +40,8 @@ class SCSITOOL_EXPORT CFiConfiguration {
     void importLine(const std::string& line, std::string& sectionName);
 
     std::map<std::string, Section> m_sections;
-    const Section* m_current = nullptr;
+    // By its name: a copy has sections of its own.
+    std::optional<std::string> m_current;
     bool m_imported = false;
 };
 

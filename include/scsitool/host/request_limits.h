@@ -3,7 +3,8 @@
 
 #include "scsitool/host/host.h"
 
-/// What every implementation of `Host` refuses before it sends anything.
+/// What every implementation of `Host` refuses before it sends anything. Pure and safe for any
+/// number of threads.
 namespace host {
 
 /// 0, or -EINVAL when the kernel would read or write behind the buffer: it takes the input length
