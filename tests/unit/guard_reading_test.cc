@@ -1,8 +1,13 @@
+#include <algorithm>
+
 #include "guard_machine.h"
+#include "recording/effects/journal.h"
 #include "recording/guard/kernel/answering.h"
 #include "recording/guard/kernel/kernel_tables.h"
+#include "recording/guard/kernel/scsi_devices.h"
 #include "recording/guard/rules/script_check.h"
 #include "recording/guard/rules/script_reading.h"
+#include "recording/replay/recorded_host.h"
 
 namespace {
 
@@ -162,6 +167,77 @@ TEST(GuardKernelTables, Numbers) {
     EXPECT_FALSE(isSame({kind, 8, 1}, {kind, 8, 2}));
     EXPECT_FALSE(isSame({kind, 8, 1}, {kind, 9, 1}));
     EXPECT_FALSE(isSame({}, {})) << "what has no number is like nothing";
+}
+
+// A disk that ends every command with CHECK CONDITION and these sense data.
+class SenseHost : public recording::RecordedHost {
+  public:
+    SenseHost(recording::Journal& journal, Bytes sense)
+        : RecordedHost(test::guardedMachine(), journal), m_sense(std::move(sense)) {}
+    int sendCommand(int, host::CommandBuffer& buffer) override {
+        std::copy(m_sense.begin(), m_sense.end(), buffer.begin() + 8);
+        return 2;
+    }
+
+  private:
+    Bytes m_sense;
+};
+
+Answer answerWith(const Bytes& sense) {
+    recording::Journal journal;
+    SenseHost host(journal, sense);
+    Evidence evidence(host, false);
+    return askDisk(evidence, "/dev/sdb");
+}
+
+TEST(GuardAnswer, LogicalUnitNotSupportedIsGoneInBothFormats) {
+    for (const Bytes& sense : {Bytes{0x70, 0, 0x05, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0},
+                               Bytes{0xF0, 0, 0x05, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0},
+                               Bytes{0x72, 0x05, 0x25, 0, 0, 0, 0, 0}}) {
+        const Answer answer = answerWith(sense);
+        EXPECT_EQ(answer.kind, Kind::kGone);
+        EXPECT_TRUE(answer.isNotSupported);
+        EXPECT_EQ(answer.why, "INQUIRY ended with LOGICAL UNIT NOT SUPPORTED");
+    }
+}
+
+TEST(GuardAnswer, OtherSenseDataAreNoProof) {
+    for (const Bytes& sense : {Bytes{0x71, 0, 0x05, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0},
+                               Bytes{0x70, 0, 0x06, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0},
+                               Bytes{0x70, 0, 0x05, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x24, 0},
+                               Bytes{0x70, 0, 0x05, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 1},
+                               Bytes{0x73, 0x05, 0x25, 0}, Bytes{0x72, 0x02, 0x25, 0},
+                               Bytes{0x72, 0x05, 0x24, 0}, Bytes{0x72, 0x05, 0x25, 1}, Bytes{}}) {
+        const Answer answer = answerWith(sense);
+        EXPECT_EQ(answer.kind, Kind::kUnclear);
+        EXPECT_FALSE(answer.isNotSupported);
+        EXPECT_EQ(answer.why, "INQUIRY ended with SCSI status 2");
+    }
+}
+
+TEST(GuardAnswer, OnlyQualifierThreeSaysThatThereIsNoUnit) {
+    recording::Bytes bytes = test::standardInquiry();
+    for (unsigned qualifier = 1; qualifier < 8; ++qualifier) {
+        bytes[0] = static_cast<std::uint8_t>(qualifier << 5);
+        EXPECT_EQ(parseStandardInquiry(bytes).qualifier, qualifier);
+        EXPECT_EQ(parseStandardInquiry(bytes).isNotSupported, qualifier == 3);
+    }
+}
+
+TEST(GuardScsiDevices, APageOfTheKernelsIsCutAtItsStatedLengthAndItsEnd) {
+    const auto kept = [](const std::string& content) {
+        recording::RecordedHostData data = test::guardedMachine();
+        data.files["/sys/class/scsi_device/2:0:0:5/device/vpd_pg83"] = content;
+        recording::Journal journal;
+        recording::RecordedHost host(data, journal);
+        Evidence evidence(host, false);
+        return ScsiDevices(evidence).pageAt({2, 0, 0, 5}, kIdentificationPage);
+    };
+    EXPECT_EQ(kept(""), Bytes());
+    EXPECT_EQ(kept(std::string("\0\x83\0\x02", 4)), Bytes());
+    EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF", 5)), Bytes({0xFF}));
+    EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF\x01", 6)), Bytes({0xFF, 1}));
+    EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF\x01\x02", 7)), Bytes({0xFF, 1}));
 }
 
 }  // namespace

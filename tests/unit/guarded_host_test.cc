@@ -364,7 +364,15 @@ TEST(GuardedHost, ADeadPathMayGoFromAMapThatHasALivingOne) {
     EXPECT_FALSE(removed(data, GuardedHost::Purpose::kOnlyDead));
     RecordedHostData last = data;
     last.devices["/dev/sdc"].openError = ENXIO;
-    EXPECT_FALSE(removed(last, GuardedHost::Purpose::kDeadPath)) << "the last path";
+    EXPECT_FALSE(removed(last, GuardedHost::Purpose::kDeadPath)) << "the last path of a used map";
+    last.files["/proc/self/mountinfo"] = "";
+    EXPECT_TRUE(removed(last, GuardedHost::Purpose::kDeadPath)) << "the map has no user";
+    EXPECT_FALSE(removed(last, GuardedHost::Purpose::kNamed));
+    last.devices["/dev/dm-5"].inUse = true;
+    EXPECT_FALSE(removed(last, GuardedHost::Purpose::kDeadPath)) << "somebody claims the map";
+    last.devices["/dev/dm-5"].inUse = false;
+    last.devices["/dev/dm-5"].openError = EIO;
+    EXPECT_FALSE(removed(last, GuardedHost::Purpose::kDeadPath)) << "the map cannot be judged";
     RecordedHostData unclear = data;
     unclear.devices["/dev/sdb"].openError = EACCES;
     EXPECT_FALSE(removed(unclear, GuardedHost::Purpose::kDeadPath)) << "no proof of death";

@@ -117,8 +117,14 @@ void DeviceJudge::addPowerPath(Uses& uses, Evidence& evidence, BlockDevices& dev
     }
 }
 
-// A dead path of a map that has a living one: the map is its only user, by what holds it and by
-// what the kernel's claim can be.
+bool DeviceJudge::isUnusedMap(Evidence& evidence, BlockDevices& devices, const std::string& map) {
+    const DevicePicture picture = pictureOfMap(devices, map);
+    return !isClaimed(evidence, devices, picture, Hold::kLetGo) &&
+           usesOf(evidence, devices, picture, Holders::kCount).empty();
+}
+
+// A dead path of a map that has a living one, or that nobody misses: the map is its only user, by
+// what holds it and by what the kernel's claim can be.
 bool DeviceJudge::isDeadPath(Evidence& evidence, BlockDevices& devices,
                              const DevicePicture& picture) {
     const std::string map = onlyMultipathHolder(picture, devices);
@@ -127,7 +133,8 @@ bool DeviceJudge::isDeadPath(Evidence& evidence, BlockDevices& devices,
     }
     const auto node = devices.node(picture.disk);
     return node && askDisk(evidence, *node).kind == Answer::Kind::kGone &&
-           !livingPaths(devices, evidence, map, picture.disk).empty();
+           (!livingPaths(devices, evidence, map, picture.disk).empty() ||
+            isUnusedMap(evidence, devices, map));
 }
 
 Uses DeviceJudge::usesOfDisk(Evidence& evidence, BlockDevices& devices,

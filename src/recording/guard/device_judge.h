@@ -35,6 +35,7 @@ class DeviceJudge {
     const std::vector<Refusal>& refusals() const { return m_refusals; }
 
   private:
+    bool isUnusedMap(Evidence& evidence, BlockDevices& devices, const std::string& map);
     bool isDeadPath(Evidence& evidence, BlockDevices& devices, const DevicePicture& picture);
     void requireDead(Evidence& evidence, BlockDevices& devices, const DevicePicture& picture);
     bool isClaimed(Evidence& evidence, BlockDevices& devices, const DevicePicture& picture,

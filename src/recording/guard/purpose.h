@@ -7,7 +7,8 @@ namespace recording::guard {
 enum class Purpose {
     kNamed,     ///< the caller named what goes: an unused disk that answers may go
     kOnlyDead,  ///< what goes is taken for dead: what answers, or may be another one, stays
-    kDeadPath,  ///< as kNamed; and a dead path may go from a map that has a living one
+    /// As kNamed; and a dead path may go from a map that has a living one, or that nobody uses.
+    kDeadPath,
 };
 
 }  // namespace recording::guard

@@ -17,7 +17,8 @@ constexpr std::size_t kHeader = 8;  // of the command buffer
 constexpr std::uint8_t kInquiry = 0x12;
 constexpr std::uint8_t kStandardLength = 36;
 constexpr std::uint8_t kPageLength = 252;
-constexpr std::uint8_t kIdentification = 0x83;
+constexpr int kCheckCondition = 2;
+constexpr unsigned kNotSupportedQualifier = 3;
 
 Answer without(Kind kind, const std::string& why) {
     Answer answer;
@@ -53,6 +54,20 @@ std::string field(const Bytes& bytes, std::size_t start, std::size_t length) {
                                bytes.begin() + static_cast<std::ptrdiff_t>(start + length)));
 }
 
+// LOGICAL UNIT NOT SUPPORTED (ILLEGAL REQUEST, 25h/00h) in fixed or descriptor format, which the
+// kernel leaves in place of a response. A deferred error speaks of another command.
+bool saysNotSupported(const std::uint8_t* sense) {
+    constexpr unsigned kIllegalRequest = 0x05;
+    constexpr unsigned kNotSupported = 0x25;
+    const unsigned format = sense[0] & 0x7FU;
+    if (format == 0x70) {
+        return (sense[2] & 0x0FU) == kIllegalRequest && sense[12] == kNotSupported &&
+               sense[13] == 0;
+    }
+    return format == 0x72 && (sense[1] & 0x0FU) == kIllegalRequest && sense[2] == kNotSupported &&
+           sense[3] == 0;
+}
+
 std::string failureText(int result) {
     return result > 0 ? "INQUIRY ended with SCSI status " + std::to_string(result)
                       : std::strerror(-result);
@@ -69,8 +84,11 @@ Answer parseStandardInquiry(const Bytes& bytes) {
     }
     const unsigned qualifier = bytes[0] >> 5;
     if (qualifier != 0) {
-        return without(Kind::kGone,
-                       "its INQUIRY data say peripheral qualifier " + std::to_string(qualifier));
+        Answer answer = without(
+            Kind::kGone, "its INQUIRY data say peripheral qualifier " + std::to_string(qualifier));
+        answer.qualifier = qualifier;
+        answer.isNotSupported = qualifier == kNotSupportedQualifier;
+        return answer;
     }
     Answer answer;
     answer.kind = Kind::kConnected;
@@ -88,26 +106,33 @@ Answer askDisk(Evidence& evidence, const std::string& node) {
         return parseStandardInquiry(
             Bytes(buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength));
     }
+    if (result == kCheckCondition && saysNotSupported(buffer.data() + kHeader)) {
+        Answer answer = without(Kind::kGone, "INQUIRY ended with LOGICAL UNIT NOT SUPPORTED");
+        answer.isNotSupported = true;
+        return answer;
+    }
     // A recorded host that has no such node, or no answer of it, does not speak of the disk.
     const bool isUnrecorded = evidence.isRecorded() && (isMissing(result) || result == -ENOTTY);
-    return without(isNoDevice(result) || isUnrecorded ? Kind::kGone : Kind::kUnclear,
-                   failureText(result));
+    Answer answer = without(isNoDevice(result) || isUnrecorded ? Kind::kGone : Kind::kUnclear,
+                            failureText(result));
+    answer.isUnspoken = isUnrecorded;
+    return answer;
 }
 
-Identity askIdentity(Evidence& evidence, const std::string& node) {
-    host::CommandBuffer buffer = inquiry(true, kIdentification, kPageLength);
-    Identity identity;
-    identity.error = ask(evidence.host(), node, buffer);
-    if (identity.error == 0 && buffer[kHeader + 1] != kIdentification) {
-        identity.error = -EIO;
+VpdPage askPage(Evidence& evidence, const std::string& node, std::uint8_t code) {
+    host::CommandBuffer buffer = inquiry(true, code, kPageLength);
+    VpdPage page;
+    page.error = ask(evidence.host(), node, buffer);
+    if (page.error == 0 && buffer[kHeader + 1] != code) {
+        page.error = -EIO;
     }
-    if (identity.error == 0) {
+    if (page.error == 0) {
         const std::size_t stated = buffer[kHeader + 2] * 256U + buffer[kHeader + 3];
         const std::size_t length = std::min<std::size_t>(stated, kPageLength - 4U);
         const auto start = buffer.begin() + kHeader + 4;
-        identity.designators.assign(start, start + static_cast<std::ptrdiff_t>(length));
+        page.content.assign(start, start + static_cast<std::ptrdiff_t>(length));
     }
-    return identity;
+    return page;
 }
 
 std::vector<Bytes> logicalUnitNames(const Bytes& page) {

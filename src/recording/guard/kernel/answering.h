@@ -18,7 +18,11 @@ struct Answer {
         kUnclear,    ///< it could not be asked, or failed for a reason that is no proof
     };
     Kind kind = Kind::kUnclear;
-    std::string why;  ///< what was seen, for everything but kConnected
+    std::string why;         ///< what was seen, for everything but kConnected
+    unsigned qualifier = 0;  ///< the peripheral qualifier, of what sent INQUIRY data
+    /// There is no such logical unit: qualifier 3, or LOGICAL UNIT NOT SUPPORTED as sense data.
+    bool isNotSupported = false;
+    bool isUnspoken = false;  ///< kGone only because a recorded host does not speak of the disk
     /// The fields of SPC's standard INQUIRY data, blanks at their ends taken off.
     std::string vendor;
     std::string product;
@@ -33,14 +37,17 @@ Answer parseStandardInquiry(const std::vector<std::uint8_t>& bytes);
 /// Asks the disk behind a node. A node that is not there is kUnclear, on a recorded host kGone.
 Answer askDisk(Evidence& evidence, const std::string& node);
 
-/// The designators of a disk's page 0x83, its header taken off.
-struct Identity {
+/// A VPD page of a disk, its header taken off.
+struct VpdPage {
     int error = 0;  ///< 0, a positive SCSI status or the negated errno of what failed
-    std::vector<std::uint8_t> designators;
+    std::vector<std::uint8_t> content;
 };
 
-/// Asks the disk behind a node for its page 0x83.
-Identity askIdentity(Evidence& evidence, const std::string& node);
+constexpr std::uint8_t kSerialNumberPage = 0x80;
+constexpr std::uint8_t kIdentificationPage = 0x83;
+
+/// Asks the disk behind a node for a VPD page, of which 248 bytes are kept.
+VpdPage askPage(Evidence& evidence, const std::string& node, std::uint8_t code);
 
 /// The designators of page 0x83, its header taken off, that name the logical unit itself
 /// (association 0): those of a port differ from path to path.

@@ -88,9 +88,12 @@ BlockDevices::Names BlockDevices::holders(const std::string& name) {
 }
 
 BlockDevices::Names BlockDevices::slaves(const std::string& name) {
+    return toldSlaves(name).value_or(Names());
+}
+
+std::optional<BlockDevices::Names> BlockDevices::toldSlaves(const std::string& name) {
     const std::string place = folder(name);
-    return place.empty() ? Names()
-                         : m_evidence.list(place + "slaves/", Need::kMustExist).value_or(Names());
+    return place.empty() ? std::nullopt : m_evidence.list(place + "slaves/", Need::kMustExist);
 }
 
 host::DeviceNumber BlockDevices::number(const std::string& name) {

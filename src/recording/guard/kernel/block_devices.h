@@ -33,6 +33,8 @@ class BlockDevices {
     Names holders(const std::string& name);
     /// What a device-mapper map or an md device stands on.
     Names slaves(const std::string& name);
+    /// The same; none when that is not told.
+    std::optional<Names> toldSlaves(const std::string& name);
     /// "major:minor"; of the kind kNone when it is not told.
     host::DeviceNumber number(const std::string& name);
     /// The names of a map; empty for what is none.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "recording/guard/kernel/kernel_tables.h"
+#include "recording/text/hex.h"
 
 namespace recording::guard {
 namespace {
@@ -83,6 +84,18 @@ std::vector<host::DeviceNumber> ScsiDevices::charactersAt(const ScsiAddress& add
 
 std::string ScsiDevices::attributeAt(const ScsiAddress& address, const std::string& name) {
     return line(deviceFolder(address) + name);
+}
+
+std::vector<std::uint8_t> ScsiDevices::pageAt(const ScsiAddress& address, std::uint8_t code) {
+    constexpr std::size_t kHeader = 4;
+    const std::string path = deviceFolder(address) + "vpd_pg" + toHex(&code, 1);
+    const std::string page = m_evidence.file(path).value_or("");
+    if (page.size() <= kHeader) {
+        return {};
+    }
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(page.data());
+    const std::size_t stated = bytes[2] * 256U + bytes[3];
+    return {bytes + kHeader, bytes + std::min(page.size(), kHeader + stated)};
 }
 
 std::string ScsiDevices::genericNodeAt(const ScsiAddress& address) {

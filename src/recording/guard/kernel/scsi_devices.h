@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_RECORDING_GUARD_KERNEL_SCSI_DEVICES_H
 #define SCSITOOL_RECORDING_GUARD_KERNEL_SCSI_DEVICES_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,9 @@ class ScsiDevices {
     /// An attribute of the device at an address ("state", "vendor"), blanks at its end taken off;
     /// empty when there is none.
     std::string attributeAt(const ScsiAddress& address, const std::string& name);
+    /// A VPD page as the kernel keeps it since it found the device, its header taken off; empty
+    /// when it keeps none.
+    std::vector<std::uint8_t> pageAt(const ScsiAddress& address, std::uint8_t code);
     /// The node of the SCSI generic device at an address; empty when there is none.
     std::string genericNodeAt(const ScsiAddress& address);
 

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cerrno>
 
+#include "recording/guard/kernel/scsi_devices.h"
+
 namespace recording::guard {
 namespace {
 
@@ -11,7 +13,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr const char* kDev = "/dev/";
 constexpr const char* kPseudo = "emcpower";
-constexpr std::size_t kPageHeader = 4;
 
 bool beginsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
@@ -32,20 +33,10 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-// The page as the kernel keeps it, for a disk that does not answer any more.
-std::optional<Bytes> keptIdentity(Evidence& evidence, const DevicePicture& disk) {
-    if (!disk.address) {
-        return std::nullopt;
-    }
-    const auto page =
-        evidence.file("/sys/class/scsi_device/" + addressText(*disk.address) + "/device/vpd_pg83");
-    if (!page || page->size() <= kPageHeader) {
-        return std::nullopt;
-    }
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(page->data());
-    const std::size_t stated = bytes[2] * 256U + bytes[3];
-    const std::size_t end = std::min(page->size(), kPageHeader + stated);
-    return Bytes(bytes + kPageHeader, bytes + end);
+// As the kernel keeps it, for a disk that does not answer any more.
+Bytes keptIdentity(Evidence& evidence, const DevicePicture& disk) {
+    return disk.address ? ScsiDevices(evidence).pageAt(*disk.address, kIdentificationPage)
+                        : Bytes();
 }
 
 // None when the disk's page is neither to be had from it nor kept by the kernel, and `isUnspoken`
@@ -53,11 +44,11 @@ std::optional<Bytes> keptIdentity(Evidence& evidence, const DevicePicture& disk)
 std::vector<std::vector<std::uint8_t>> namesOf(Evidence& evidence, BlockDevices& devices,
                                                const DevicePicture& disk, bool& isUnspoken) {
     const auto node = devices.node(disk.disk);
-    const Identity live = node ? askIdentity(evidence, *node) : Identity{-ENOENT, {}};
+    const VpdPage live =
+        node ? askPage(evidence, *node, kIdentificationPage) : VpdPage{-ENOENT, {}};
     const bool isSilent = isNoDevice(live.error) || isMissing(live.error) || live.error == -ENOTTY;
     isUnspoken = evidence.isRecorded() && isSilent;
-    return logicalUnitNames(live.error == 0 ? live.designators
-                                            : keptIdentity(evidence, disk).value_or(Bytes()));
+    return logicalUnitNames(live.error == 0 ? live.content : keptIdentity(evidence, disk));
 }
 
 }  // namespace
@@ -132,7 +123,8 @@ std::vector<std::string> powerPathDevices(Evidence& evidence) {
 
 Membership membership(Evidence& evidence, BlockDevices& devices, const DevicePicture& disk,
                       const std::string& pseudoDevice) {
-    const auto names = logicalUnitNames(askIdentity(evidence, kDev + pseudoDevice).designators);
+    const auto names =
+        logicalUnitNames(askPage(evidence, kDev + pseudoDevice, kIdentificationPage).content);
     bool isUnspoken = false;
     const auto own = namesOf(evidence, devices, disk, isUnspoken);
     if (own.empty() && isUnspoken) {
