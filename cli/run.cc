@@ -172,9 +172,11 @@ class Run {
         if (!report.failure.empty()) {
             return presentFailure(report, kFailed, journal);
         }
+        const int status = report.doubts.empty() ? kDone : kPartly;
+        sayAll(report.doubts, status);
         const std::string text =
-            wantsDocument() ? document(report, kDone, journal) : readableText(report, journal);
-        return write(text) ? kDone : kFailed;
+            wantsDocument() ? document(report, status, journal) : readableText(report, journal);
+        return write(text) ? status : kFailed;
     }
 
     int presentFailure(const Report& report, int status, const std::vector<std::string>& journal) {
@@ -184,9 +186,8 @@ class Run {
         } else if (!report.remarks.empty()) {
             text = readableText(report, journal);
         }
-        for (const std::string& remark : report.remarks) {
-            say(remark, status);
-        }
+        sayAll(report.remarks, status);
+        sayAll(report.doubts, status);
         say(report.failure, status);
         // One line is enough: what the reader of the output missed is the lesser trouble.
         m_out << text << std::flush;
@@ -222,6 +223,12 @@ class Run {
                 (error != 0 ? std::string(": ") + std::strerror(error) : ""),
             kFailed);
         return false;
+    }
+
+    void sayAll(const std::vector<std::string>& messages, int status) {
+        for (const std::string& message : messages) {
+            say(message, status);
+        }
     }
 
     int say(const std::string& message, int status) {

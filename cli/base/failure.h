@@ -12,6 +12,7 @@ enum ExitStatus : int {
     kDone = 0,
     kFailed = 1,         ///< the operation failed or found nothing
     kWrong = 2,          ///< the command line or an input file is wrong
+    kPartly = 3,         ///< done, but for what could not be told
     kInterrupted = 128,  ///< this and the number of the signal that ended it
 };
 

@@ -19,6 +19,7 @@ CommandList makeCommands() {
     commands.push_back(makeRemoveAddress());
     commands.push_back(makeRemoveDead());
     commands.push_back(makeRemoveStale());
+    commands.push_back(makePrune());
     commands.push_back(makeFlushMultipath());
     commands.push_back(makeIscsi());
     commands.push_back(makeWwpn());

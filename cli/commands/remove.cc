@@ -4,7 +4,6 @@
 #include "cli/common/acting.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
-#include "cli/common/removed_addresses.h"
 #include "cli/common/script_arguments.h"
 #include "scsitool/udid/device_udid_factory.h"
 
@@ -58,44 +57,10 @@ class Remove : public Command {
     ForceOption m_force;
 };
 
-class RemoveAddress : public Command {
-  public:
-    CLI::App* declare(CLI::App& parent) override {
-        CLI::App* const app =
-            parent.add_subcommand("remove-address", "Remove the disk at a SCSI address");
-        app->add_option("HOST", m_address.host)->required()->check(CLI::NonNegativeNumber);
-        app->add_option("CHANNEL", m_address.channel)->required()->check(CLI::NonNegativeNumber);
-        app->add_option("TARGET", m_address.id)->required()->check(CLI::NonNegativeNumber);
-        app->add_option("LUN", m_address.lun)->required()->check(CLI::NonNegativeNumber);
-        m_force.declare(*app);
-        return app;
-    }
-
-    Report run(Context& context) override {
-        m_force.apply(context);
-        CLinuxDeviceDiscovery discovery;
-        context.traceInto(discovery);
-        discovery.RemoveDevice(m_address.host, m_address.channel, m_address.id, m_address.lun);
-        Report report;
-        report.data["address"] = addressJson(m_address);
-        addEffects(report, context);
-        report.failure = removalFailure(removedAddresses(context.host().appends()));
-        return report;
-    }
-
-  private:
-    SLinuxScsiDevice m_address = {};
-    ForceOption m_force;
-};
-
 }  // namespace
 
 std::unique_ptr<Command> makeRemove() {
     return std::make_unique<Remove>();
-}
-
-std::unique_ptr<Command> makeRemoveAddress() {
-    return std::make_unique<RemoveAddress>();
 }
 
 }  // namespace cli

@@ -42,6 +42,7 @@ std::unique_ptr<Command> makeRemove();
 std::unique_ptr<Command> makeRemoveAddress();
 std::unique_ptr<Command> makeRemoveDead();
 std::unique_ptr<Command> makeRemoveStale();
+std::unique_ptr<Command> makePrune();
 std::unique_ptr<Command> makeFlushMultipath();
 std::unique_ptr<Command> makeIscsi();
 std::unique_ptr<Command> makeWwpn();

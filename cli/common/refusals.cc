@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cli/base/text.h"
-#include "cli/common/removed_addresses.h"
+#include "recording/guard/effect/targets.h"
 
 namespace cli {
 namespace {
@@ -38,12 +38,24 @@ std::vector<std::string> remarksOn(const std::vector<Refusal>& refusals) {
     return remarks;
 }
 
+// "removed H:C:T:L", whichever of the kernel's two files took the request; empty for other writes.
+std::string removalBy(const AppendEffect& write) {
+    if (write.result.openError != 0 || write.result.writeError != 0) {
+        return {};
+    }
+    const auto targets = recording::guard::targetsOfAppend(write.path, write.data);
+    const auto* const disk =
+        targets.empty() ? nullptr : std::get_if<recording::guard::DiskAt>(&targets.front());
+    return disk != nullptr ? "removed " + addressText(disk->address) : std::string();
+}
+
 // What was carried out all the same.
 std::vector<std::string> doneBesides(const WatchedHost& host) {
     std::vector<std::string> done;
-    for (const RemovedAddress& removed : removedAddresses(host.appends())) {
-        if (removed.error == 0) {
-            done.push_back("removed " + addressText(removed.address));
+    for (const AppendEffect& write : host.appends()) {
+        const std::string removal = removalBy(write);
+        if (!removal.empty() && std::find(done.begin(), done.end(), removal) == done.end()) {
+            done.push_back(removal);
         }
     }
     for (const CommandEffect& effect : host.commands()) {
@@ -94,10 +106,11 @@ void addRefusals(Report& report, const Context& context) {
         return;
     }
     report.data["refused"] = refusalsJson(refusals);
-    report.remarks = remarksOn(refusals);
+    const std::vector<std::string> remarks = remarksOn(refusals);
+    report.remarks.insert(report.remarks.begin(), remarks.begin(), remarks.end());
     const std::vector<std::string> done =
         context.options.dryRun ? std::vector<std::string>() : doneBesides(context.host());
-    const std::size_t kept = report.remarks.size();
+    const std::size_t kept = remarks.size();
     report.failure = (kept == 1 ? "1 removal" : std::to_string(kept) + " removals") + " refused, " +
                      (done.empty() ? "nothing was done" : "besides: " + joined(done, ", ")) +
                      "; --force does it all the same";

@@ -18,6 +18,9 @@ struct Report {
     std::string text;
     std::string failure;
     std::vector<std::string> remarks;
+    /// What could not be told, each a line: the command ends with exit status 3 if nothing failed,
+    /// and everything is printed.
+    std::vector<std::string> doubts;
 };
 
 /// A JSON string; bytes that are no UTF-8 are kept as U+0080 to U+00FF.

@@ -15,7 +15,7 @@ def sample_cases():
         for command in (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"],
                         ["rescan"], ["rescan", "--changes"], ["devices", "--rescan"],
                         ["remove-dead"], ["remove-dead", "--lun0", "--force"], ["remove-stale"],
-                        ["flush-multipath"]):
+                        ["flush-multipath"], ["prune"]):
             yield f"{sample}.{'_'.join(command).replace('--', '')}", on(sample, *command)
 
 
@@ -55,6 +55,11 @@ CASES = dict(sample_cases()) | dict(use_cases()) | {
     "remove_address": on("kernel-2.4", "remove-address", "1", "0", "0", "1"),
     "remove_long_lun": on("enterprise", "remove-address", "2", "0", "0", "300"),
     "remove_map_in_use": on("in-use", "remove", "/dev/mapper/mpathm"),
+    "remove_one_word": on("in-use", "remove-address", "0:0:010:01"),
+    "remove_nothing_there": on("in-use", "remove-address", "0:0:0:16684"),
+    "remove_no_address": on("in-use", "remove-address", "0:0:0"),
+    "dry_prune": on("in-use", "--dry-run", "prune"),
+    "prune_forced": on("in-use", "prune", "--force"),
     "remove_forced": on("in-use", "remove-address", "0", "0", "0", "0", "--force"),
     "dry_refused": on("in-use", "--dry-run", "remove-address", "0", "0", "0", "0"),
     "rescan_that_removes": on("in-use", "devices", "--rescan", "--rescan-args=-r"),

@@ -70,12 +70,13 @@ void expectGuarded(const recording::RecordedHostData& data,
 }
 
 TEST(CliGuard, AnIdleDiskAndAnIdleMapAreRemoved) {
-    for (const auto& arguments : {kRemoveDisk, kRemoveMap}) {
-        CliMachine machine(idleMachine());
-        const CliResult result = machine.run(arguments);
-        EXPECT_EQ(result.status, 0) << result.err;
-        EXPECT_EQ(result.out, "");
-    }
+    CliMachine disk(idleMachine());
+    const CliResult result = disk.run(kRemoveDisk);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, testing::StartsWith("2:0:0:5 is /dev/sdb, ACME Disk, "));
+    CliMachine map(idleMachine());
+    EXPECT_EQ(map.run(kRemoveMap).status, 0);
+    EXPECT_EQ(map.run(kRemoveMap).out, "");
 }
 
 TEST(CliGuard, NoEvidenceIsNoReasonOnARecordedHostAndIsOneOnALiveHost) {
@@ -196,7 +197,7 @@ TEST(CliGuard, ARefusedEffectIsInNoJournal) {
     const CliResult dry = machine.run({"--dry-run", "remove-address", "2", "0", "0", "5"});
     EXPECT_EQ(dry.status, 1);
     EXPECT_THAT(dry.err, HasSubstr("/dev/sdb is mounted at /data"));
-    EXPECT_EQ(dry.out, "");
+    EXPECT_THAT(dry.out, testing::Not(HasSubstr("would write")));
 }
 
 TEST(CliRemoveDead, ADiskThatAnswersStaysThoughNoRecordHasItsAddress) {

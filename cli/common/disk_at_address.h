@@ -1,0 +1,35 @@
+#ifndef SCSITOOL_CLI_COMMON_DISK_AT_ADDRESS_H
+#define SCSITOOL_CLI_COMMON_DISK_AT_ADDRESS_H
+
+#include <string>
+
+#include "cli/common/context.h"
+#include "cli/output/report.h"
+#include "scsitool/discovery/linux_scsi_device.h"
+
+namespace cli {
+
+/// The device that sysfs has at an address, with all digits of it.
+struct DiskAtAddress {
+    enum class Presence {
+        kThere,
+        kAbsent,  ///< the kernel has nothing at the address
+        kUntold,  ///< there is no list of the kernel's devices
+    };
+    Presence presence = Presence::kUntold;
+    std::string node;     ///< empty for a device without a block device
+    std::string product;  ///< vendor and product as the kernel has them
+    std::string udid;     ///< empty when the disk does not tell
+};
+
+/// Looks the device up; the disk is asked for its UDID. Leaves no line in journal or trace log.
+DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address);
+
+/// One line for people: "2:0:0:5 is /dev/sdb, ACME Disk, UDID##...".
+std::string diskLine(const DiskAtAddress& disk, const std::string& address);
+/// The member "disk" of the JSON document.
+Json diskJson(const DiskAtAddress& disk);
+
+}  // namespace cli
+
+#endif
