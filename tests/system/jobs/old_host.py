@@ -1,14 +1,13 @@
 """A host of the 2.4 kind: an inventory in /proc/scsi/scsi, and orders to add and remove written into it."""
 from lab import disks_of
-from lab.job import Hardware
-from lab.proc_scsi import DRIVER_NAME, GUEST_FOLDER, OLD_RELEASE
+from lab.job import Hardware, Kernel
+from lab.proc_scsi import DRIVER_NAME, GUEST_FOLDER, LOAD_MID_LAYER, OLD_RELEASE
 
 TYPICAL_SECONDS = 25
 
 DISKS = 3
 LOAD_DRIVERS = f"""
-modprobe -a scsi_common crc-t10dif
-insmod /{GUEST_FOLDER}/scsi_mod.ko
+{LOAD_MID_LAYER}
 modprobe -a sd_mod sg
 insmod /{GUEST_FOLDER}/scsi_debug.ko max_luns={DISKS} dev_size_mb=8
 """
@@ -16,7 +15,7 @@ insmod /{GUEST_FOLDER}/scsi_debug.ko max_luns={DISKS} dev_size_mb=8
 
 def hardware():
     """No hardware but the kernel's own debug driver, which bears the name of a Fibre Channel driver."""
-    return Hardware(old_host=True)
+    return Hardware(kernel=Kernel.OLD_HOST)
 
 
 def run(guest, _, checks):

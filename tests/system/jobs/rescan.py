@@ -1,18 +1,10 @@
 """The distribution's rescan script: a disk presented while the guest runs is found, a withdrawn one is taken away."""
-from lab import disks_of
+from lab import disks_of, rescan_script
 from lab.job import Hardware, disk, disk_bus
 
 TYPICAL_SECONDS = 40
 
 UDID = "UDID##ACME##{}##{}##5000C500000000{:02X}"
-SCRIPT = "/usr/bin/rescan-scsi-bus.sh"
-# Debian 12's script looks for "Device_type=" where its own sg_inq prints "PDT=": it then takes every disk for one that
-# does not answer and removes all that are not in use. Adding works as it is; before a removal the two lines are mended.
-MEND_SCRIPT = rf"""
-if grep -q 'Device_type=' {SCRIPT} && ! sg_inq /dev/sda | grep -q 'Device_type='; then
-  sed -i -e 's/\.\* Device_type=/.* PDT=/' -e 's/\\)  Device\.\*/\\)  PDT.*/' {SCRIPT}
-fi
-"""
 NEW_LUN = 5
 
 
@@ -73,7 +65,7 @@ def check_stale_removal(guest, checks, known, added):
     node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
     guest.wait_for("the disk to fall silent", f"! sg_turs {node} 2>/dev/null")
     checks.true("a withdrawn disk has no UDID", added not in udids(guest))
-    guest.run(MEND_SCRIPT)
+    rescan_script.mend(guest, "/dev/sda")
     checks.equal("remove-stale ends well", guest.scsitool("remove-stale", seconds=180)["result"], 0)
     left = disks_of.disks_by_address(guest).values()
     checks.true("remove-stale takes the withdrawn disk away", node not in left, list(left))

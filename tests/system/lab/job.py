@@ -1,5 +1,6 @@
 """What a job asks for, and what it is given."""
 import contextlib
+import enum
 import tempfile
 from pathlib import Path
 
@@ -15,18 +16,25 @@ exec python3 -I -S '{program}' --relay '{socket}'
 """
 
 
+class Kernel(enum.Enum):
+    """What runs on a machine."""
+
+    USUAL = "the distribution's kernel"
+    PROC_SCSI = "the same with modules beside it that give it /proc/scsi/scsi"
+    OLD_HOST = "the same again, which calls itself 2.4"
+
+
 class Hardware:
     """The machine that a job wants: disks of the emulator, a network card, an array behind it."""
 
     def __init__(self, devices=(), network=False, targets=(), portals=len(PORTALS), memory_mib=1024,
-                 old_host=False):
+                 kernel=Kernel.USUAL):
         self.devices = list(devices)
         self.network = network or bool(targets)
         self.targets = list(targets)
         self.portals = PORTALS[:portals]
         self.memory_mib = memory_mib
-        # A kernel that calls itself 2.4, with modules that give it /proc/scsi/scsi.
-        self.old_host = old_host
+        self.kernel = kernel
 
 
 def disk_bus(name, hotplug=False):

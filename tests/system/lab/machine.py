@@ -16,7 +16,7 @@ from lab.host_tools import find_tool
 CONNECT_SECONDS = 20
 MONITOR_SECONDS = 30
 # Should the runner itself be killed, the emulator still ends by this time.
-LONGEST_LIFE_SECONDS = 900
+LONGEST_LIFE_SECONDS = 1800
 CONSOLE_TAIL_LINES = 40
 # The check of the timer counts interrupts against a busy loop and fails when this machine is busy: the kernel would
 # then try other ways until it hangs.

@@ -20,6 +20,8 @@ from lab.host_tools import find_tool, run_tool
 
 DRIVER_NAME = "qla2300"
 GUEST_FOLDER = "opt/proc-scsi"
+# In the place of the distribution's own module, before any driver asks for that.
+LOAD_MID_LAYER = f"modprobe -a scsi_common crc-t10dif\ninsmod /{GUEST_FOLDER}/scsi_mod.ko"
 OLD_RELEASE = "2.4.21-4.ELsmp"
 SOURCE_FOLDER = "drivers/scsi/"
 OPTION = "CONFIG_SCSI_PROC_FS"

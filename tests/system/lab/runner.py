@@ -19,7 +19,7 @@ from lab.command_overlay import write_command_overlay
 from lab.errors import LabError
 from lab.host_tools import require_tools
 from lab.image import open_cache, prepare_image
-from lab.job import run_machine
+from lab.job import Kernel, run_machine
 from lab.machine import Machine
 from lab.proc_scsi import NotOffered, prepare_modules, write_old_release
 
@@ -36,6 +36,7 @@ class Report:
         self.passed = 0
         self.failed = 0
         self.skipped = 0
+        self._tables = {}
 
     def skip(self, jobs, reason):
         """Says that jobs cannot run on this machine."""
@@ -47,6 +48,8 @@ class Report:
         with self._lock:
             self.passed += checks.passed
             self.failed += checks.failed
+            for table in checks.tables:
+                self._tables.setdefault(table.title, table.empty_copy()).merge(table)
             print(f"{name} ({seconds:.1f} s)", *checks.lines, sep="\n", flush=True)
 
     def close(self):
@@ -54,6 +57,8 @@ class Report:
         if self.passed + self.failed == 0:
             print("no check was made: that counts as a failure", flush=True)
             self.failed = 1
+        for table in self._tables.values():
+            print(*table.lines(), sep="\n", flush=True)
         skipped = f", {self.skipped} skipped" if self.skipped else ""
         print(f"{self.passed} passed, {self.failed} failed{skipped}", flush=True)
         return 1 if self.failed else 0
@@ -77,7 +82,8 @@ def parse_arguments():
     parser.add_argument("jobs", nargs="*", metavar="JOB", help="jobs to run; all of them by default")
     parser.add_argument("--command", type=Path, help="the scsitool to test (default: the newest in build/)")
     parser.add_argument("--library-dir", dest="lib_dir", type=Path, help="where libscsitool.so.1 lies")
-    parser.add_argument("--console-dir", type=Path, help="keep every guest's console, and what it was asked, in this folder")
+    parser.add_argument("--console-dir", type=Path,
+                        help="keep every guest's console, and what it was asked, in this folder")
     parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
                         help="machines at a time (default: %(default)s)")
     parser.add_argument("--list", action="store_true", help="list the jobs")
@@ -103,9 +109,8 @@ GuestFiles = collections.namedtuple("GuestFiles", "kernel ramdisk")
 class Laboratory:
     """What all jobs of a run share."""
 
-    def __init__(self, usual, old_host, console_dir, report):
-        self._usual = usual
-        self._old_host = old_host
+    def __init__(self, files, console_dir, report):
+        self._files = files
         self._console_dir = console_dir
         self._report = report
 
@@ -116,7 +121,7 @@ class Laboratory:
         try:
             job = load_job(name)
             hardware = job.hardware()
-            files = self._old_host if hardware.old_host else self._usual
+            files = self._files[hardware.kernel]
             keep = functools.partial(self._keep_console, name)
             with run_machine(files, hardware, keep) as (guest, machine):
                 job.run(guest, machine, checks)
@@ -150,20 +155,20 @@ def concatenate(target, parts):
 
 
 def build_guests(names, work, report):
-    """The guest, what an old host needs beside it or None, and the jobs that can run."""
-    old_jobs = [name for name in names if load_job(name).hardware().old_host]
+    """The guest, the modules for /proc/scsi and the kernel of an old host or None, and the jobs that can run."""
+    special = [name for name in names if load_job(name).hardware().kernel != Kernel.USUAL]
     with open_cache(say) as (cache, source):
         image = prepare_image(cache, source, say)
-        if not old_jobs:
-            return image, None, names
+        if not special:
+            return image, None, None, names
         try:
             modules = prepare_modules(cache, source, say)
-            kernel = work / "old-kernel"
-            write_old_release(image.kernel, kernel)
+            old_kernel = work / "old-kernel"
+            write_old_release(image.kernel, old_kernel)
         except NotOffered as reason:
-            report.skip(old_jobs, str(reason))
-            return image, None, [name for name in names if name not in old_jobs]
-    return image, GuestFiles(kernel, modules), names
+            report.skip(special, str(reason))
+            return image, None, None, [name for name in names if name not in special]
+    return image, modules, old_kernel, names
 
 
 def run_jobs(arguments, names, report):
@@ -174,14 +179,17 @@ def run_jobs(arguments, names, report):
         overlay = work / "command"
         if not arguments.build_only:
             write_command_overlay(find_command(arguments.command), arguments.lib_dir, overlay)
-        image, old, names = build_guests(names, work, report)
+        image, modules, old_kernel, names = build_guests(names, work, report)
         if arguments.build_only:
             say(f"the guest is ready in {image.folder}")
             return
         usual = GuestFiles(image.kernel, concatenate(work / "ramdisk", [image.base, overlay]))
-        if old:
-            old = GuestFiles(old.kernel, concatenate(work / "old-ramdisk", [usual.ramdisk, old.ramdisk]))
-        run_in_parallel(Laboratory(usual, old, arguments.console_dir, report), names, arguments.parallel)
+        files = {Kernel.USUAL: usual}
+        if modules:
+            ramdisk = concatenate(work / "proc-scsi-ramdisk", [usual.ramdisk, modules])
+            files[Kernel.PROC_SCSI] = GuestFiles(image.kernel, ramdisk)
+            files[Kernel.OLD_HOST] = GuestFiles(old_kernel, ramdisk)
+        run_in_parallel(Laboratory(files, arguments.console_dir, report), names, arguments.parallel)
 
 
 def run_in_parallel(laboratory, names, machines):
