@@ -105,6 +105,7 @@ int sgIo(int descriptor, SgIoRequest& request) {
     header.timeout = request.timeout;
     const int result = control(descriptor, SG_IO, &header);
     request.status = header.status;
+    request.hostStatus = header.host_status;
     return result;
 }
 

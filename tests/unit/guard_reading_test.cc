@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cerrno>
+#include <tuple>
 
 #include "guard_machine.h"
 #include "recording/effects/journal.h"
@@ -8,6 +10,7 @@
 #include "recording/guard/rules/script_check.h"
 #include "recording/guard/rules/script_reading.h"
 #include "recording/replay/recorded_host.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace {
 
@@ -238,6 +241,65 @@ TEST(GuardScsiDevices, APageOfTheKernelsIsCutAtItsStatedLengthAndItsEnd) {
     EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF", 5)), Bytes({0xFF}));
     EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF\x01", 6)), Bytes({0xFF, 1}));
     EXPECT_EQ(kept(std::string("\0\x83\0\x02\xFF\x01\x02", 7)), Bytes({0xFF, 1}));
+}
+
+// A machine whose kernel carries out SCSI_IOCTL_SEND_COMMAND without reaching the disk.
+class UnreachedDisk : public host::ForwardingHost {
+  public:
+    UnreachedDisk(host::Host& inner, int result, std::uint16_t hostStatus)
+        : ForwardingHost(inner), m_result(result), m_hostStatus(hostStatus) {}
+
+    int openDevice(const std::string& /*path*/, host::OpenMode /*mode*/) override {
+        ++m_open;
+        return 7;
+    }
+    int closeDevice(int /*descriptor*/) override {
+        --m_open;
+        return 0;
+    }
+    int sendCommand(int /*descriptor*/, host::CommandBuffer& buffer) override {
+        buffer.fill(0);
+        return 0;
+    }
+    int sgIo(int /*descriptor*/, host::SgIoRequest& request) override {
+        EXPECT_EQ(request.cdb, (Bytes{0x12, 0, 0, 0, 36, 0}));
+        EXPECT_EQ(request.timeout, 10000U);
+        request.hostStatus = m_hostStatus;
+        return m_result;
+    }
+    int openNodes() const { return m_open; }
+
+  private:
+    const int m_result;
+    const std::uint16_t m_hostStatus;
+    int m_open = 0;
+};
+
+TEST(GuardAnswering, ZerosAreDeathOnlyWhereTheKernelFoundNoDevice) {
+    constexpr int kTimeOut = 3;  // DID_TIME_OUT: a silent disk is not a dead one
+    recording::Journal journal;
+    const recording::RecordedHostData nothing;
+    recording::RecordedHost inner(nothing, journal);
+    for (const auto& [result, hostStatus, expected] :
+         std::vector<std::tuple<int, int, Kind>>{{0, 0, Kind::kUnclear},
+                                                 {0, 1, Kind::kGone},
+                                                 {0, 2, Kind::kUnclear},
+                                                 {0, kTimeOut, Kind::kUnclear},
+                                                 {0, 4, Kind::kGone},
+                                                 {0, 5, Kind::kUnclear},
+                                                 {0, 0x101, Kind::kUnclear},
+                                                 {-EIO, 1, Kind::kUnclear},
+                                                 {-ENOTTY, 4, Kind::kUnclear}}) {
+        UnreachedDisk machine(inner, result, static_cast<std::uint16_t>(hostStatus));
+        Evidence evidence(machine, false);
+        const Answer answer = askDisk(evidence, "/dev/sda");
+        EXPECT_EQ(answer.kind, expected) << result << " " << hostStatus;
+        EXPECT_EQ(answer.why, expected == Kind::kGone
+                                  ? "no device answers at its address (the kernel's host status " +
+                                        std::to_string(hostStatus) + ")"
+                                  : "the INQUIRY data are zeros");
+        EXPECT_EQ(machine.openNodes(), 0);
+    }
 }
 
 }  // namespace

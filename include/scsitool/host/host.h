@@ -62,6 +62,9 @@ struct SgIoRequest {
     std::vector<std::uint8_t> sense;  ///< sized by the caller, at most 255 bytes
     unsigned timeout = 0;             ///< handed to the interface as it is (milliseconds)
     std::uint8_t status = 0;          ///< on return: the SCSI status byte
+    /// On return: the host byte, what the adapter's driver made of the request (0 DID_OK, 1
+    /// DID_NO_CONNECT ...). With another value than 0 the request did not reach the device.
+    std::uint16_t hostStatus = 0;
 };
 
 /// What reading a file came to. A file that opens and then refuses a read has only `readError`, and

@@ -197,6 +197,7 @@ int RecordedHost::sgIo(int descriptor, host::SgIoRequest& request) {
     std::copy_n(response.begin(), std::min(response.size(), request.data.size()),
                 request.data.begin());
     request.status = 0;
+    request.hostStatus = 0;
     return 0;
 }
 

@@ -19,6 +19,8 @@ constexpr std::uint8_t kStandardLength = 36;
 constexpr std::uint8_t kPageLength = 252;
 constexpr int kCheckCondition = 2;
 constexpr unsigned kNotSupportedQualifier = 3;
+constexpr std::size_t kSenseLength = 32;
+constexpr unsigned kTimeout = 10000;  // milliseconds
 
 Answer without(Kind kind, const std::string& why) {
     Answer answer;
@@ -37,6 +39,10 @@ host::CommandBuffer inquiry(bool evpd, std::uint8_t page, std::uint8_t length) {
     buffer[kHeader + 4] = length;
     return buffer;
 }
+
+// The kernel's host bytes of a request for which there is no device at the address.
+constexpr std::uint16_t kNoConnect = 0x01;  // DID_NO_CONNECT
+constexpr std::uint16_t kBadTarget = 0x04;  // DID_BAD_TARGET
 
 // 0 with the response, a positive SCSI status or a negated errno.
 int ask(host::Host& host, const std::string& node, host::CommandBuffer& buffer) {
@@ -73,13 +79,37 @@ std::string failureText(int result) {
                       : std::strerror(-result);
 }
 
+bool isZero(const Bytes& bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+// SCSI_IOCTL_SEND_COMMAND hands zeros over for a command that never reached the disk; SG_IO also
+// tells whether there was nothing to reach or only no answer in time.
+Answer askWhyZero(host::Host& host, const std::string& node) {
+    const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
+    host::SgIoRequest request;
+    request.cdb = {kInquiry, 0, 0, 0, kStandardLength, 0};
+    request.data.resize(kStandardLength);
+    request.sense.resize(kSenseLength);
+    request.timeout = kTimeout;
+    const int result = descriptor < 0 ? descriptor : host.sgIo(descriptor, request);
+    if (descriptor >= 0) {
+        host.closeDevice(descriptor);
+    }
+    if (result == 0 && (request.hostStatus == kNoConnect || request.hostStatus == kBadTarget)) {
+        return without(Kind::kGone, "no device answers at its address (the kernel's host status " +
+                                        std::to_string(request.hostStatus) + ")");
+    }
+    return without(Kind::kUnclear, "the INQUIRY data are zeros");
+}
+
 }  // namespace
 
 Answer parseStandardInquiry(const Bytes& bytes) {
     if (bytes.size() < kStandardLength) {
         return without(Kind::kUnclear, "the INQUIRY data end early");
     }
-    if (std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; })) {
+    if (isZero(bytes)) {
         return without(Kind::kUnclear, "the INQUIRY data are zeros");
     }
     const unsigned qualifier = bytes[0] >> 5;
@@ -103,8 +133,8 @@ Answer askDisk(Evidence& evidence, const std::string& node) {
     host::CommandBuffer buffer = inquiry(false, 0, kStandardLength);
     const int result = ask(evidence.host(), node, buffer);
     if (result == 0) {
-        return parseStandardInquiry(
-            Bytes(buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength));
+        const Bytes bytes(buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength);
+        return isZero(bytes) ? askWhyZero(evidence.host(), node) : parseStandardInquiry(bytes);
     }
     if (result == kCheckCondition && saysNotSupported(buffer.data() + kHeader)) {
         Answer answer = without(Kind::kGone, "INQUIRY ended with LOGICAL UNIT NOT SUPPORTED");
