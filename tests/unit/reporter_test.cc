@@ -55,13 +55,16 @@ TEST(Reporter, ListensOnItsThreadAlone) {
     std::thread([] { EXPECT_EQ(udid::reporter(), nullptr); }).join();
 }
 
-/// Holds each of two threads until the other one is in the middle of its work too.
+/// Holds a thread until as many threads as it waits for have arrived.
 class Meeting : public CUdidGenerator {
   public:
-    explicit Meeting(std::atomic<int>& arrived) : CUdidGenerator("", "MEETING"), m_all(arrived) {}
+    Meeting(std::atomic<int>& arrived, int awaited)
+        : CUdidGenerator("MEETING", std::to_string(awaited)),
+          m_arrived(arrived),
+          m_awaited(awaited) {}
     bool claimDevice(CScsiDeviceData*) override {
-        ++m_all;
-        while (m_all < 2) {
+        ++m_arrived;
+        while (m_arrived < m_awaited) {
             std::this_thread::yield();
         }
         return false;
@@ -69,24 +72,27 @@ class Meeting : public CUdidGenerator {
     std::string getUniqueDeviceID(CScsiDeviceData*) override { return {}; }
 
   private:
-    std::atomic<int>& m_all;
+    std::atomic<int>& m_arrived;
+    int m_awaited;
 };
 
+/// Neither thread ends before the other one has gone on from the middle of its work.
 TEST(Reporter, TwoThreadsThatExplainAtOnceDoNotMix) {
     const std::vector<FamilySample> samples = test::familySamples();
     std::atomic<int> arrived = 0;
     const auto explainOne = [&](const FamilySample& sample) {
         CUDIDFactory factory;
-        Meeting meeting(arrived);
-        factory.askFirst({&meeting});
+        Meeting first(arrived, 2);
+        Meeting second(arrived, 4);
+        factory.askFirst({&first, &second});
         const udid::Explanation explanation = udid::explain(factory, test::recordOf(sample));
         EXPECT_EQ(explanation.udid, sample.udid);
-        ASSERT_GE(explanation.generators.size(), 2U) << sample.name;
-        EXPECT_EQ(explanation.generators.front().name, ":MEETING");
+        ASSERT_GE(explanation.generators.size(), 3U) << sample.name;
+        EXPECT_EQ(explanation.generators[0].name, "MEETING:2");
+        EXPECT_EQ(explanation.generators[1].name, "MEETING:4");
         for (const udid::Comparison& made : explanation.generators.back().comparisons) {
             EXPECT_EQ(made.value, made.field == "vendor" ? sample.vendor : sample.product);
         }
-        EXPECT_FALSE(explanation.generators.back().body.empty()) << sample.name;
     };
     std::thread other([&] { explainOne(samples[0]); });
     explainOne(samples[2]);
