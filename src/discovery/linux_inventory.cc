@@ -6,7 +6,6 @@
 #include "tools/trace.h"
 
 using discovery::AdapterMap;
-using discovery::kTraceSource;
 using discovery::Operation;
 using qzfi_pdk_4_4::CFiTraceLogFunction;
 using tools::traceTo;

@@ -29,7 +29,8 @@ std::string placeOf(std::string path) {
         if (links == kMostLinks) {
             return {};
         }
-        path = target.compare(0, 1, "/") == 0 ? target : directoryOf(path) + target;
+        const bool absolute = target.compare(0, 1, "/") == 0;
+        path = absolute ? target : directoryOf(path).append(target);
     }
     const std::string directory = directoryOf(path);
     char resolved[PATH_MAX];

@@ -15,13 +15,15 @@ using qzfi_pdk_4_4::CFiTraceLog;
 // formatted. Where a kit's log does not (the last argument then picks the function below), the
 // message is formatted here and handed over by the one operation that every kit has.
 template <class Log>
-auto handOver(Log& log, int level, const char* format, std::va_list arguments, int /*preferred*/)
+[[gnu::format(printf, 3, 0)]] auto handOver(Log& log, int level, const char* format,
+                                            std::va_list arguments, int /*preferred*/)
     -> decltype(log.traceArguments(level, format, arguments)) {
     return log.traceArguments(level, format, arguments);
 }
 
 template <class Log>
-void handOver(Log& log, int level, const char* format, std::va_list arguments, long /*otherwise*/) {
+[[gnu::format(printf, 3, 0)]] void handOver(Log& log, int level, const char* format,
+                                            std::va_list arguments, long /*otherwise*/) {
     char* message = nullptr;
     if (::vasprintf(&message, format, arguments) >= 0) {
         const std::unique_ptr<char, decltype(&std::free)> owned(message, &std::free);

@@ -89,8 +89,10 @@ DeviceMap CUDIDFactory::enumerateDeviceMap(bool dropInvalid, bool busRescanFlag,
                                            const std::string& enumerateArgument,
                                            const std::string& busRescanArgument) {
     // A caller may well name the device by the record that is freed here.
+    // NOLINTBEGIN(performance-unnecessary-copy-initialization)
     const std::string deviceName = enumerateArgument;
     const std::string scriptArguments = busRescanArgument;
+    // NOLINTEND(performance-unnecessary-copy-initialization)
     clearDeviceCache();
     m_devices = scsi::owned(
         m_discovery.rescan(dropInvalid, busRescanFlag, ignoredFlag, deviceName, scriptArguments));

@@ -113,7 +113,7 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
             place.erase(std::min(place.rfind('/'), place.size()));
             continue;
         }
-        const std::string candidate = place + "/" + name;
+        const std::string candidate = std::string(place).append("/").append(name);
         const auto link = m_links.find(candidate);
         if (link == m_links.end() || (isLast && !followLast)) {
             const bool isLeaf = m_files.count(candidate) != 0 || m_devices.count(candidate) != 0;

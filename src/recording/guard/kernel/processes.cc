@@ -67,12 +67,15 @@ const std::vector<Mount>& Processes::mounts() {
         const std::string path = kProc + process + "/ns/mnt";
         std::string space;
         const int error = m_evidence.host().readLink(path, space);
-        if (error >= 0 && seen.insert(space).second) {
-            addMountsOf(process);
-        } else if (error < 0 && !isMissing(error) && !isGone(process)) {
+        const bool isTold = error >= 0;
+        if (!isTold && !isMissing(error) && !isGone(process)) {
             m_evidence.fail(path, error, Need::kMustExist);
-        } else if (error < 0 && seen.empty()) {
-            addMountsOf(process);  // a kernel that does not tell namespaces apart by a link
+            continue;
+        }
+        // A kernel that does not tell namespaces apart by a link leaves each process to be looked
+        // at.
+        if (isTold ? seen.insert(space).second : seen.empty()) {
+            addMountsOf(process);
         }
     }
     return *m_mounts;

@@ -116,7 +116,11 @@ void addExports(Uses& uses, const DevicePicture& picture, Evidence& evidence) {
             if (isNamed(picture, evidence, path) ||
                 isNamed(picture, evidence, labelledFile(info)) ||
                 picture.isNamedBy("", labelledNumber(info))) {
-                uses.push_back({"exported by the kernel's target (" + adapter + "/" + name + ")",
+                uses.push_back({std::string("exported by the kernel's target (")
+                                    .append(adapter)
+                                    .append("/")
+                                    .append(name)
+                                    .append(")"),
                                 "its initiators lose the disk"});
             }
         }
