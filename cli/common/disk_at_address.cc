@@ -52,7 +52,9 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
         static_cast<std::uint32_t>(address.host), static_cast<std::uint32_t>(address.channel),
         static_cast<std::uint32_t>(address.id), static_cast<std::uint64_t>(address.lun)};
     ScsiDevices devices(evidence);
-    disk.product = devices.attributeAt(at, "vendor") + " " + devices.attributeAt(at, "model");
+    const std::string vendor = devices.attributeAt(at, "vendor");
+    const std::string model = devices.attributeAt(at, "model");
+    disk.product = vendor + (vendor.empty() || model.empty() ? "" : " ") + model;
     const auto disks = devices.disksAt(at);
     if (!disks.empty()) {
         disk.node = "/dev/" + disks.front();
@@ -63,7 +65,8 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
 
 std::string diskLine(const DiskAtAddress& disk, const std::string& address) {
     return visible(address + " is " + (disk.node.empty() ? "no disk with a node" : disk.node) +
-                   ", " + disk.product + ", " + (disk.udid.empty() ? "no UDID" : disk.udid)) +
+                   ", " + (disk.product.empty() ? "no product" : disk.product) + ", " +
+                   (disk.udid.empty() ? "no UDID" : disk.udid)) +
            "\n";
 }
 

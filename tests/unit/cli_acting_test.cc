@@ -141,7 +141,7 @@ TEST(CliDryRun, ShowsWhatItWouldDoInOrderAndDoesNoneOfIt) {
     recording::RecordedHostData data = smallHost();
     data.files["/proc/scsi/scsi"] = "";
     data.files["/sys/class/scsi_device/2:0:5:1/device/delete"] = "";
-    data.directories["/sys/class/scsi_device/"] = {".", ".."};
+    data.directories["/sys/class/scsi_device/"] = {".", "..", "2:0:5:1"};
     data.directories["/sys/class/scsi_device/2:0:5:1/device/"] = {".", "..", "delete"};
     data.directories["/proc/"] = {".", ".."};
     data.directories["/dev/"] = {".", ".."};
@@ -154,7 +154,8 @@ TEST(CliDryRun, ShowsWhatItWouldDoInOrderAndDoesNoneOfIt) {
     EXPECT_EQ(result.out,
               "would write \"scsi remove-single-device 2 0 5 1\\n\" to /proc/scsi/scsi\n"
               "would write \"1\" to /sys/class/scsi_device/2:0:5:1/device/delete\n"
-              "would write \"0 5 1\\n\" to /sys/class/scsi_host/host2/scan\n");
+              "would write \"0 5 1\\n\" to /sys/class/scsi_host/host2/scan\n"
+              "\n2:0:5:1 is no disk with a node, no product, no UDID\n");
     EXPECT_THAT(machine.journal(), testing::IsEmpty());
 }
 
