@@ -47,11 +47,12 @@ ENDS = {"SIGKILL": (START, "KILL", "137"), "SIGINT": (START, "INT", "130"),
         "a closed terminal": (START_IN_TERMINAL, "KILL", None)}
 
 
-# Ends it when so many disks are left, or it has ended by itself.
+# Ends it when so many disks are left and it is seen to run, or it has ended by itself.
 END = """
 for ((i = 0; i < 1500; i++)); do
   set -- /sys/block/sd*
-  if [ $# -le {left} ] || [ -s /run/status ]; then break; fi
+  if [ -s /run/status ]; then break; fi
+  if [ $# -le {left} ] && ps | grep -qE '{shows}'; then break; fi
   sleep 0.05
 done
 ps | grep -E '{shows}'
