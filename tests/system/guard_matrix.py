@@ -10,7 +10,7 @@ from lab.table import Table
 
 RUN_SECONDS = 400
 
-COLUMNS = ["remove", "address", "dead", "stale", "flush", "logout", "--remove", "--forcerescan", "devices"]
+COLUMNS = ["remove", "address", "dead", "stale", "flush", "logout", "--remove", "--forcerescan", "devices", "prune"]
 LEGEND = ["U: left alone by the tool itself while it was used, and its user was named",
           "R: refused while it was used, with the user named; T: taken once the use had ended",
           "X: taken though it was used; x: had been taken before; S: stayed, and nobody said why",

@@ -55,6 +55,7 @@ def check_while_used(matrix):
     matrix.check_refused("stale", ["remove-stale"])
     matrix.check_refused("--remove", ["rescan", "--", "--remove"])
     matrix.check_refused("devices", ["devices", "--rescan", "--rescan-args= --remove"])
+    matrix.check_refused("prune", ["prune"])
     matrix.bring_back()
 
 
@@ -68,7 +69,8 @@ def check_afterwards(matrix):
     for column, arguments in (("stale", ["remove-stale", "--", ONE_TARGET]),
                               ("--remove", ["rescan", "--", "--remove", ONE_TARGET]),
                               ("--forcerescan", ["rescan", "--", "--forcerescan", ONE_TARGET]),
-                              ("devices", ["devices", "--rescan", f"--rescan-args= --remove {ONE_TARGET}"])):
+                              ("devices", ["devices", "--rescan", f"--rescan-args= --remove {ONE_TARGET}"]),
+                              ("prune", ["prune"])):
         matrix.bring_back()
         matrix.array.withdraw()
         matrix.check_taken(column, arguments)
