@@ -282,7 +282,8 @@ TEST(RecordedHostFile, RefusesMembersThatItDoesNotKnow) {
          "host.json: /host_name: expected one of the members format, hostname, kernel_release, "
          "files, directories, devices, links, commands, comment, found \"host_name\""},
         {R"("devices":{"/d":{"lun":1}})",
-         "host.json: /devices/~1d/lun: expected one of the members open_errno, id_lun, "
+         "host.json: /devices/~1d/lun: expected one of the members open_errno, write_errno, "
+         "id_lun, "
          "size_bytes, number, in_use, inquiry, sg_io, comment, found \"lun\""},
         {R"("commands":[{"command":"a"},{"exit":1}])",
          "host.json: /commands/1/exit: expected one of the members command, output, exit_status, "
@@ -352,7 +353,9 @@ TEST(RecordedHostFile, RefusesAWrongTypeDeepInside) {
         {R"("files":{"/f":{"hex":7}})",
          "host.json: /files/~1f/hex: expected a string of hexadecimal digits, found 7"},
         {R"("directories":{"/d/":{}})",
-         "host.json: /directories/~1d~1: expected an array of names, found an object"},
+         "host.json: /directories/~1d~1: expected the member errno, found an object without it"},
+        {R"("directories":{"/d/":7})",
+         "host.json: /directories/~1d~1: expected an array of names or {\"errno\": N}, found 7"},
         {R"("directories":{"/d/":["a",true]})",
          "host.json: /directories/~1d~1/1: expected a string or {\"hex\": \"...\"}, found true"},
         {R"("devices":null)", "host.json: /devices: expected an object, found null"},

@@ -119,6 +119,8 @@ RecordedDevice readDevice(const JsonNode& node) {
     node.forEachMember([&device](const JsonNode& member) {
         if (member.step() == "open_errno") {
             device.openError = readErrno(member);
+        } else if (member.step() == "write_errno") {
+            device.writeError = readErrno(member);
         } else if (member.step() == "id_lun") {
             readAddressWord(member, device);
         } else if (member.step() == "size_bytes") {
@@ -133,7 +135,8 @@ RecordedDevice readDevice(const JsonNode& node) {
             readSgIo(member, device);
         } else {
             refuseMember(member,
-                         "open_errno, id_lun, size_bytes, number, in_use, inquiry, sg_io, comment");
+                         "open_errno, write_errno, id_lun, size_bytes, number, in_use, inquiry, "
+                         "sg_io, comment");
         }
     });
     return device;

@@ -60,7 +60,7 @@ int waitStatusOf(const RecordedCommand& command) {
 
 RecordedHost::RecordedHost(RecordedHostData data, Journal& journal)
     : m_journal(journal),
-      m_tree(std::move(data.files), data.directories, std::move(data.devices),
+      m_tree(std::move(data.files), data.directories, data.directoryErrors, std::move(data.devices),
              std::move(data.links)),
       m_hostName(std::move(data.hostName)),
       m_kernelRelease(std::move(data.kernelRelease)),
@@ -87,6 +87,9 @@ int RecordedHost::openDevice(const std::string& path, host::OpenMode mode) {
     const RecordedDevice& device = entry.node->device;
     if (device.openError != 0) {
         return -device.openError;
+    }
+    if (device.writeError != 0 && mode == host::OpenMode::kReadWriteNonBlocking) {
+        return -device.writeError;
     }
     const bool isExclusive = mode == host::OpenMode::kReadOnlyExclusive;
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -251,6 +254,7 @@ host::DirectoryListing RecordedHost::listDirectory(const std::string& path) {
     const RecordedTree::Entry entry = m_tree.find(path);
     if (entry.directory != nullptr) {
         listing.names = *entry.directory;
+        listing.openError = entry.directoryError;
         return listing;
     }
     listing.openError = entry.error != 0 ? entry.error : ENOTDIR;
@@ -280,6 +284,9 @@ int RecordedHost::writeAccess(const std::string& path) {
     }
     if (entry.node != nullptr && isMissingRight(entry.node->device.openError)) {
         return -entry.node->device.openError;
+    }
+    if (entry.node != nullptr && isMissingRight(entry.node->device.writeError)) {
+        return -entry.node->device.writeError;
     }
     return -entry.error;
 }

@@ -38,6 +38,7 @@ struct RecordedPage {
 /// A device node and what the device behind it answers.
 struct RecordedDevice {
     int openError = 0;                            ///< errno of the open, 0 when it opens
+    int writeError = 0;                           ///< errno of an open for writing alone
     std::optional<RecordedPage> standardInquiry;  ///< INQUIRY without EVPD
     std::map<std::uint8_t, RecordedPage> pages;   ///< page code to the whole VPD page
     std::map<Bytes, Bytes> sgIo;                  ///< command descriptor block to the data
@@ -62,6 +63,8 @@ struct RecordedHostData {
     std::map<std::string, RecordedFile> files;
     /// Path, with or without its last "/", to the names in it, in the operating system's order.
     std::map<std::string, std::vector<std::string>> directories;
+    /// Directories that are there and do not open, with the errno.
+    std::map<std::string, int> directoryErrors;
     std::map<std::string, RecordedDevice> devices;
     /// Path of a symbolic link to where it points, as readlink(2) tells it.
     std::map<std::string, std::string> links;

@@ -12,8 +12,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kFormat = "scsitool-host/1";
-constexpr std::size_t kLargestText = std::size_t{64} << 20;
 constexpr std::size_t kLongestTarget = 4095;  // PATH_MAX without its NUL
 
 // A file whose read fails behind what is recorded: {"text" or "hex": ..., "read_errno": N}.
@@ -59,7 +57,7 @@ RecordedFile readFile(const JsonNode& node) {
 
 std::vector<std::string> readNames(const JsonNode& node) {
     std::vector<std::string> names;
-    node.forEachElement("an array of names", [&names](const JsonNode& element) {
+    node.forEachElement("an array of names or {\"errno\": N}", [&names](const JsonNode& element) {
         const std::string name = readRawText(element);
         if (name.empty() || name.find('/') != std::string::npos) {
             element.refuse("a name without \"/\"");
@@ -120,7 +118,11 @@ void readDirectories(const JsonNode& node, RecordedHostData& data) {
             member.refuse("a path that ends in \"/\" as the member's name",
                           "\"" + printable(path) + "\"");
         }
-        data.directories[path] = readNames(member);
+        if (member.value().is_object()) {
+            data.directoryErrors[path] = readOnlyErrno(member);
+        } else {
+            data.directories[path] = readNames(member);
+        }
     });
 }
 
@@ -140,7 +142,8 @@ void readMember(const JsonNode& member, RecordedHostData& data) {
     if (name == "hostname") {
         data.hostName.reset();
         if (!member.value().is_null()) {
-            data.hostName = readText(member, "a string or null");
+            data.hostName = member.value().is_object() ? readRawText(member)
+                                                       : readText(member, "a string or null");
         }
     } else if (name == "kernel_release") {
         data.kernelRelease = readText(member);
@@ -166,7 +169,7 @@ void readMember(const JsonNode& member, RecordedHostData& data) {
     }
 }
 
-void checkFormat(const JsonNode& root) {
+void checkRecordedHostFormat(const JsonNode& root) {
     if (!root.value().is_object()) {
         root.refuse("an object");
     }
@@ -174,8 +177,8 @@ void checkFormat(const JsonNode& root) {
     if (format == root.value().end()) {
         root.refuse("the member format", "an object without it");
     }
-    if (*format != kFormat) {
-        JsonNode(*format, &root, "format").refuse("\"" + std::string(kFormat) + "\"");
+    if (*format != kRecordedHostFormat) {
+        JsonNode(*format, &root, "format").refuse("\"" + std::string(kRecordedHostFormat) + "\"");
     }
 }
 
@@ -183,14 +186,14 @@ void checkFormat(const JsonNode& root) {
 
 RecordedHostData parseRecordedHost(const std::string& text, const std::string& name) {
     const std::string file = printable(name, 4096) + ": ";
-    if (text.size() > kLargestText) {
-        throw RecordedHostError(file + "expected at most " + std::to_string(kLargestText) +
+    if (text.size() > kLargestRecordedHost) {
+        throw RecordedHostError(file + "expected at most " + std::to_string(kLargestRecordedHost) +
                                 " bytes, found " + std::to_string(text.size()));
     }
     try {
         const json document = parseStrictJson(text);
         const JsonNode root(document, nullptr, "");
-        checkFormat(root);
+        checkRecordedHostFormat(root);
         RecordedHostData data;
         root.forEachMember([&data](const JsonNode& member) { readMember(member, data); });
         return data;

@@ -1,12 +1,18 @@
 #ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_FILE_H
 #define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_FILE_H
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
 #include "recording/replay/recorded_host_data.h"
 
 namespace recording {
+
+/// What the member "format" says.
+constexpr const char* kRecordedHostFormat = "scsitool-host/1";
+/// The most bytes that a recorded host's file may have.
+constexpr std::size_t kLargestRecordedHost = std::size_t{64} << 20;
 
 /// Why a recorded host was refused: one line that names the file, the place in it (line and column
 /// or a JSON pointer), what was expected there and what was found.

@@ -21,6 +21,7 @@ std::string withoutLastSlashes(std::string path) {
 
 RecordedTree::RecordedTree(std::map<std::string, RecordedFile> files,
                            const std::map<std::string, std::vector<std::string>>& directories,
+                           const std::map<std::string, int>& directoryErrors,
                            std::map<std::string, RecordedDevice> devices,
                            std::map<std::string, std::string> links)
     : m_files(std::move(files)), m_links(std::move(links)) {
@@ -31,6 +32,12 @@ RecordedTree::RecordedTree(std::map<std::string, RecordedFile> files,
         const std::string path = withoutLastSlashes(directory.first);
         noteDirectoriesAbove(path);
         m_directories[path] = directory.second;
+    }
+    for (const auto& [path, error] : directoryErrors) {
+        const std::string directory = withoutLastSlashes(path);
+        noteDirectoriesAbove(directory);
+        m_directories[directory];
+        m_directoryErrors[directory] = error;
     }
     for (auto& device : devices) {
         noteDirectoriesAbove(device.first);
@@ -72,6 +79,8 @@ RecordedTree::Entry RecordedTree::entryAt(const std::string& path) const {
         entry.node = &node->second;
     } else if (directory != m_directories.end()) {
         entry.directory = &directory->second;
+        const auto error = m_directoryErrors.find(directory->first);
+        entry.directoryError = error != m_directoryErrors.end() ? error->second : 0;
     } else {
         entry.error = ENOENT;
     }
@@ -132,6 +141,12 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
 }
 
 int RecordedTree::readLink(const std::string& path, std::string& target) const {
+    // What was recorded under this very path answers by itself, as in `find`.
+    const auto exact = m_links.find(path);
+    if (exact != m_links.end()) {
+        target = exact->second;
+        return 0;
+    }
     int error = 0;
     // A link named with a "/" behind it is what it points to.
     const bool isItself = !path.empty() && path.back() != '/';

@@ -25,12 +25,14 @@ class RecordedTree {
     struct Entry {
         const RecordedFile* file = nullptr;
         const std::vector<std::string>* directory = nullptr;
+        int directoryError = 0;  ///< of a directory that does not open: there are no names then
         const Node* node = nullptr;
         int error = 0;
     };
 
     RecordedTree(std::map<std::string, RecordedFile> files,
                  const std::map<std::string, std::vector<std::string>>& directories,
+                 const std::map<std::string, int>& directoryErrors,
                  std::map<std::string, RecordedDevice> devices,
                  std::map<std::string, std::string> links);
 
@@ -51,6 +53,7 @@ class RecordedTree {
 
     std::map<std::string, RecordedFile> m_files;
     std::map<std::string, std::vector<std::string>> m_directories;  // without the last "/"
+    std::map<std::string, int> m_directoryErrors;                   // the same
     std::unordered_map<std::string, Node> m_devices;
     std::map<std::string, std::string> m_links;
     std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
