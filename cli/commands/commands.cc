@@ -23,6 +23,7 @@ CommandList makeCommands() {
     commands.push_back(makeFlushMultipath());
     commands.push_back(makeIscsi());
     commands.push_back(makeWwpn());
+    commands.push_back(makeCapture());
     return commands;
 }
 

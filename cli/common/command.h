@@ -46,6 +46,7 @@ std::unique_ptr<Command> makePrune();
 std::unique_ptr<Command> makeFlushMultipath();
 std::unique_ptr<Command> makeIscsi();
 std::unique_ptr<Command> makeWwpn();
+std::unique_ptr<Command> makeCapture();
 
 }  // namespace cli
 

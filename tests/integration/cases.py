@@ -68,6 +68,8 @@ CASES = dict(sample_cases()) | dict(use_cases()) | {
     "remove_negative": ["--host", "tests/integration/hosts/negative_target.json", "remove-dead",
                         "--lun0", "--force"],
     "remove_no_map": on("enterprise", "remove", "/dev/sdb"),
+    "capture_dry": on("enterprise", "--dry-run", "capture", "db01.json"),
+    "capture_no_file": on("enterprise", "capture", "/dev/null"),
     "no_such_device": on("enterprise", "devices", "/dev/sdzz"),
     "silent_device": on("enterprise", "inquiry", "/dev/sdw"),
     "no_such_file": ["--host", "/nonexistent.json", "devices"],

@@ -174,7 +174,55 @@ def closed_standard_streams_leave_the_journal_whole(scsitool, _samples):
     return problems
 
 
+def a_capture_replays_as_its_host(scsitool, samples):
+    """Every command that reads, on a sample and on the capture of it; none of the secrets of the
+    one stands in the redacted other."""
+    problems = []
+    commands = (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"],
+                ["--dry-run", "rescan"], ["--dry-run", "flush-multipath"])
+    for name in samples:
+        with tempfile.TemporaryDirectory() as folder:
+            copy, other = f"{folder}/copy.json", f"{folder}/other.json"
+            for arguments in (["capture", copy], ["capture", other, "--redact"]):
+                result = scsitool.run([*sample(name), *arguments])
+                if result.returncode != 0:
+                    problems.append(f"{name}: {arguments}: {result.stderr}")
+            if os.stat(copy).st_mode & 0o777 != 0o600 or len(os.listdir(folder)) != 2:
+                problems.append(f"{name}: {os.listdir(folder)}, mode {os.stat(copy).st_mode:o}")
+            for command in commands:
+                wanted = scsitool.run([*sample(name), *command])
+                found = scsitool.run(["--host", copy, "--journal", f"{folder}/journal", *command]
+                                     if "--dry-run" not in command else ["--host", copy, *command])
+                if (wanted.returncode, wanted.stdout) != (found.returncode, found.stdout):
+                    problems.append(f"{name}: {command} differs on the capture")
+            text = pathlib.Path(other).read_text()
+            problems += [f"{name}: {secret} stands in the redacted capture"
+                         for secret in secrets_of(json.loads((ROOT / f"samples/{name}.json")
+                                                             .read_text())) if secret in text]
+    return problems
+
+
+def secrets_of(host):
+    """Serial numbers and logical-unit names as text and in digits, worked out from the pages."""
+    found = {host["hostname"]}
+    for device in host["devices"].values():
+        pages = device.get("inquiry", {})
+        serial = bytes.fromhex(pages.get("80", ""))[4:].decode("latin-1").strip(" \0")
+        if len(serial) > 3:
+            found |= {serial, serial.lower(), serial.encode("latin-1").hex()}
+        names = bytes.fromhex(pages.get("83", ""))
+        place = 4
+        while place + 4 <= len(names):
+            end = place + 4 + names[place + 3]
+            if names[place] & 15 == 1 and names[place + 1] & 15 in (2, 3):
+                digits = names[place + 4:end].hex()
+                found |= {digits, digits.upper(), names[place + 4:end].hex(":")}
+            place = end
+    return {secret for secret in found if len(secret) > 3}
+
+
 CHECKS = (
+    a_capture_replays_as_its_host,
     device_maps_are_those_of_the_samples,
     trace_lines_come_in_their_order,
     hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read,

@@ -1,0 +1,121 @@
+// The steps that ask devices, by the library's own operations as far as it has one.
+#include <algorithm>
+#include <set>
+#include <sstream>
+
+#include "cli/capture/reading.h"
+#include "cli/capture/tour.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/scsi/scsitool.h"
+#include "scsitool/tools/WWPN_discovery.h"
+#include "scsitool/udid/device_udid_factory.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kDev = "/dev/";
+constexpr const char* kMaps = "/dev/mapper/";
+
+bool startsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+// Nodes that a SCSI command can be sent to, by the names that the kernel and PowerPath give.
+bool mayTakeCommands(const std::string& name) {
+    for (const char* const start : {"sd", "sr", "sg", "dm-", "emcpower"}) {
+        if (startsWith(name, start)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void askInventory(CLinuxDeviceDiscovery& discovery) {
+    std::map<int, std::vector<int>> targets;
+    std::map<int, int> maxLun;
+    std::map<int, int> maxTarget;
+    std::map<int, int> maxChannel;
+    discovery.getDeviceList(false);
+    discovery.getDeviceCount();
+    discovery.getTargetIds(targets);
+    discovery.scanForAdapterMaximums(maxLun, maxTarget, maxChannel);
+}
+
+// Whether it opens, also to who claims it alone, and which device it is.
+void askNode(host::Host& host, const std::string& path) {
+    for (const host::OpenMode mode :
+         {host::OpenMode::kReadOnlyNonBlocking, host::OpenMode::kReadOnlyExclusive}) {
+        const int descriptor = host.openDevice(path, mode);
+        if (descriptor >= 0) {
+            host.closeDevice(descriptor);
+        }
+    }
+    host::DeviceNumber number;
+    host.deviceNumber(path, number);
+}
+
+std::set<std::string> nodesOf(host::Host& host) {
+    std::set<std::string> nodes;
+    for (const std::string& name : namesIn(host, kDev)) {
+        if (mayTakeCommands(name)) {
+            nodes.insert(kDev + name);
+        }
+    }
+    std::istringstream words(host.readFile("/proc/partitions").content);
+    for (std::string word; words >> word;) {
+        if (mayTakeCommands(word)) {
+            nodes.insert(kDev + word);
+        }
+    }
+    for (const std::string& name : namesIn(host, kMaps)) {
+        nodes.insert(kMaps + name);
+    }
+    return nodes;
+}
+
+}  // namespace
+
+void askLibrary(host::Host& host) {
+    std::string name;
+    host.hostName(name);
+    host.kernelRelease();
+    CUDIDFactory factory;
+    const DeviceMap devices = factory.enumerateDeviceMap(false, false, false, "", "");
+    CLinuxDeviceDiscovery discovery;
+    for (const auto& [path, info] : devices) {
+        unsigned long size = 0;
+        discovery.getDiskSize(path, size);
+    }
+    std::vector<CScsiDeviceData> disks;
+    discovery.enumerateNativeDevicePathsExt(disks);
+    askInventory(discovery);
+    std::map<std::string, std::vector<int>> drivers;
+    std::vector<std::string> adapters;
+    discovery.GetHostAdapterList(drivers);
+    discovery.GetHostAdapterList2_6(adapters);
+    CScsiTool tool;
+    tool.GetHostIQN(name);
+    WWPN().getWWPN();
+}
+
+void askNodes(host::Host& host) {
+    CLinuxDeviceDiscovery discovery;
+    const std::vector<std::string> disks = discovery.enumerateNativeDevicePaths();
+    for (const std::string& path : nodesOf(host)) {
+        // Those that the enumeration has are asked already; a silent one would cost its time again.
+        if (std::find(disks.begin(), disks.end(), path) == disks.end()) {
+            CUDIDFactory().validateDeviceMap(path);
+        }
+        askNode(host, path);
+    }
+}
+
+void askLinks(host::Host& host) {
+    for (const std::string directory : {"/dev/disk/by-id/", "/dev/disk/by-path/", kMaps}) {
+        for (const std::string& name : namesIn(host, directory)) {
+            linkTarget(host, directory + name);
+        }
+    }
+}
+
+}  // namespace cli

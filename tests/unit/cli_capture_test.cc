@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <regex>
+
+#include "cli_harness.h"
+#include "recording/replay/recorded_host_file.h"
+#include "scsitool/host/forwarding_host.h"
+
+namespace {
+
+using test::CliResult;
+using test::runCli;
+using test::TempFolder;
+
+constexpr const char* kSamples[] = {"plain-server", "enterprise", "families", "kernel-2.4",
+                                    "in-use"};
+
+std::string samplePath(const std::string& name) {
+    return std::string(SCSITOOL_SAMPLES) + "/" + name + ".json";
+}
+
+/// The command on a recorded host; nothing is asked of the host that stands for the machine.
+CliResult onFile(const std::string& file, std::vector<std::string> arguments,
+                 const std::string& journal = "") {
+    test::CliMachine machine({});
+    arguments.insert(arguments.begin(), {"--host", file});
+    if (!journal.empty()) {
+        arguments.insert(arguments.begin(), {"--journal", journal});
+    }
+    return machine.run(arguments);
+}
+
+/// All that reads, and what can be tried without an effect.
+std::vector<std::vector<std::string>> commandsFor(const std::string& file) {
+    std::vector<std::vector<std::string>> commands = {
+        {"devices"},
+        {"volumes"},
+        {"disks"},
+        {"bus"},
+        {"wwpn"},
+        {"iscsi", "iqn"},
+        {"devices", "--json"},
+        {"volumes", "--json"},
+        {"bus", "--json"},
+        {"devices", "--taq"},
+        {"--trace", "6", "devices"},
+        {"--dry-run", "rescan"},
+        {"--dry-run", "devices", "--rescan"},
+        {"--dry-run", "remove-stale", "--force"},
+        {"--dry-run", "remove-dead", "--lun0", "--force"},
+        {"--dry-run", "flush-multipath"}};
+    for (const auto& [path, device] : recording::loadRecordedHost(file).devices) {
+        for (const char* const command : {"validate", "inquiry", "explain", "udid"}) {
+            commands.push_back({command, path});
+        }
+    }
+    commands.push_back({"inquiry", "/dev/none"});
+    return commands;
+}
+
+std::string transcript(const CliResult& result, const std::string& file) {
+    std::string text = std::to_string(result.status) + "\n" + result.out + result.err;
+    for (std::size_t at = text.find(file); at != std::string::npos; at = text.find(file)) {
+        text.replace(at, file.size(), "FILE");
+    }
+    return std::regex_replace(text, std::regex("(Function [^\n]*\\[)[0-9]+, "), "$1N, ");
+}
+
+TEST(CliCapture, ReplaysASampleAsItIs) {
+    const TempFolder folder;
+    for (const char* const name : kSamples) {
+        const std::string sample = samplePath(name);
+        const std::string copy = folder.path(name);
+        ASSERT_EQ(onFile(sample, {"capture", copy}).status, 0) << name;
+        for (const auto& command : commandsFor(sample)) {
+            EXPECT_EQ(transcript(onFile(copy, command), copy),
+                      transcript(onFile(sample, command), sample))
+                << name << ": " << command.front() << " " << command.back();
+            // A journal of its own: a dry run's would not be told on standard output then.
+            onFile(copy, command, folder.write("journal", ""));
+            EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
+                << name << ": " << command.back() << folder.read("journal");
+        }
+    }
+}
+
+TEST(CliCapture, CapturesItsOwnCaptureAsItIs) {
+    const TempFolder folder;
+    const std::string first = folder.path("first");
+    const std::string second = folder.path("second");
+    ASSERT_EQ(onFile(samplePath("enterprise"), {"capture", first}).status, 0);
+    ASSERT_EQ(onFile(first, {"capture", second}).status, 0);
+    EXPECT_EQ(folder.read("first"), folder.read("second"));
+}
+
+// Without the letters and digits, and without the lengths of numbers: what of it is no name.
+std::string shapeOf(const std::string& text) {
+    return std::regex_replace(text, std::regex("[0-9A-Za-z]+"), "x");
+}
+
+TEST(CliCapture, RedactedReplaysAlikeButForTheNames) {
+    const TempFolder folder;
+    for (const char* const name : kSamples) {
+        const std::string sample = samplePath(name);
+        const std::string copy = folder.path(name);
+        ASSERT_EQ(onFile(sample, {"capture", copy, "--redact"}).status, 0) << name;
+        for (const std::vector<std::string>& command :
+             std::vector<std::vector<std::string>>{{"devices", "--json"},
+                                                   {"volumes", "--json"},
+                                                   {"bus", "--json"},
+                                                   {"disks"},
+                                                   {"wwpn"},
+                                                   {"iscsi", "iqn"}}) {
+            EXPECT_EQ(shapeOf(transcript(onFile(copy, command), copy)),
+                      shapeOf(transcript(onFile(sample, command), sample)))
+                << name << ": " << command.front();
+            onFile(copy, command, folder.write("journal", ""));
+            EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos);
+        }
+        const auto generatorsOf = [&](const std::string& file) {
+            std::vector<std::string> generators;
+            for (const auto& [path, device] : recording::loadRecordedHost(sample).devices) {
+                // A volume group's map is called otherwise.
+                if (path.compare(0, 7, "/dev/sd") != 0) {
+                    continue;
+                }
+                const CliResult result = onFile(file, {"explain", path, "--json"});
+                if (result.status == 0) {
+                    const auto explained = result.json()["explanations"].at(0);
+                    generators.push_back(path + explained["outcome"].dump() +
+                                         explained["made_by"].dump());
+                }
+            }
+            return generators;
+        };
+        EXPECT_EQ(generatorsOf(copy), generatorsOf(sample)) << name;
+    }
+}
+
+TEST(CliCapture, RedactsDifferentlyEachTime) {
+    const TempFolder folder;
+    onFile(samplePath("plain-server"), {"capture", folder.path("a"), "--redact"});
+    onFile(samplePath("plain-server"), {"capture", folder.path("b"), "--redact"});
+    EXPECT_NE(folder.read("a"), folder.read("b"));
+}
+
+TEST(CliCapture, WritesForItsOwnerAndReplacesARegularFile) {
+    const TempFolder folder;
+    const std::string file = folder.write("host.json", "old");
+    test::CliMachine machine(test::smallHost());
+    const CliResult result = machine.run({"capture", file});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(folder.read("host.json").substr(0, 2), "{\n");
+    struct stat status;
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+    EXPECT_EQ(machine.openDescriptors(), 0U);
+}
+
+TEST(CliCapture, RefusesWhatIsNoFileBeforeItAsksAnything) {
+    test::CliMachine machine(test::smallHost());
+    const CliResult result = machine.run({"capture", "/dev/null"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "scsitool: /dev/null: it is there and no regular file (a link, a directory or a "
+              "device); name another file\n");
+    EXPECT_TRUE(machine.journal().empty());
+    EXPECT_EQ(machine.run({"capture", "/nonexistent/x"}).err,
+              "scsitool: /nonexistent/x: cannot write the recording: No such file or directory; "
+              "nothing was left there\n");
+}
+
+TEST(CliCapture, DryRunWritesNothing) {
+    const TempFolder folder;
+    test::CliMachine machine(test::smallHost());
+    const CliResult result = machine.run({"--dry-run", "capture", folder.path("x")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.substr(0, 12), "would write ");
+    EXPECT_EQ(folder.read("x"), "");
+}
+
+// Refuses and remembers whatever changes a host.
+class Untouched : public host::ForwardingHost {
+  public:
+    explicit Untouched(host::Host& inner) : ForwardingHost(inner) {}
+    int effects = 0;
+
+    host::AppendResult appendFile(const std::string&, const std::string&,
+                                  const host::BeforeWrite&) override {
+        ++effects;
+        return {};
+    }
+    host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override {
+        effects += host::isReadCommand(command) ? 0 : 1;
+        return ForwardingHost::runCommand(command, timeoutSeconds);
+    }
+    int runShell(const std::string&) override {
+        ++effects;
+        return 0;
+    }
+    void sleepSeconds(unsigned) override { ++effects; }
+};
+
+TEST(CliCapture, HasNoEffectOnTheHost) {
+    const TempFolder folder;
+    for (const char* const name : kSamples) {
+        recording::Journal journal;
+        recording::RecordedHost recorded(recording::loadRecordedHost(samplePath(name)), journal);
+        Untouched host(recorded);
+        EXPECT_EQ(runCli({"capture", folder.path("x"), "--redact"}, host).status, 0);
+        EXPECT_EQ(host.effects, 0) << name;
+    }
+}
+
+TEST(CliCapture, SaysInTheFileAndOnTheScreenWhatItLeftOut) {
+    const TempFolder folder;
+    recording::RecordedHostData data = test::smallHost();
+    data.directories["/dev/mapper/"].push_back("\xFF");
+    data.devices["/dev/mapper/\xFF"] = {};
+    test::CliMachine machine(data);
+    const CliResult result = machine.run({"capture", folder.path("x"), "--json"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_FALSE(result.json()["remarks"].empty());
+    EXPECT_NE(folder.read("x").find("its name is not UTF-8"), std::string::npos);
+    recording::loadRecordedHost(folder.path("x"));
+}
+
+}  // namespace
