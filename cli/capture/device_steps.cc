@@ -15,6 +15,7 @@ namespace {
 
 constexpr const char* kDev = "/dev/";
 constexpr const char* kMaps = "/dev/mapper/";
+constexpr const char* kAddresses = "/sys/class/scsi_device/";
 
 bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
@@ -54,6 +55,25 @@ void askNode(host::Host& host, const std::string& path) {
     host.deviceNumber(path, number);
 }
 
+// The last word of each line below the heading: "   8       16    1048576 sdb".
+std::set<std::string> partitionNames(host::Host& host) {
+    std::set<std::string> names;
+    std::istringstream lines(host.readFile("/proc/partitions").content);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        unsigned major = 0;
+        unsigned minor = 0;
+        std::string blocks;
+        std::string name;
+        if (words >> major >> minor >> blocks >> name) {
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
+// Whatever somebody may point a command at: SCSI nodes, every block device that the kernel has by
+// its name there, and the maps.
 std::set<std::string> nodesOf(host::Host& host) {
     std::set<std::string> nodes;
     for (const std::string& name : namesIn(host, kDev)) {
@@ -61,11 +81,19 @@ std::set<std::string> nodesOf(host::Host& host) {
             nodes.insert(kDev + name);
         }
     }
-    std::istringstream words(host.readFile("/proc/partitions").content);
-    for (std::string word; words >> word;) {
-        if (mayTakeCommands(word)) {
-            nodes.insert(kDev + word);
+    for (std::string name : namesIn(host, "/sys/class/block/")) {
+        // sysfs has no "/" in a name: "cciss!c0d0" is /dev/cciss/c0d0.
+        std::replace(name.begin(), name.end(), '!', '/');
+        nodes.insert(kDev + name);
+    }
+    for (const std::string& address : namesIn(host, kAddresses)) {
+        for (const std::string& name :
+             namesIn(host, kAddresses + address + "/device/scsi_generic/")) {
+            nodes.insert(kDev + name);
         }
+    }
+    for (const std::string& name : partitionNames(host)) {
+        nodes.insert(kDev + name);
     }
     for (const std::string& name : namesIn(host, kMaps)) {
         nodes.insert(kMaps + name);

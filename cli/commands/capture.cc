@@ -7,7 +7,6 @@
 #include "cli/capture/tour.h"
 #include "cli/command_line.h"
 #include "cli/common/command.h"
-#include "host/file_replacement.h"
 #include "recording/capture/open_descriptors.h"
 #include "recording/capture/recorded_host_writer.h"
 #include "recording/capture/recording_host.h"
@@ -15,6 +14,7 @@
 #include "recording/replay/recorded_host.h"
 #include "recording/replay/recorded_host_file.h"
 #include "scsitool/host/interruption.h"
+#include "scsitool/host/own_files.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {

@@ -1,5 +1,3 @@
-#include "host/file_replacement.h"
-
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -11,6 +9,7 @@
 #include <ctime>
 
 #include "host/descriptor.h"
+#include "scsitool/host/own_files.h"
 
 namespace host {
 namespace {

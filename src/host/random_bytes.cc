@@ -1,4 +1,4 @@
-#include "host/random_bytes.h"
+#include "scsitool/host/random_bytes.h"
 
 #include <sys/random.h>
 

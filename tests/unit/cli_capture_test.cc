@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 
 #include <regex>
+#include <set>
 
+#include "cli/common/command.h"
 #include "cli_harness.h"
 #include "recording/replay/recorded_host_file.h"
 #include "scsitool/host/forwarding_host.h"
@@ -31,31 +33,59 @@ CliResult onFile(const std::string& file, std::vector<std::string> arguments,
     return machine.run(arguments);
 }
 
-/// All that reads, and what can be tried without an effect.
-std::vector<std::vector<std::string>> commandsFor(const std::string& file) {
-    std::vector<std::vector<std::string>> commands = {
-        {"devices"},
-        {"volumes"},
-        {"disks"},
-        {"bus"},
-        {"wwpn"},
-        {"iscsi", "iqn"},
-        {"devices", "--json"},
-        {"volumes", "--json"},
-        {"bus", "--json"},
-        {"devices", "--taq"},
-        {"--trace", "6", "devices"},
-        {"--dry-run", "rescan"},
-        {"--dry-run", "devices", "--rescan"},
-        {"--dry-run", "remove-stale", "--force"},
-        {"--dry-run", "remove-dead", "--lun0", "--force"},
-        {"--dry-run", "flush-multipath"}};
-    for (const auto& [path, device] : recording::loadRecordedHost(file).devices) {
+using Commands = std::vector<std::vector<std::string>>;
+
+/// What asks one device, or tries to remove it.
+void addForDevices(const recording::RecordedHostData& data, Commands& commands) {
+    for (const auto& [path, device] : data.devices) {
+        // A node may have been made anywhere; only where the kernel's names lie is looked for them.
+        if (path.compare(0, 5, "/dev/") != 0) {
+            continue;
+        }
         for (const char* const command : {"validate", "inquiry", "explain", "udid"}) {
             commands.push_back({command, path});
         }
+        if (path.compare(0, 12, "/dev/mapper/") == 0) {
+            commands.push_back({"--dry-run", "remove", path});
+        }
     }
-    commands.push_back({"inquiry", "/dev/none"});
+    const auto addresses = data.directories.find("/sys/class/scsi_device/");
+    if (addresses != data.directories.end()) {
+        for (const std::string& address : addresses->second) {
+            commands.push_back({"--dry-run", "remove-address", address});
+        }
+    }
+}
+
+/// All that reads, and all that acts tried without an effect.
+Commands commandsFor(const std::string& file) {
+    Commands commands = {{"devices"},
+                         {"volumes"},
+                         {"disks"},
+                         {"bus"},
+                         {"wwpn"},
+                         {"iscsi", "iqn"},
+                         {"devices", "--json"},
+                         {"volumes", "--json"},
+                         {"bus", "--json"},
+                         {"devices", "--taq"},
+                         {"--trace", "6", "devices"},
+                         {"--dry-run", "rescan"},
+                         {"--dry-run", "rescan", "--changes"},
+                         {"--dry-run", "devices", "--rescan"},
+                         {"--dry-run", "remove-stale"},
+                         {"--dry-run", "remove-stale", "--force"},
+                         {"--dry-run", "remove-dead", "--lun0"},
+                         {"--dry-run", "remove-dead", "--lun0", "--force"},
+                         {"--dry-run", "prune"},
+                         {"--dry-run", "prune", "--force"},
+                         {"--dry-run", "flush-multipath"},
+                         {"--dry-run", "iscsi", "logout", "iqn.1992-08.com.netapp:sn.135902718"},
+                         {"--dry-run", "iscsi", "rescan"},
+                         {"inquiry", "/dev/none"},
+                         {"--dry-run", "remove", "/dev/mapper/none"},
+                         {"--dry-run", "remove-address", "9:9:9:9"}};
+    addForDevices(recording::loadRecordedHost(file), commands);
     return commands;
 }
 
@@ -82,6 +112,22 @@ TEST(CliCapture, ReplaysASampleAsItIs) {
             EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
                 << name << ": " << command.back() << folder.read("journal");
         }
+    }
+}
+
+// A new command is tried, too.
+TEST(CliCapture, EveryCommandIsTried) {
+    std::set<std::string> tried = {"capture"};
+    for (const auto& command : commandsFor(samplePath("in-use"))) {
+        for (const std::string& word : command) {
+            tried.insert(word);
+        }
+    }
+    CLI::App app;
+    const cli::CommandList commands = cli::makeCommands();
+    for (const auto& command : commands) {
+        const std::string name = command->declare(app)->get_name();
+        EXPECT_EQ(tried.count(name), 1U) << name;
     }
 }
 
@@ -193,7 +239,9 @@ class Untouched : public host::ForwardingHost {
         return {};
     }
     host::CommandResult runCommand(const std::string& command, int timeoutSeconds) override {
-        effects += host::isReadCommand(command) ? 0 : 1;
+        // The guard asks sg_inq, which reads.
+        effects +=
+            host::isReadCommand(command) || command.rfind("/usr/bin/sg_inq ", 0) == 0 ? 0 : 1;
         return ForwardingHost::runCommand(command, timeoutSeconds);
     }
     int runShell(const std::string&) override {

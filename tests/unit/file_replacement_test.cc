@@ -1,5 +1,3 @@
-#include "host/file_replacement.h"
-
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -11,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "scsitool/host/own_files.h"
 #include "temporary_directory.h"
 
 namespace {

@@ -21,6 +21,16 @@ SCSITOOL_EXPORT ReadResult readInputFile(const std::string& path);
 /// nowhere.
 SCSITOOL_EXPORT bool isOneFile(const std::string& left, const std::string& right);
 
+/// Tells whether `replaceFile` could write there as things stand: 0, or a negated errno. EINVAL is
+/// a path that is there and is no regular file (a link, a directory, a device) or holds a NUL.
+SCSITOOL_EXPORT int checkReplaceable(const std::string& path);
+
+/// Writes a file whole or not at all: a new file beside it (mode 0600, created exclusively) is
+/// written, brought to the disk and renamed to the path, where it takes the place of a regular file
+/// that is there. Gives 0, or a negated errno as above; the path is then as it was and nothing is
+/// left beside it. Signals that end the process wait until this is done.
+SCSITOOL_EXPORT int replaceFile(const std::string& path, const std::string& content);
+
 /// Opens /dev/null for each of the descriptors 0 to 2 that is closed, the first thing a program
 /// does: otherwise the next file that it opens becomes its standard output, and what it prints
 /// lands in that file. They are opened the wrong way round (standard input for writing, the others

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <system_error>
 
-#include "host/random_bytes.h"
+#include "scsitool/host/random_bytes.h"
 
 namespace recording {
 namespace {
