@@ -21,6 +21,9 @@ Json commandJson(const CommandEffect& effect) {
     for (const std::string& line : result.lines) {
         json["output"].push_back(jsonText(line));
     }
+    if (effect.linesLeftOut != 0) {
+        json["lines_left_out"] = effect.linesLeftOut;
+    }
     return json;
 }
 
@@ -36,6 +39,9 @@ void addEffects(Report& report, const Context& context) {
         if (!host::isReadCommand(effect.command) && !isRefused(effect)) {
             for (const std::string& line : effect.result.lines) {
                 report.text += visible(line, true) + "\n";
+            }
+            if (effect.linesLeftOut != 0) {
+                report.text += "(" + std::to_string(effect.linesLeftOut) + " more lines)\n";
             }
         }
     }

@@ -2,6 +2,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -23,6 +24,15 @@ std::string endedHow(const host::CommandResult& result) {
     const int status = WEXITSTATUS(result.waitStatus);
     return status == kMissingProgram ? "could not be started"
                                      : "ended with exit status " + std::to_string(status);
+}
+
+// A line that is shown in a message; what is longer than anybody reads there is cut.
+std::string lastWords(const std::vector<std::string>& lines) {
+    constexpr std::size_t kMost = 4096;
+    const auto line = std::find_if(lines.rbegin(), lines.rend(), [](const std::string& one) {
+        return one.find_first_not_of(" \t\r") != std::string::npos;
+    });
+    return line == lines.rend() ? std::string() : line->substr(0, kMost);
 }
 
 }  // namespace
@@ -54,9 +64,26 @@ host::CommandResult WatchedHost::runCommand(const std::string& command, int time
     const bool begins = host::interruption() == 0;
     host::CommandResult result = ForwardingHost::runCommand(command, timeoutSeconds);
     if (begins) {
-        m_commands.push_back({command, result});
+        keep(command, result);
     }
     return result;
+}
+
+void WatchedHost::keep(const std::string& command, const host::CommandResult& result) {
+    CommandEffect& effect = m_commands.emplace_back();
+    effect.command = command;
+    effect.result.waitStatus = result.waitStatus;
+    effect.result.timedOut = result.timedOut;
+    for (const std::string& line : result.lines) {
+        const std::size_t cost = sizeof(line) + line.size();
+        if (effect.linesLeftOut != 0 || cost > m_outputLeft) {
+            ++effect.linesLeftOut;
+            continue;
+        }
+        m_outputLeft -= cost;
+        effect.result.lines.push_back(line);
+    }
+    effect.lastLine = lastWords(result.lines);
 }
 
 int WatchedHost::operateSemaphore(int identifier,
@@ -84,12 +111,7 @@ bool isRefused(const CommandEffect& effect) {
 
 std::string endingText(const CommandEffect& effect) {
     std::string text = visible(effect.command) + " " + endedHow(effect.result);
-    for (auto line = effect.result.lines.rbegin(); line != effect.result.lines.rend(); ++line) {
-        if (line->find_first_not_of(" \t\r") != std::string::npos) {
-            return text + ": " + visible(*line);
-        }
-    }
-    return text;
+    return effect.lastLine.empty() ? text : text + ": " + visible(effect.lastLine);
 }
 
 }  // namespace cli

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
 #define SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,10 +10,12 @@
 
 namespace cli {
 
-/// A command that was run, and how it ended.
+/// A command that was run, and how it ended. Of what it printed the beginning is kept.
 struct CommandEffect {
     std::string command;
     host::CommandResult result;
+    std::size_t linesLeftOut = 0;  ///< behind those that are kept
+    std::string lastLine;          ///< the last one that is not blank, also when it is left out
 };
 
 /// Text that was appended to a file, and what came of it.
@@ -28,6 +31,10 @@ struct AppendEffect {
 class WatchedHost : public host::ForwardingHost {
   public:
     using Progress = std::function<void(const std::string& inHand)>;
+
+    /// What is kept of the output of all commands together, in bytes of memory. The runner bounds
+    /// what one command prints; a second copy of that is not kept here.
+    static constexpr std::size_t kMostOutput = std::size_t{4} << 20;
 
     /// The inner host must outlive this one. `progress` may be empty.
     WatchedHost(host::Host& inner, Progress progress)
@@ -47,9 +54,11 @@ class WatchedHost : public host::ForwardingHost {
 
   private:
     void show(const std::string& inHand) const;
+    void keep(const std::string& command, const host::CommandResult& result);
 
     Progress m_progress;
     std::vector<CommandEffect> m_commands;
+    std::size_t m_outputLeft = kMostOutput;
     std::vector<AppendEffect> m_appends;
 };
 

@@ -43,6 +43,58 @@ TEST(CliRescan, DevicesPassesRescanArgumentsOn) {
     EXPECT_THAT(machine.journal()[0], testing::HasSubstr("--issue-lip -d --hosts=1\""));
 }
 
+// Lines of one size, as many as fill the memory that is kept of them and `more`.
+std::vector<std::string> linesThatFill(std::size_t lineSize, std::size_t more = 0) {
+    const std::size_t cost = sizeof(std::string) + lineSize;
+    return std::vector<std::string>(cli::WatchedHost::kMostOutput / cost + more,
+                                    std::string(lineSize, 'x'));
+}
+
+constexpr std::size_t kLineSize = 32768 - sizeof(std::string);
+
+TEST(CliRescan, AllOfTheOutputIsToldAsFarAsItIsKept) {
+    recording::RecordedHostData data = hostWithScript();
+    data.commands = {{kScript, linesThatFill(kLineSize)}};
+    CliMachine machine(data);
+    const auto command = machine.run({"rescan", "--json"}).json()["commands"][0];
+    EXPECT_EQ(command["output"].size(), 128U);
+    EXPECT_EQ(command.count("lines_left_out"), 0U);
+}
+
+TEST(CliRescan, OfVeryMuchOutputTheBeginningIsKeptAndTheRestCounted) {
+    recording::RecordedHostData data = hostWithScript();
+    data.commands = {{kScript, linesThatFill(kLineSize, 3)}};
+    CliMachine machine(data);
+    const auto command = machine.run({"rescan", "--json"}).json()["commands"][0];
+    EXPECT_EQ(command["output"].size(), 128U);
+    EXPECT_EQ(command["lines_left_out"], 3);
+    const std::string text = CliMachine(data).run({"rescan"}).out;
+    EXPECT_THAT(text, testing::EndsWith("x\n(3 more lines)\n"));
+}
+
+TEST(CliRescan, WhatIsKeptIsBoundedForAllCommandsTogether) {
+    recording::RecordedHostData data;
+    data.commands = {{kScript, linesThatFill(kLineSize)}};
+    recording::Journal journal;
+    recording::RecordedHost host(data, journal);
+    cli::WatchedHost watch(host, {});
+    for (int run = 0; run < 2; ++run) {
+        EXPECT_EQ(watch.runCommand(kScript, 1).lines.size(), 128U) << "what it hands on is whole";
+    }
+    EXPECT_EQ(watch.commands()[0].linesLeftOut, 0U);
+    EXPECT_EQ(watch.commands()[1].linesLeftOut, 128U);
+}
+
+TEST(CliRescan, TheLastLineIsToldAlsoWhenItIsNotKept) {
+    recording::RecordedHostData data = hostWithScript();
+    std::vector<std::string> lines = linesThatFill(kLineSize, 3);
+    lines.insert(lines.end(), {"no such host", " \t\r", ""});
+    data.commands = {{kScript, lines, 1}};
+    CliMachine machine(data);
+    EXPECT_EQ(machine.run({"rescan"}).err,
+              std::string("scsitool: ") + kScript + " ended with exit status 1: no such host\n");
+}
+
 TEST(CliRescan, AMissingScriptIsNamed) {
     CliMachine machine(smallHost());
     const CliResult result = machine.run({"rescan", "--json"});
