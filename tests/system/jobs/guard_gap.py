@@ -40,7 +40,7 @@ def run(guest, _, checks):
     guest.run("iscsiadm -m node --login >/dev/null")
     disks_of.wait_for_disks(guest, len(targets))
     rescan_script.mend(guest, "/dev/sda")
-    for arguments in (["remove-dead"], ["remove-stale", "--", "--ids=0"]):
+    for arguments in (["remove-dead"], ["remove-stale", "--", "--ids=0"], ["prune"]):
         check_gap(guest, checks, arguments)
 
 
@@ -114,9 +114,22 @@ def check_outcome(guest, checks, what, node, instance):
     """What was mounted stays, and is named."""
     document = json.loads(guest.run("cat /run/gap.out").stdout)
     checks.equal(f"{what}: the disk that was mounted meanwhile stays", instance_of(guest, node), instance)
-    checks.equal(f"{what}: the status tells", guest.run("cat /run/gap.status").stdout.strip(), "1")
+    status = guest.run("cat /run/gap.status").stdout.strip()
+    if what == "prune":
+        check_second_look(checks, document["prune"]["devices"], node, status)
+        return
+    checks.equal(f"{what}: the status tells", status, "1")
     checks.true(f"{what}: the mounted disk is named",
                 [entry for entry in document.get("refused", []) if entry["device"] == node], document)
+
+
+def check_second_look(checks, rows, node, status):
+    """`prune` looks again right before each removal: what lives by then is not even tried."""
+    row, = [row for row in rows if row["device"] == node]
+    checks.equal("prune: the mounted disk stays for what was seen last", [row["outcome"], row["message"]],
+                 ["stays", "it lives by now"])
+    checks.equal("prune: its user is named", row["users"], ["mounted at /mnt/gap"])
+    checks.equal("prune: nothing failed", status, "0")
 
 
 def take_all_away(guest):

@@ -96,10 +96,10 @@ def check_dry_run(guest, checks, names):
     checks.equal("a dry run takes no map away", existing_maps(guest), names)
 
 
-def check_refused(guest, checks, what, arguments, reason):
-    """A refusal is exit status 1, nothing on standard output, and on standard error the reason and the way round."""
+def check_refused(guest, checks, what, arguments, reason, said=""):
+    """A refusal is exit status 1, on standard output what was to go, on standard error the reason and the way round."""
     result = guest.run(["scsitool", *arguments], status=None)
-    checks.equal(f"{what}: refused", [result.status, result.stdout], [1, ""])
+    checks.equal(f"{what}: refused", [result.status, result.stdout[:len(said)] if said else result.stdout], [1, said])
     checks.contains(f"{what}: the reason is named", result.stderr, reason)
     checks.contains(f"{what}: the way round is named", result.stderr, "--force")
 
@@ -117,8 +117,9 @@ def mount_map(guest, name):
 def check_mounted_map(guest, checks, name, paths):
     """A map with a mounted file system, and the disks behind it, are protected."""
     check_refused(guest, checks, "removal of a mounted map", ["remove", name], "mounted at /mnt")
-    check_refused(guest, checks, "removal of a path of a mounted map",
-                  ["remove-address", *address_of(guest, paths[0])], "mounted at /mnt")
+    address = address_of(guest, paths[0])
+    check_refused(guest, checks, "removal of a path of a mounted map", ["remove-address", *address],
+                  "mounted at /mnt", f"{':'.join(address)} is {paths[0]}, ")
     forced = guest.run(["scsitool", "remove", "--force", name], status=None)
     checks.equal("a forced removal of a mounted map fails, because device-mapper keeps it",
                  [forced.status, name in existing_maps(guest)], [1, True])
