@@ -172,6 +172,10 @@ int MemoryHost::operateSemaphore(int /*identifier*/,
     return 0;
 }
 
+int MemoryHost::semaphoreUser(int /*identifier*/) {
+    return 0;
+}
+
 std::string MemoryHost::kernelRelease() {
     return "6.1.0";
 }

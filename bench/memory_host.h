@@ -37,6 +37,7 @@ class MemoryHost final : public host::Host {
     int openSemaphore(int key, int count, int flags) override;
     int operateSemaphore(int identifier,
                          const std::vector<host::SemaphoreOperation>& operations) override;
+    int semaphoreUser(int identifier) override;
     std::string kernelRelease() override;
     int hostName(std::string& name) override;
     void sleepSeconds(unsigned seconds) override;

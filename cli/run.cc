@@ -16,6 +16,7 @@
 #include "cli/common/interrupted.h"
 #include "cli/common/refusals.h"
 #include "cli/output/line_file.h"
+#include "cli/output/progress_line.h"
 #include "cli/output/trace_sink.h"
 #include "cli/output/utc_time.h"
 #include "cli/print_report.h"
@@ -30,8 +31,6 @@ namespace {
 
 using qzfi_pdk_4_4::CFiTraceLog;
 using ProcessTrace = qzfi_pdk_4_4::CFiContextSingleton<CFiTraceLog, qzfi_pdk_4_4::FI_PGN_NAME>;
-
-constexpr const char* kClearLine = "\r\033[K";
 
 // The trace log in place for one run, for the objects and process-wide.
 class TraceScope {
@@ -105,6 +104,7 @@ class Run {
                           LineFile::Mode::kReplace, m_err);
         }
         HostStack hosts(options, m_live, journal ? &journal->stream() : nullptr, progress());
+        hosts.top().tellOfLongWaits([this](const std::string& message) { notice(message); });
         if (journal) {
             journal->stream() << recording::runLine(versionText(), m_arguments, utcTime()) << '\n';
             journal->finish();  // a journal that takes nothing is known before there are effects
@@ -233,10 +233,22 @@ class Run {
 
     int say(const std::string& message, int status) {
         clearProgress();
-        const bool red = m_surroundings.errIsTerminal && m_surroundings.colour;
-        m_err << (red ? "\033[31mscsitool:\033[0m " : "scsitool: ") << visible(message)
-              << std::endl;
+        m_err << messageLine(message) << std::endl;
         return status;
+    }
+
+    std::string messageLine(const std::string& message) const {
+        const bool red = m_surroundings.errIsTerminal && m_surroundings.colour;
+        return (red ? "\033[31mscsitool:\033[0m " : "scsitool: ") + visible(message);
+    }
+
+    // Of what is waited for: the work goes on after it.
+    void notice(const std::string& message) {
+        if (m_progress) {
+            m_progress->print(messageLine(message));
+        } else {
+            m_err << messageLine(message) << std::endl;
+        }
     }
 
     // Only on a terminal, and only where no trace or journal lines go.
@@ -244,20 +256,17 @@ class Run {
         const Options& options = m_request.options;
         const bool traced =
             options.traceLevel > 0 && (options.traceFile.empty() || options.traceFile == "-");
-        if (!m_surroundings.errIsTerminal || traced || options.journalFile == "-") {
+        if (!m_surroundings.errIsTerminal || m_surroundings.isDumb || traced ||
+            options.journalFile == "-") {
             return {};
         }
-        return [this](const std::string& inHand) {
-            const std::size_t room = m_surroundings.width > 1 ? m_surroundings.width - 1 : 1;
-            m_err << kClearLine << wrapped(visible(inHand), room).front() << std::flush;
-            m_progressShown = true;
-        };
+        m_progress.emplace(m_err, m_surroundings.width);
+        return [this](const std::string& inHand) { m_progress->show(inHand); };
     }
 
     void clearProgress() {
-        if (m_progressShown) {
-            m_err << kClearLine << std::flush;
-            m_progressShown = false;
+        if (m_progress) {
+            m_progress->clear();
         }
     }
 
@@ -267,7 +276,7 @@ class Run {
     const Surroundings& m_surroundings;
     host::Host& m_live;
     Request m_request;
-    bool m_progressShown = false;
+    std::optional<ProgressLine> m_progress;
     int m_interruption = 0;  // the signal that has ended the command early
 };
 

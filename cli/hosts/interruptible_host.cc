@@ -110,6 +110,10 @@ int InterruptibleHost::operateSemaphore(int identifier,
     return result;
 }
 
+int InterruptibleHost::semaphoreUser(int identifier) {
+    return m_inner.semaphoreUser(identifier);
+}
+
 std::string InterruptibleHost::kernelRelease() {
     return m_inner.kernelRelease();
 }

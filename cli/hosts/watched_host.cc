@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "cli/base/text.h"
+#include "cli/hosts/long_wait.h"
 #include "scsitool/host/interruption.h"
 
 namespace cli {
@@ -89,9 +91,33 @@ void WatchedHost::keep(const std::string& command, const host::CommandResult& re
 int WatchedHost::operateSemaphore(int identifier,
                                   const std::vector<host::SemaphoreOperation>& operations) {
     if (!operations.empty() && operations.front().operation == 0) {
-        show("waiting for the rescan lock");
+        return waitForLock(identifier, operations);
     }
     return ForwardingHost::operateSemaphore(identifier, operations);
+}
+
+int WatchedHost::waitForLock(int identifier,
+                             const std::vector<host::SemaphoreOperation>& operations) {
+    show("waiting for the rescan lock");
+    std::optional<LongWait> wait;
+    if (m_notice) {
+        wait.emplace(m_patience, [this, identifier] {
+            m_notice("waiting for the rescan lock, which " + holderOf(identifier) + " holds");
+        });
+    }
+    return ForwardingHost::operateSemaphore(identifier, operations);
+}
+
+// Called while the lock is waited for, from another thread.
+std::string WatchedHost::holderOf(int identifier) {
+    const int process = inner().semaphoreUser(identifier);
+    if (process <= 0) {
+        return "another process";
+    }
+    const std::string number = std::to_string(process);
+    std::string name = inner().readFile("/proc/" + number + "/comm").content;
+    name.erase(std::min(name.find('\n'), name.size()));
+    return "process " + number + (name.empty() ? "" : " (" + name + ")");
 }
 
 void WatchedHost::sleepSeconds(unsigned seconds) {

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
 #define SCSITOOL_CLI_HOSTS_WATCHED_HOST_H
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -32,6 +33,11 @@ class WatchedHost : public host::ForwardingHost {
   public:
     using Progress = std::function<void(const std::string& inHand)>;
 
+    /// Hears once of a wait for the rescan lock that is longer than the patience, on a thread of
+    /// its own. Must not throw.
+    using Notice = std::function<void(const std::string& message)>;
+    static constexpr std::chrono::milliseconds kPatience{3000};
+
     /// What is kept of the output of all commands together, in bytes of memory. The runner bounds
     /// what one command prints; a second copy of that is not kept here.
     static constexpr std::size_t kMostOutput = std::size_t{4} << 20;
@@ -39,6 +45,11 @@ class WatchedHost : public host::ForwardingHost {
     /// The inner host must outlive this one. `progress` may be empty.
     WatchedHost(host::Host& inner, Progress progress)
         : ForwardingHost(inner), m_progress(std::move(progress)) {}
+
+    void tellOfLongWaits(Notice notice, std::chrono::milliseconds patience = kPatience) {
+        m_notice = std::move(notice);
+        m_patience = patience;
+    }
 
     int openDevice(const std::string& path, host::OpenMode mode) override;
     host::AppendResult appendFile(const std::string& path, const std::string& text,
@@ -54,9 +65,13 @@ class WatchedHost : public host::ForwardingHost {
 
   private:
     void show(const std::string& inHand) const;
+    int waitForLock(int identifier, const std::vector<host::SemaphoreOperation>& operations);
+    std::string holderOf(int identifier);
     void keep(const std::string& command, const host::CommandResult& result);
 
     Progress m_progress;
+    Notice m_notice;
+    std::chrono::milliseconds m_patience = kPatience;
     std::vector<CommandEffect> m_commands;
     std::size_t m_outputLeft = kMostOutput;
     std::vector<AppendEffect> m_appends;

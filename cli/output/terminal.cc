@@ -35,7 +35,8 @@ Surroundings askSurroundings() {
     found.outIsTerminal = ::isatty(STDOUT_FILENO) == 1;
     found.errIsTerminal = ::isatty(STDERR_FILENO) == 1;
     found.width = terminalWidth();
-    found.colour = environment("NO_COLOR").empty() && environment("TERM") != "dumb";
+    found.isDumb = environment("TERM") == "dumb";
+    found.colour = environment("NO_COLOR").empty() && !found.isDumb;
     found.isRoot = ::geteuid() == 0;
     found.processId = ::getpid();
     return found;

@@ -11,6 +11,7 @@ struct Surroundings {
     bool errIsTerminal = false;
     std::size_t width = 80;  ///< columns of the terminal
     bool colour = false;     ///< colour is welcome on a terminal
+    bool isDumb = false;     ///< the terminal cannot take a line back
     bool isRoot = true;
     int processId = 1;
 };

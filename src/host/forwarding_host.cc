@@ -63,6 +63,10 @@ int ReadForwardingHost::operateSemaphore(int identifier,
     return m_inner.operateSemaphore(identifier, operations);
 }
 
+int ReadForwardingHost::semaphoreUser(int identifier) {
+    return m_inner.semaphoreUser(identifier);
+}
+
 std::string ReadForwardingHost::kernelRelease() {
     return m_inner.kernelRelease();
 }

@@ -82,6 +82,16 @@ int interruption() noexcept {
     return asked;
 }
 
+SignalsHeldBack::SignalsHeldBack() noexcept : m_former() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &m_former);
+}
+
+SignalsHeldBack::~SignalsHeldBack() {
+    ::pthread_sigmask(SIG_SETMASK, &m_former, nullptr);
+}
+
 void ignoreInterruption() noexcept {
     if (!handled) {
         return;

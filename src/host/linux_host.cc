@@ -117,6 +117,10 @@ int LinuxHost::operateSemaphore(int identifier, const std::vector<SemaphoreOpera
     return isRefused() ? kRefusal : machine::operateSemaphore(identifier, operations);
 }
 
+int LinuxHost::semaphoreUser(int identifier) {
+    return isRefused() ? kRefusal : machine::semaphoreUser(identifier);
+}
+
 std::string LinuxHost::kernelRelease() {
     return isRefused() ? std::string() : machine::kernelRelease();
 }

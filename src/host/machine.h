@@ -27,6 +27,7 @@ int deviceNumber(const std::string& path, DeviceNumber& number);
 int writeAccess(const std::string& path);
 int openSemaphore(int key, int count, int flags);
 int operateSemaphore(int identifier, const std::vector<SemaphoreOperation>& operations);
+int semaphoreUser(int identifier);
 std::string kernelRelease();
 int hostName(std::string& name);
 void sleepSeconds(unsigned seconds);

@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -39,6 +41,32 @@ bool isRegularFile(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+/// Remembers which descriptors are no regular files, so that a disk's commands cost no check each.
+/// What is not remembered is checked; a descriptor beyond the table always.
+class KnownDevices {
+  public:
+    void remember(int descriptor, bool isDevice) {
+        if (isInside(descriptor)) {
+            m_isDevice[static_cast<std::size_t>(descriptor)] = isDevice;
+        }
+    }
+    bool has(int descriptor) const {
+        return isInside(descriptor) && m_isDevice[static_cast<std::size_t>(descriptor)];
+    }
+
+  private:
+    static constexpr int kMost = 1024;
+
+    static bool isInside(int descriptor) { return descriptor >= 0 && descriptor < kMost; }
+
+    std::array<std::atomic<bool>, kMost> m_isDevice = {};
+};
+
+KnownDevices& knownDevices() {
+    static KnownDevices known;
+    return known;
+}
+
 template <class Argument>
 int control(int descriptor, unsigned long request, Argument argument) {
     int result = 0;
@@ -53,6 +81,7 @@ int control(int descriptor, unsigned long request, Argument argument) {
 int openDevice(const std::string& path, OpenMode mode) {
     Descriptor device(openRetrying(path, openFlags(mode)));
     if (!device.isOpen() || device.get() > STDERR_FILENO) {
+        knownDevices().remember(device.get(), device.isOpen() && !isRegularFile(device.get()));
         return device.release();
     }
     // A process that closed its standard descriptors gets them here. A device handle takes 0 for
@@ -61,6 +90,7 @@ int openDevice(const std::string& path, OpenMode mode) {
 }
 
 int closeDevice(int descriptor) {
+    knownDevices().remember(descriptor, false);
     return closeOnce(descriptor);
 }
 
@@ -71,7 +101,7 @@ int sendCommand(int descriptor, CommandBuffer& buffer) {
     }
     // The same number is FIBMAP to a regular file (which a copy to a device that was not there
     // leaves under /dev): it would answer 0 and hand back no response at all.
-    if (isRegularFile(descriptor)) {
+    if (!knownDevices().has(descriptor) && isRegularFile(descriptor)) {
         return -ENOTTY;
     }
     return control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());

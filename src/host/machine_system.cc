@@ -37,6 +37,10 @@ int operateSemaphore(int identifier, const std::vector<SemaphoreOperation>& oper
     return negatedErrno(result);
 }
 
+int semaphoreUser(int identifier) {
+    return negatedErrno(::semctl(identifier, 0, GETPID));
+}
+
 std::string kernelRelease() {
     utsname names;
     return ::uname(&names) == 0 ? names.release : "";

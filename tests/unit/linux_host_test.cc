@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
@@ -82,6 +83,37 @@ TEST(LinuxHost, ReadsAndAppendsToFilesOnly) {
     host::Host& linuxHost = machine;
     EXPECT_EQ(linuxHost.readFile("/dev/zero").openError, EINVAL);
     EXPECT_EQ(linuxHost.appendFile("/dev/null", "x").openError, EINVAL);
+}
+
+// SCSI_IOCTL_SEND_COMMAND has the number of FIBMAP, which answers 0 for a file.
+TEST(LinuxHost, ARegularFileTakesNoCommandUnderADevicesFormerDescriptorEither) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("plain", "content");
+    LinuxHost linuxHost;
+    host::CommandBuffer buffer = {};
+    const int device = linuxHost.openDevice("/dev/null", OpenMode::kReadOnly);
+    ASSERT_GE(device, 0);
+    EXPECT_EQ(linuxHost.sendCommand(device, buffer), -ENOTTY);
+    EXPECT_EQ(linuxHost.closeDevice(device), 0);
+    const host::Descriptor other(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(other.get(), device);
+    EXPECT_EQ(linuxHost.sendCommand(other.get(), buffer), -ENOTTY);
+    const int file = linuxHost.openDevice(path, OpenMode::kReadOnly);
+    EXPECT_EQ(linuxHost.sendCommand(file, buffer), -ENOTTY);
+    EXPECT_EQ(linuxHost.closeDevice(file), 0);
+    const host::Descriptor high(::fcntl(other.get(), F_DUPFD_CLOEXEC, 1024));
+    EXPECT_EQ(linuxHost.sendCommand(high.get(), buffer), -ENOTTY);
+}
+
+TEST(LinuxHost, TellsWhoChangedASemaphoreLast) {
+    LinuxHost linuxHost;
+    const int set = linuxHost.openSemaphore(IPC_PRIVATE, 1, 0600);
+    ASSERT_GE(set, 0);
+    EXPECT_EQ(linuxHost.semaphoreUser(set), 0);
+    EXPECT_EQ(linuxHost.operateSemaphore(set, {{1, true, true}}), 0);
+    EXPECT_EQ(linuxHost.semaphoreUser(set), ::getpid());
+    EXPECT_EQ(::semctl(set, 0, IPC_RMID), 0);
+    EXPECT_EQ(linuxHost.semaphoreUser(set), -EINVAL);
 }
 
 TEST(LinuxHost, PathWithANulIsInvalid) {
@@ -273,6 +305,7 @@ std::vector<std::string> answersOf(host::Host& machine, const std::string& file)
     expect("shell", machine.runShell(": > " + file + ".shell") == 126 << 8);
     expect("semget", machine.openSemaphore(IPC_PRIVATE, 1, 0600) == -EPERM);
     expect("semop", machine.operateSemaphore(0, {{0, false, true}}) == -EPERM);
+    expect("semctl", machine.semaphoreUser(0) == -EPERM);
     expect("release", machine.kernelRelease().empty());
     expect("name", machine.hostName(text) == -EPERM);
     const auto start = std::chrono::steady_clock::now();

@@ -173,8 +173,9 @@ class SCSITOOL_EXPORT Host {
 
     /// Runs a command without a shell: it is split at blanks, single and double quotes group, and
     /// no other character means anything. At `timeoutSeconds` it is killed with its whole process
-    /// group. A program without a '/' is looked up in /sbin, /bin, /usr/sbin and /usr/bin; one
-    /// that cannot be executed is missing. An effect on the host, unless the command is a read
+    /// group, and so it is when the asking process ends before it, however that ends, or the asking
+    /// thread does. A program without a '/' is looked up in /sbin, /bin, /usr/sbin and /usr/bin;
+    /// one that cannot be executed is missing. An effect on the host, unless the command is a read
     /// (/bin/ls, /sbin/pidof).
     virtual CommandResult runCommand(const std::string& command, int timeoutSeconds) = 0;
     /// Runs a line through /bin/sh, without a time limit, and gives its wait status as system(3)
@@ -186,6 +187,9 @@ class SCSITOOL_EXPORT Host {
     /// Executes operations atomically (semop) on a set that `openSemaphore` of this host opened.
     virtual int operateSemaphore(int identifier,
                                  const std::vector<SemaphoreOperation>& operations) = 0;
+    /// Tells which process changed a set last (semctl GETPID): while its lock is taken, the one
+    /// that holds it. 0 when that cannot be told, as of a process in another namespace.
+    virtual int semaphoreUser(int identifier) = 0;
 
     /// The kernel release as uname(2) tells it; empty when it cannot be told.
     virtual std::string kernelRelease() = 0;

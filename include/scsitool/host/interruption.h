@@ -1,6 +1,8 @@
 #ifndef SCSITOOL_HOST_INTERRUPTION_H
 #define SCSITOOL_HOST_INTERRUPTION_H
 
+#include <signal.h>
+
 #include "scsitool/host/export.h"
 
 /// How a program that uses the library ends early and leaves the host in order. A program that does
@@ -22,6 +24,19 @@ SCSITOOL_EXPORT void handleInterruptions();
 
 /// The signal that asks to end; 0 as long as there was none.
 SCSITOOL_EXPORT int interruption() noexcept;
+
+/// Lets the threads that are started meanwhile take no signal, so that one that asks to end reaches
+/// the thread that waits. The calling thread takes its signals again at the end.
+class SCSITOOL_EXPORT SignalsHeldBack {
+  public:
+    SignalsHeldBack() noexcept;
+    ~SignalsHeldBack();
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+  private:
+    sigset_t m_former;
+};
 
 /// The work is done and its result is to be written: from here on a first signal changes nothing
 /// any more. A second one still ends the process.

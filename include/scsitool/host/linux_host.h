@@ -34,6 +34,7 @@ class SCSITOOL_EXPORT LinuxHost : public Host {
     int openSemaphore(int key, int count, int flags) override;
     int operateSemaphore(int identifier,
                          const std::vector<SemaphoreOperation>& operations) override;
+    int semaphoreUser(int identifier) override;
     std::string kernelRelease() override;
     int hostName(std::string& name) override;
     void sleepSeconds(unsigned seconds) override;

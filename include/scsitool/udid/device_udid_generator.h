@@ -30,7 +30,8 @@ class SCSITOOL_EXPORT CUdidGenerator : public qzfi_pdk_4_4::CFiTraceable {
     /// Tells whether the record is of this generator's family: here, vendor and product without
     /// trailing blanks equal the keys. Upper and lower case differ.
     virtual bool claimDevice(CScsiDeviceData* device);
-    /// The UDID's prefix: here "UDID##", vendor key, "##", product key, "##", in upper case.
+    /// The UDID's prefix: here "UDID##", vendor key, "##", product key, "##", in upper case; the
+    /// device is not consulted.
     virtual std::string getUniqueDeviceIDPrefix(CScsiDeviceData* device);
     /// The UDID's body. Throws CUdidGeneratorException when the record lacks what it is made of.
     virtual std::string getUniqueDeviceID(CScsiDeviceData* device) = 0;

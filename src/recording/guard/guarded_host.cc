@@ -149,6 +149,10 @@ int GuardedHost::operateSemaphore(int identifier,
     return m_inner.operateSemaphore(identifier, operations);
 }
 
+int GuardedHost::semaphoreUser(int identifier) {
+    return m_inner.semaphoreUser(identifier);
+}
+
 std::string GuardedHost::kernelRelease() {
     return m_inner.kernelRelease();
 }

@@ -326,6 +326,10 @@ int RecordedHost::operateSemaphore(int identifier,
     return m_semaphores.operate(identifier, operations);
 }
 
+int RecordedHost::semaphoreUser(int /*identifier*/) {
+    return 0;  // its semaphores are this process's own
+}
+
 std::string RecordedHost::kernelRelease() {
     return m_kernelRelease;
 }
