@@ -87,6 +87,33 @@ struct Pruned {
     std::size_t openDescriptors = 0;
 };
 
+// What a recording says of a path without a device, and of a logical unit that was withdrawn.
+TEST(CliPrune, TakesTheHostByteAndTheSenseDataOfARecordingForItsWord) {
+    RecordedHostData data = idleMachine();
+    recording::RecordedPage noConnect;
+    noConnect.hostStatus = 1;
+    recording::RecordedPage notSupported;
+    notSupported.status = 2;
+    notSupported.sense = {0x70, 0, 5, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0};
+    data.devices["/dev/sdb"].standardInquiry = noConnect;
+    data.devices["/dev/sdc"].standardInquiry = notSupported;
+    // A time-out is no proof.
+    data.devices["/dev/sdd"].standardInquiry = noConnect;
+    data.devices["/dev/sdd"].standardInquiry->hostStatus = 3;
+    const Pruned run(data, {"--json"});
+    const auto document = run.result.json();
+    std::map<std::string, std::string> reasons;
+    for (const auto& disk : document["prune"]["devices"]) {
+        reasons[disk["device"]] = disk["reason"];
+    }
+    const std::map<std::string, std::string> expected = {
+        {"/dev/sdb",
+         "no device behind its node: no device answers at its address (the kernel's host status "
+         "1)"},
+        {"/dev/sdc", "no such logical unit: INQUIRY ended with LOGICAL UNIT NOT SUPPORTED"}};
+    EXPECT_EQ(reasons, expected) << run.result.out;
+}
+
 TEST(CliPrune, WhereNothingIsGoneNothingIsDone) {
     const Pruned pruned(idleMachine());
     EXPECT_EQ(pruned.result.status, 0) << pruned.result.err;

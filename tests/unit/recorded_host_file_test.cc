@@ -295,8 +295,14 @@ TEST(RecordedHostFile, RefusesMembersThatItDoesNotKnow) {
         {R"("files":{"/f":{}})",
          "host.json: /files/~1f: expected the member hex, found an object without it"},
         {R"("devices":{"/d":{"inquiry":{"80":{}}}})",
-         "host.json: /devices/~1d/inquiry/80: expected the member errno, found an object without "
-         "it"},
+         "host.json: /devices/~1d/inquiry/80: expected errno, or one of data, status, sense and "
+         "host_status, found an object without them"},
+        {R"("devices":{"/d":{"sg_io":{"00":{"status":2,"key":5}}}})",
+         "host.json: /devices/~1d/sg_io/00/key: expected one of the members data, status, sense, "
+         "host_status, comment, found \"key\""},
+        {R"("devices":{"/d":{"sg_io":{"00":{"status":2,"errno":5}}}})",
+         "host.json: /devices/~1d/sg_io/00/status: expected one of the members errno, found "
+         "\"status\""},
     });
 }
 
@@ -363,10 +369,14 @@ TEST(RecordedHostFile, RefusesAWrongTypeDeepInside) {
         {R"("devices":{"/d":{"inquiry":[]}})",
          "host.json: /devices/~1d/inquiry: expected an object, found an array"},
         {R"("devices":{"/dev/sda":{"inquiry":{"83":131}}})",
-         "host.json: /devices/~1dev~1sda/inquiry/83: expected a string of hexadecimal digits or "
-         "{\"errno\": N}, found 131"},
+         "host.json: /devices/~1dev~1sda/inquiry/83: expected a string of hexadecimal digits, "
+         "{\"errno\": N} or {\"data\": \"...\", \"status\": N, \"sense\": \"...\", "
+         "\"host_status\": N}, found 131"},
         {R"("devices":{"/d":{"sg_io":{"c0":null}}})",
-         "host.json: /devices/~1d/sg_io/c0: expected a string of hexadecimal digits, found null"},
+         "host.json: /devices/~1d/sg_io/c0: expected a string of hexadecimal digits, {\"errno\": "
+         "N} "
+         "or {\"data\": \"...\", \"status\": N, \"sense\": \"...\", \"host_status\": N}, found "
+         "null"},
         {R"("commands":{})",
          "host.json: /commands: expected an array of commands, found an object"},
         {R"("commands":["a"])", "host.json: /commands/0: expected an object, found \"a\""},
@@ -415,6 +425,46 @@ TEST(RecordedHostFile, RefusesPageCodesOfAnotherForm) {
                       ": expected std or a page code of two lower-case hexadecimal digits, found "
                       "\"" +
                       code + "\"");
+    }
+}
+
+TEST(RecordedHostFile, ReadsWhatARequestEndedIn) {
+    const recording::RecordedDevice device =
+        parse(R"("devices":{"/d":{"inquiry":{"std":{"host_status":1},
+            "83":{"status":2,"sense":"70000500","data":"0083"}},
+            "sg_io":{"00":{"status":8},"c0":{"errno":5},"12":{"data":"01"}}}})")
+            .devices.at("/d");
+    EXPECT_EQ(device.standardInquiry->hostStatus, 1U);
+    EXPECT_FALSE(device.standardInquiry->isAnswer());
+    const recording::RecordedPage& page = device.pages.at(0x83);
+    EXPECT_EQ(page.status, 2U);
+    EXPECT_EQ(page.sense, (Bytes{0x70, 0, 5, 0}));
+    EXPECT_EQ(page.bytes, (Bytes{0, 0x83}));
+    EXPECT_EQ(device.sgIo.at({0}).status, 8U);
+    EXPECT_EQ(device.sgIo.at({0xC0}).error, EIO);
+    EXPECT_TRUE(device.sgIo.at({0x12}).isAnswer());
+}
+
+TEST(RecordedHostFile, BoundsSenseDataAndTheNumbersOfAResponse) {
+    const auto withSense = [](std::size_t bytes) {
+        return withMembers(R"("devices":{"/d":{"sg_io":{"00":{"sense":")" +
+                           std::string(2 * bytes, '0') + "\"}}}}");
+    };
+    EXPECT_EQ(refusalOf(withSense(255)), "accepted");
+    EXPECT_EQ(refusalOf(withSense(256)),
+              "host.json: /devices/~1d/sg_io/00/sense: expected at most 255 bytes, found 256");
+    for (const auto& [member, most] :
+         std::vector<std::pair<std::string, int>>{{"status", 255}, {"host_status", 65535}}) {
+        const auto withNumber = [&name = member](int number) {
+            return withMembers(R"("devices":{"/d":{"sg_io":{"00":{")" + name +
+                               "\":" + std::to_string(number) + "}}}}");
+        };
+        EXPECT_EQ(refusalOf(withNumber(0)), "accepted");
+        EXPECT_EQ(refusalOf(withNumber(most)), "accepted");
+        EXPECT_EQ(refusalOf(withNumber(most + 1)), "host.json: /devices/~1d/sg_io/00/" + member +
+                                                       ": expected a whole number from 0 to " +
+                                                       std::to_string(most) + ", found " +
+                                                       std::to_string(most + 1));
     }
 }
 

@@ -630,6 +630,71 @@ TEST_F(RecordedHostTest, AnswersAnSgIoRequestByItsCommandBlock) {
     EXPECT_EQ(request.data, (Bytes{1, 2}));
 }
 
+TEST_F(RecordedHostTest, EndsAnSgIoRequestAsItIsRecorded) {
+    recording::RecordedPage& answer = data.devices["/dev/sda"].sgIo[Bytes(6, 0)];
+    answer.bytes = {1};
+    answer.status = 2;
+    answer.sense = {0x70, 0, 5, 0x25};
+    answer.hostStatus = 1;
+    data.devices["/dev/sda"].sgIo[{0xC0}].error = EBUSY;
+    SgIoRequest request;
+    request.cdb.assign(6, 0);
+    request.data.assign(2, kPoison);
+    request.sense.assign(3, kPoison);
+    const int descriptor = open("/dev/sda");
+    EXPECT_EQ(host().sgIo(descriptor, request), 0);
+    EXPECT_EQ(request.status, 2);
+    EXPECT_EQ(request.hostStatus, 1);
+    EXPECT_EQ(request.data, (Bytes{1, 0}));
+    EXPECT_EQ(request.sense, (Bytes{0x70, 0, 5}));
+    request.cdb = {0xC0};
+    EXPECT_EQ(host().sgIo(descriptor, request), -EBUSY);
+}
+
+TEST_F(RecordedHostTest, LeavesSenseDataInPlaceOfAResponse) {
+    data.devices["/dev/sda"] = diskWithPages();
+    recording::RecordedPage& page = data.devices["/dev/sda"].pages[0x83];
+    page.bytes = {9};
+    page.status = 2;
+    page.sense.assign(20, 0x77);
+    CommandBuffer buffer = inquiryCommand(true, 0x83);
+    EXPECT_EQ(host().sendCommand(open("/dev/sda"), buffer), 2);
+    Bytes expected(16, 0x77);
+    expected.resize(480);
+    EXPECT_EQ(responseOf(buffer, 480), expected);
+    EXPECT_EQ(journal.lines(), Lines{});
+}
+
+TEST_F(RecordedHostTest, HandsZerosOverForACommandThatDidNotReachTheDisk) {
+    data.devices["/dev/sda"].standardInquiry.emplace().hostStatus = 1;
+    CommandBuffer buffer = inquiryCommand(false, 0);
+    const int descriptor = open("/dev/sda");
+    EXPECT_EQ(host().sendCommand(descriptor, buffer), 0);
+    EXPECT_EQ(responseOf(buffer, 480), Bytes(480, 0));
+    SgIoRequest request;
+    request.cdb = {0x12, 0, 0, 0, 36, 0};
+    EXPECT_EQ(host().sgIo(descriptor, request), 0);
+    EXPECT_EQ(request.hostStatus, 1);
+}
+
+TEST_F(RecordedHostTest, AnswersInquiryThroughSgIoFromItsPages) {
+    data.devices["/dev/sda"].pages[0x80] = Bytes{0, 0x80, 0, 4, 'A', 'B', 'C', 'D'};
+    data.devices["/dev/sda"].pages[0x83].error = ETIMEDOUT;
+    SgIoRequest request;
+    request.cdb = {0x12, 1, 0x80, 0, 6, 0};
+    request.data.assign(8, kPoison);
+    const int descriptor = open("/dev/sda");
+    EXPECT_EQ(host().sgIo(descriptor, request), 0);
+    EXPECT_EQ(request.data, (Bytes{0, 0x80, 0, 4, 'A', 'B', 0, 0}));
+    request.cdb[2] = 0x83;
+    EXPECT_EQ(host().sgIo(descriptor, request), -ETIMEDOUT);
+    request.cdb[2] = 0xC0;
+    EXPECT_EQ(host().sgIo(descriptor, request), -ENOTTY);
+    // A page code without EVPD asks for no page.
+    request.cdb = {0x12, 0, 0x80, 0, 6, 0};
+    EXPECT_EQ(host().sgIo(descriptor, request), -ENOTTY);
+}
+
 TEST_F(RecordedHostTest, FailsWithEnottyForWhatADeviceHasNoEntryFor) {
     data.devices["/dev/sda"] = diskWithPages();
     const int descriptor = open("/dev/sda");

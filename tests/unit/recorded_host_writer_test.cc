@@ -36,6 +36,12 @@ RecordedHostData everything() {
     disk.pages[0x83].error = 5;
     disk.sgIo[{0xC0, 0}] = {1, 2};
     disk.sgIo[{0x12}] = {};
+    disk.sgIo[{0x13}].error = 5;
+    disk.sgIo[{0x14}].hostStatus = 1;
+    recording::RecordedPage& failed = disk.pages[0x80];
+    failed.bytes = {7};
+    failed.status = 2;
+    failed.sense = {0x70, 0, 5};
     disk.idLun = 0x02010005;
     disk.sizeBytes = ~std::uint64_t{0};
     disk.number = {host::DeviceNumber::Kind::kBlock, 8, 16};

@@ -132,12 +132,69 @@ TEST(RecordingHost, KeepsAFailureUntilThereIsAnAnswer) {
     EXPECT_EQ(recorder.data().devices.at("/dev/sda").pages.at(0x83).error, 0);
 }
 
-TEST(RecordingHost, RecordsASCSIStatusAsEio) {
-    Scripted inner(oneDisk({0, 0x83, 0, 0}));
+TEST(RecordingHost, RecordsAStatusWithItsSenseData) {
+    RecordedHostData data = oneDisk({});
+    recording::RecordedPage& page = data.devices["/dev/sda"].pages[0x83];
+    page.status = 2;
+    page.sense = {0x70, 0, 5, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0, 0, 0, 0, 0};
+    Scripted inner(data);
     RecordingHost recorder(inner);
-    inner.commandResult = 2;
     ask(recorder, "/dev/sda", 0x83, true);
-    EXPECT_EQ(recorder.data().devices.at("/dev/sda").pages.at(0x83).error, EIO);
+    const recording::RecordedPage found = recorder.data().devices.at("/dev/sda").pages.at(0x83);
+    EXPECT_EQ(found.status, 2);
+    EXPECT_EQ(found.sense, (Bytes{0x70, 0, 5, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25}));
+    EXPECT_EQ(found.error, 0);
+}
+
+/// What is recorded of SG_IO requests that ended like this, one after the other.
+recording::RecordedPage sgIoAfter(const std::vector<recording::RecordedPage>& answers) {
+    class Answering : public host::ForwardingHost {
+      public:
+        using ForwardingHost::ForwardingHost;
+        recording::RecordedPage next;
+        int sgIo(int /*descriptor*/, host::SgIoRequest& request) override {
+            std::copy(next.bytes.begin(), next.bytes.end(), request.data.begin());
+            std::copy(next.sense.begin(), next.sense.end(), request.sense.begin());
+            request.status = next.status;
+            request.hostStatus = next.hostStatus;
+            return -next.error;
+        }
+    };
+    Scripted disk(oneDisk({}));
+    Answering inner(disk);
+    RecordingHost recorder(inner);
+    const int descriptor = recorder.openDevice("/dev/sda", OpenMode::kReadOnly);
+    for (const recording::RecordedPage& answer : answers) {
+        inner.next = answer;
+        host::SgIoRequest request;
+        request.cdb.assign(6, 0);
+        request.data.resize(8);
+        request.sense.resize(32);
+        recorder.sgIo(descriptor, request);
+    }
+    const auto recorded = recorder.data().devices.at("/dev/sda").sgIo;
+    return recorded.empty() ? recording::RecordedPage(Bytes{0xEE}) : recorded.at(Bytes(6, 0));
+}
+
+TEST(RecordingHost, RecordsWhatAnSgIoRequestEndedIn) {
+    recording::RecordedPage gone;
+    gone.hostStatus = 1;
+    recording::RecordedPage refused;
+    refused.status = 2;
+    refused.sense = {0x72, 5, 0x25};
+    recording::RecordedPage silent;
+    silent.error = ETIMEDOUT;
+    recording::RecordedPage none;
+    none.error = ENOTTY;
+    const recording::RecordedPage good(Bytes{1, 2});
+    const recording::RecordedPage longer(Bytes{1, 2, 3});
+    EXPECT_EQ(sgIoAfter({gone}), gone);
+    EXPECT_EQ(sgIoAfter({refused}), refused);
+    EXPECT_EQ(sgIoAfter({silent}), silent);
+    EXPECT_EQ(sgIoAfter({none}), recording::RecordedPage(Bytes{0xEE}));
+    EXPECT_EQ(sgIoAfter({silent, gone, good, refused}), good);
+    EXPECT_EQ(sgIoAfter({good, longer, good}), longer);
+    EXPECT_EQ(sgIoAfter({gone, refused}), gone);
 }
 
 TEST(RecordingHost, RecordsANodeWithoutCommandsWithoutPages) {

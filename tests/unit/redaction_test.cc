@@ -271,6 +271,22 @@ TEST(PageRedaction, NeverReadsBeyondABrokenPage) {
     }
 }
 
+TEST(PageRedaction, TakesAnInquiryForOneWhateverAskedForIt) {
+    SecretTable table(kKey);
+    recording::RecordedPage serial(Bytes{0, 0x80, 0, 8, 'S', 'E', 'R', '1', '2', '3', '4', '5'});
+    serial.sense = {0x70, 0, 5, 0, 0, 0,   0,   18,  0,   0,   0,   0,   0x25,
+                    0,    0, 0, 0, 0, 'S', 'E', 'R', '1', '2', '3', '4', '5'};
+    const Bytes block = {0x12, 1, 0x80, 0, 255, 0};
+    recording::collectAnswer(block, serial, table);
+    table.settle();
+    recording::RecordedPage other = serial;
+    recording::redactAnswer(block, other, table);
+    EXPECT_EQ(textOf(other.bytes).substr(4), table.wholly("SER12345"));
+    EXPECT_EQ(textOf(other.sense).substr(18), table.wholly("SER12345"));
+    EXPECT_TRUE(std::equal(other.sense.begin(), other.sense.begin() + 18, serial.sense.begin()));
+    EXPECT_TRUE(std::equal(other.bytes.begin(), other.bytes.begin() + 4, serial.bytes.begin()));
+}
+
 TEST(MountTable, KeepsTheMountsOfDevices) {
     SecretTable table(kKey);
     const std::string mounts =

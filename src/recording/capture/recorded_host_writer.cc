@@ -45,7 +45,26 @@ Json namesJson(const std::vector<std::string>& names) {
 }
 
 Json pageJson(const RecordedPage& page) {
-    return page.error != 0 ? errnoObject(page.error) : Json(toHex(page.bytes));
+    if (page.error != 0) {
+        return errnoObject(page.error);
+    }
+    if (page.isAnswer()) {
+        return toHex(page.bytes);
+    }
+    Json json = Json::object();
+    if (!page.bytes.empty()) {
+        json["data"] = toHex(page.bytes);
+    }
+    if (page.status != 0) {
+        json["status"] = page.status;
+    }
+    if (!page.sense.empty()) {
+        json["sense"] = toHex(page.sense);
+    }
+    if (page.hostStatus != 0) {
+        json["host_status"] = page.hostStatus;
+    }
+    return json;
 }
 
 std::string numberText(const host::DeviceNumber& number) {
@@ -97,8 +116,8 @@ Json deviceJson(const RecordedDevice& device) {
     if (device.standardInquiry || !device.pages.empty()) {
         json["inquiry"] = inquiryJson(device);
     }
-    for (const auto& [block, data] : device.sgIo) {
-        json["sg_io"][toHex(block)] = toHex(data);
+    for (const auto& [block, answer] : device.sgIo) {
+        json["sg_io"][toHex(block)] = pageJson(answer);
     }
     return json;
 }

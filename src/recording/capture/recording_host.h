@@ -29,8 +29,9 @@ struct RecordingLimits {
 ///
 /// A device, file, directory or link has one answer in a recording. It is the first that is no
 /// failure: a disk tells a unit attention once, and the answer behind it is what the disk says. A
-/// command has all its answers, in order. Of an INQUIRY response the longest is kept. A page that
-/// ended with a SCSI status (there is no data then) is recorded as EIO.
+/// command has all its answers, in order. Of an INQUIRY response the longest is kept. A request
+/// that the device ended with another status than GOOD is a failure, with its sense data; so is one
+/// that the host adapter could not deliver.
 ///
 /// What only exists is asked for once more, whether it is a directory, and a directory is listed:
 /// a recording knows a path by what it is.

@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t kHeader = 8;  // of the command buffer
 constexpr std::uint8_t kInquiry = 0x12;
 constexpr std::uint8_t kEvpd = 0x01;
+constexpr std::size_t kSenseOfCommand = 16;  // the kernel's OMAX_SB_LEN, in place of a response
 
 /// An INQUIRY command as it stands in a buffer.
 struct InquiryRequest {
@@ -40,6 +41,13 @@ Bytes responseIn(const host::CommandBuffer& buffer, const InquiryRequest& reques
         }
     }
     return {response, response + length};
+}
+
+// An answer takes the place of a failure, and a longer one that of a shorter.
+void keepBetter(RecordedPage& known, const RecordedPage& answer) {
+    if (answer.isAnswer() && (!known.isAnswer() || known.bytes.size() < answer.bytes.size())) {
+        known = answer;
+    }
 }
 
 void dropLastZeros(Bytes& bytes) {
@@ -104,8 +112,12 @@ int RecordingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     RecordedPage answer;
     if (result == 0) {
         answer.bytes = responseIn(buffer, request);
+    } else if (result < 0) {
+        answer.error = -result;
     } else {
-        answer.error = result < 0 ? -result : EIO;
+        answer.status = static_cast<std::uint8_t>(result);
+        answer.sense.assign(buffer.begin() + kHeader, buffer.begin() + kHeader + kSenseOfCommand);
+        dropLastZeros(answer.sense);
     }
     notePage(*node, request.evpd, request.page, answer);
     return result;
@@ -113,18 +125,12 @@ int RecordingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
 
 void RecordingHost::notePage(Node& node, bool evpd, std::uint8_t code, const RecordedPage& answer) {
     RecordedDevice& device = node.device;
-    bool isNew = false;
     if (evpd) {
-        isNew = device.pages.emplace(code, answer).second;
+        keepBetter(device.pages.emplace(code, answer).first->second, answer);
     } else if (!device.standardInquiry) {
         device.standardInquiry = answer;
-        isNew = true;
-    }
-    RecordedPage& known = evpd ? device.pages[code] : *device.standardInquiry;
-    const bool isBetter =
-        answer.error == 0 && (known.error != 0 || known.bytes.size() < answer.bytes.size());
-    if (!isNew && isBetter) {
-        known = answer;
+    } else {
+        keepBetter(*device.standardInquiry, answer);
     }
 }
 
@@ -148,20 +154,30 @@ int RecordingHost::sgIo(int descriptor, host::SgIoRequest& request) {
     const int result = ForwardingHost::sgIo(descriptor, request);
     const std::lock_guard<std::mutex> lock(m_mutex);
     Node* const node = nodeOf(descriptor);
-    if (node == nullptr || result < 0) {
+    // What the node takes no request for has no entry, and a request that is wrong is no answer.
+    if (node == nullptr || result == -ENOTTY || result == -EINVAL || result == -EBADF) {
         return result;
     }
-    Bytes data(request.data.begin(), request.data.end());
-    dropLastZeros(data);
-    if (data.size() > m_limits.response) {
-        data.resize(m_limits.response);
+    RecordedPage answer;
+    if (result < 0) {
+        answer.error = -result;
+    } else {
+        answer.bytes = request.data;
+        answer.status = request.status;
+        answer.sense = request.sense;
+        answer.hostStatus = request.hostStatus;
+        dropLastZeros(answer.bytes);
+        dropLastZeros(answer.sense);
+    }
+    if (answer.isAnswer()) {
+        answer.sense.clear();
+    }
+    if (answer.bytes.size() > m_limits.response) {
+        answer.bytes.resize(m_limits.response);
         remark(m_descriptors[descriptor] + ": an SG_IO response of more than " +
                std::to_string(m_limits.response) + " bytes is recorded up to there");
     }
-    Bytes& known = node->device.sgIo[request.cdb];
-    if (known.size() < data.size()) {
-        known = std::move(data);
-    }
+    keepBetter(node->device.sgIo.emplace(request.cdb, answer).first->second, answer);
     return result;
 }
 

@@ -130,12 +130,14 @@ class Collector {
     void collectDevice(const RecordedDevice& device) {
         if (device.standardInquiry) {
             collectPage({}, device.standardInquiry->bytes, m_table);
+            collectSense(device.standardInquiry->sense, m_table);
         }
         for (const auto& [code, page] : device.pages) {
             collectPage(code, page.bytes, m_table);
+            collectSense(page.sense, m_table);
         }
-        for (const auto& [block, data] : device.sgIo) {
-            collectRegion(data, m_table);
+        for (const auto& [block, answer] : device.sgIo) {
+            collectAnswer(block, answer, m_table);
         }
     }
 

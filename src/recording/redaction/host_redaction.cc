@@ -72,12 +72,14 @@ class Redactor {
     RecordedDevice redactDevice(RecordedDevice device) const {
         if (device.standardInquiry) {
             redactPage({}, device.standardInquiry->bytes, m_table);
+            redactSense(device.standardInquiry->sense, m_table);
         }
         for (auto& [code, page] : device.pages) {
             redactPage(code, page.bytes, m_table);
+            redactSense(page.sense, m_table);
         }
-        for (auto& [block, data] : device.sgIo) {
-            redactRegion(data, m_table);
+        for (auto& [block, answer] : device.sgIo) {
+            redactAnswer(block, answer, m_table);
         }
         return device;
     }
@@ -129,15 +131,19 @@ class Search {
         }
     }
     void in(const Bytes& bytes) const { in(std::string(bytes.begin(), bytes.end())); }
+    void in(const RecordedPage& answer) const {
+        in(answer.bytes);
+        in(answer.sense);
+    }
     void inDevice(const RecordedDevice& device) const {
         if (device.standardInquiry) {
-            in(device.standardInquiry->bytes);
+            in(*device.standardInquiry);
         }
         for (const auto& [code, page] : device.pages) {
-            in(page.bytes);
+            in(page);
         }
-        for (const auto& [block, data] : device.sgIo) {
-            in(data);
+        for (const auto& [block, answer] : device.sgIo) {
+            in(answer);
         }
     }
 

@@ -106,6 +106,25 @@ std::string redactedText(const std::string& field, const SecretTable& table) {
     return result;
 }
 
+// The page that an INQUIRY asks for; nothing for other commands.
+bool isInquiry(const Bytes& block, PageCode& code) {
+    constexpr std::uint8_t kInquiry = 0x12;
+    constexpr std::size_t kLength = 6;
+    if (block.size() != kLength || block[0] != kInquiry) {
+        return false;
+    }
+    code = (block[1] & 1U) != 0 ? PageCode(block[2]) : PageCode();
+    return true;
+}
+
+// Fixed format has 18 bytes of fields, descriptor format a header of 8.
+std::size_t namelessSense(const Bytes& sense) {
+    constexpr std::size_t kFixed = 18;
+    constexpr std::size_t kDescriptors = 8;
+    const bool hasDescriptors = !sense.empty() && (sense[0] & 0x7FU) >= 0x72;
+    return std::min(sense.size(), hasDescriptors ? kDescriptors : kFixed);
+}
+
 }  // namespace
 
 void learnProduct(const Bytes& inquiry, SecretTable& table) {
@@ -183,6 +202,38 @@ void redactPage(PageCode code, Bytes& bytes, const SecretTable& table) {
         }
         std::copy(here.begin(), here.end(), bytes.begin() + static_cast<long>(field.offset));
     }
+}
+
+void collectAnswer(const Bytes& block, const RecordedPage& answer, SecretTable& table) {
+    PageCode code;
+    if (isInquiry(block, code)) {
+        collectPage(code, answer.bytes, table);
+    } else {
+        collectRegion(answer.bytes, table);
+    }
+    collectSense(answer.sense, table);
+}
+
+void redactAnswer(const Bytes& block, RecordedPage& answer, const SecretTable& table) {
+    PageCode code;
+    if (isInquiry(block, code)) {
+        redactPage(code, answer.bytes, table);
+    } else {
+        redactRegion(answer.bytes, table);
+    }
+    redactSense(answer.sense, table);
+}
+
+void collectSense(const Bytes& sense, SecretTable& table) {
+    const auto fields = static_cast<std::ptrdiff_t>(namelessSense(sense));
+    collectRegion({sense.begin() + fields, sense.end()}, table);
+}
+
+void redactSense(Bytes& sense, const SecretTable& table) {
+    const auto fields = static_cast<std::ptrdiff_t>(namelessSense(sense));
+    Bytes rest(sense.begin() + fields, sense.end());
+    redactRegion(rest, table);
+    std::copy(rest.begin(), rest.end(), sense.begin() + fields);
 }
 
 }  // namespace recording

@@ -26,6 +26,14 @@ void redactPage(PageCode code, Bytes& bytes, const SecretTable& table);
 void collectRegion(const Bytes& bytes, SecretTable& table);
 void redactRegion(Bytes& bytes, const SecretTable& table);
 
+/// The same for what came of an SG_IO request: an INQUIRY response is one, whatever asked for it.
+void collectAnswer(const Bytes& block, const RecordedPage& answer, SecretTable& table);
+void redactAnswer(const Bytes& block, RecordedPage& answer, const SecretTable& table);
+
+/// The same for sense data, of which only what stands behind SPC's own fields may name anything.
+void collectSense(const Bytes& sense, SecretTable& table);
+void redactSense(Bytes& sense, const SecretTable& table);
+
 }  // namespace recording
 
 #endif

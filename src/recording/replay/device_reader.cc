@@ -11,14 +11,49 @@
 namespace recording {
 namespace {
 
+constexpr std::size_t kLongestSense = 255;
+
+// A request that the device ended otherwise than with GOOD, or that did not reach it.
+RecordedPage readResponse(const JsonNode& node) {
+    RecordedPage page;
+    bool isThere = false;
+    node.forEachMember([&](const JsonNode& member) {
+        if (member.step() == "data") {
+            page.bytes = readHex(member);
+        } else if (member.step() == "status") {
+            page.status = static_cast<std::uint8_t>(readNumber(member, 0, 255));
+        } else if (member.step() == "sense") {
+            page.sense = readHex(member);
+            if (page.sense.size() > kLongestSense) {
+                member.refuse("at most " + std::to_string(kLongestSense) + " bytes",
+                              std::to_string(page.sense.size()));
+            }
+        } else if (member.step() == "host_status") {
+            page.hostStatus = static_cast<std::uint16_t>(readNumber(member, 0, 65535));
+        } else {
+            refuseMember(member, "data, status, sense, host_status, comment");
+        }
+        isThere = true;
+    });
+    if (!isThere) {
+        node.refuse("errno, or one of data, status, sense and host_status",
+                    "an object without them");
+    }
+    return page;
+}
+
 RecordedPage readPage(const JsonNode& node) {
     RecordedPage page;
-    if (node.value().is_object()) {
+    if (node.value().is_object() && node.value().contains("errno")) {
         page.error = readOnlyErrno(node);
+    } else if (node.value().is_object()) {
+        page = readResponse(node);
     } else if (node.value().is_string()) {
         page.bytes = readHex(node);
     } else {
-        node.refuse("a string of hexadecimal digits or {\"errno\": N}");
+        node.refuse(
+            "a string of hexadecimal digits, {\"errno\": N} or {\"data\": \"...\", \"status\": N, "
+            "\"sense\": \"...\", \"host_status\": N}");
     }
     return page;
 }
@@ -47,7 +82,7 @@ void readSgIo(const JsonNode& node, RecordedDevice& device) {
         if (block.empty()) {
             member.refuse("a command block in hexadecimal as the member's name", "nothing");
         }
-        if (!device.sgIo.emplace(block, readHex(member)).second) {
+        if (!device.sgIo.emplace(block, readPage(member)).second) {
             member.refuse("each command block once", "it again in other letters");
         }
     });

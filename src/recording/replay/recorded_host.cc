@@ -3,38 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <utility>
-
-#include "recording/text/hex.h"
-#include "scsitool/host/request_limits.h"
 
 namespace recording {
 namespace {
 
 // Above every limit on open files, so that a recorded descriptor is never one of the machine's.
 constexpr int kFirstDescriptor = 0x40000000;
-
-constexpr std::size_t kCommandHeader = 8;
-constexpr std::uint8_t kInquiry = 0x12;
-constexpr std::uint8_t kEvpd = 0x01;
 constexpr int kMissingProgram = 127;
-
-// Page 0x00: the codes stand from byte 4 on, their number in bytes 2-3; no more than are stored.
-bool listsPage(const RecordedDevice& device, std::uint8_t code) {
-    const auto list = device.pages.find(0x00);
-    if (list == device.pages.end() || list->second.bytes.size() < 4) {
-        return false;
-    }
-    const Bytes& bytes = list->second.bytes;
-    const std::size_t end = std::min<std::size_t>(bytes.size(), 4U + bytes[2] * 256U + bytes[3]);
-    for (std::size_t index = 4; index < end; ++index) {
-        if (bytes[index] == code) {
-            return true;
-        }
-    }
-    return false;
-}
 
 // What stands against an open because of rights; other errors are the device's own.
 bool isMissingRight(int error) {
@@ -115,105 +91,6 @@ const RecordedTree::Node* RecordedHost::nodeOf(int descriptor) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_descriptors.find(descriptor);
     return found == m_descriptors.end() ? nullptr : found->second.node;
-}
-
-const RecordedPage* RecordedHost::findPage(const RecordedTree::Node& node, bool evpd,
-                                           std::uint8_t code, int& error) {
-    const RecordedDevice& device = node.device;
-    if (!device.standardInquiry && device.pages.empty()) {
-        error = -ENOTTY;  // a node that takes no SCSI command
-        return nullptr;
-    }
-    const RecordedPage* page = nullptr;
-    bool isGap = false;
-    if (evpd) {
-        const auto found = device.pages.find(code);
-        page = found == device.pages.end() ? nullptr : &found->second;
-        isGap = listsPage(device, code);
-    } else if (code == 0) {
-        page = device.standardInquiry ? &*device.standardInquiry : nullptr;
-        isGap = true;  // every device server answers it
-    }
-    if (page == nullptr && isGap) {
-        m_journal.addUnanswered("page " + (evpd ? toHex(&code, 1) : "std") + " of " + node.path);
-    }
-    error = page == nullptr ? -EIO : -page->error;
-    return error == 0 ? page : nullptr;
-}
-
-int RecordedHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const RecordedTree::Node* const node = nodeOf(descriptor);
-    if (node == nullptr) {
-        return -EBADF;
-    }
-    const int refused = host::checkRequest(buffer);
-    if (refused != 0) {
-        return refused;
-    }
-    std::uint32_t outputLength = 0;
-    std::memcpy(&outputLength, buffer.data() + sizeof outputLength, sizeof outputLength);
-    const std::uint8_t* const block = buffer.data() + kCommandHeader;
-    if (block[0] != kInquiry) {
-        return -ENOTTY;
-    }
-    const std::size_t allocationLength = block[3] * 256U + block[4];
-    int error = 0;
-    const RecordedPage* const page = findPage(*node, (block[1] & kEvpd) != 0, block[2], error);
-    if (page == nullptr) {
-        return error;
-    }
-    const std::size_t transferred =
-        std::min({page->bytes.size(), allocationLength, std::size_t{outputLength}});
-    const auto response = buffer.begin() + kCommandHeader;
-    std::fill_n(response, outputLength, std::uint8_t{0});
-    std::copy_n(page->bytes.begin(), transferred, response);
-    return 0;
-}
-
-int RecordedHost::addressWords(int descriptor, host::AddressWords& words) {
-    const RecordedTree::Node* const node = nodeOf(descriptor);
-    if (node == nullptr) {
-        return -EBADF;
-    }
-    if (!node->device.idLun) {
-        return node->device.idLunError != 0 ? -node->device.idLunError : -ENOTTY;
-    }
-    words = {*node->device.idLun, 0};
-    return 0;
-}
-
-int RecordedHost::sgIo(int descriptor, host::SgIoRequest& request) {
-    const RecordedTree::Node* const node = nodeOf(descriptor);
-    if (node == nullptr) {
-        return -EBADF;
-    }
-    const int refused = host::checkRequest(request);
-    if (refused != 0) {
-        return refused;
-    }
-    const auto found = node->device.sgIo.find(request.cdb);
-    if (found == node->device.sgIo.end()) {
-        return -ENOTTY;
-    }
-    const Bytes& response = found->second;
-    std::fill(request.data.begin(), request.data.end(), std::uint8_t{0});
-    std::copy_n(response.begin(), std::min(response.size(), request.data.size()),
-                request.data.begin());
-    request.status = 0;
-    request.hostStatus = 0;
-    return 0;
-}
-
-int RecordedHost::deviceSize(int descriptor, std::uint64_t& bytes) {
-    const RecordedTree::Node* const node = nodeOf(descriptor);
-    if (node == nullptr) {
-        return -EBADF;
-    }
-    if (!node->device.sizeBytes) {
-        return -ENOTTY;
-    }
-    bytes = *node->device.sizeBytes;
-    return 0;
 }
 
 host::ReadResult RecordedHost::readFile(const std::string& path) {

@@ -2,6 +2,7 @@
 #define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_DATA_H
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -26,14 +27,28 @@ struct RecordedFile {
     int readError = 0;
 };
 
-/// An INQUIRY response, or the errno that the request ended in when the device refused it.
+/// What came of one request to a device: the data, or what the request ended in instead of them.
+/// Data with a status or a host byte beside them are what the device had sent until then.
 struct RecordedPage {
     RecordedPage() = default;
     RecordedPage(Bytes response) : bytes(std::move(response)) {}
+    RecordedPage(std::initializer_list<std::uint8_t> response) : bytes(response) {}
+
+    /// Whether the device answered the request with status GOOD.
+    bool isAnswer() const { return error == 0 && status == 0 && hostStatus == 0; }
 
     Bytes bytes;
-    int error = 0;
+    int error = 0;            ///< errno of the request, 0 when it was sent
+    std::uint8_t status = 0;  ///< the SCSI status it ended with
+    Bytes sense;              ///< the sense data that came with the status
+    std::uint16_t hostStatus =
+        0;  ///< the kernel's host byte (DID_...): it did not reach the device
 };
+
+inline bool operator==(const RecordedPage& left, const RecordedPage& right) {
+    return left.bytes == right.bytes && left.error == right.error && left.status == right.status &&
+           left.sense == right.sense && left.hostStatus == right.hostStatus;
+}
 
 /// A device node and what the device behind it answers.
 struct RecordedDevice {
@@ -41,7 +56,7 @@ struct RecordedDevice {
     int writeError = 0;                           ///< errno of an open for writing alone
     std::optional<RecordedPage> standardInquiry;  ///< INQUIRY without EVPD
     std::map<std::uint8_t, RecordedPage> pages;   ///< page code to the whole VPD page
-    std::map<Bytes, Bytes> sgIo;                  ///< command descriptor block to the data
+    std::map<Bytes, RecordedPage> sgIo;           ///< command descriptor block to what came of it
     std::optional<std::uint32_t> idLun;           ///< first word of SCSI_IOCTL_GET_IDLUN
     int idLunError = 0;                           ///< errno of SCSI_IOCTL_GET_IDLUN, 0 for none
     std::optional<std::uint64_t> sizeBytes;
