@@ -14,6 +14,7 @@ const std::vector<TourStep>& tourSteps() {
         {"processes", askProcesses},
         {"guard", askGuard},
         {"links", askLinks},
+        {"doctor", askDoctor},
     };
     return kSteps;
 }

@@ -31,6 +31,7 @@ void askScsiDevices(host::Host& host);   ///< sysfs: SCSI addresses, adapters, p
 void askTargets(host::Host& host);       ///< what exports or pools block devices
 void askProcesses(host::Host& host);     ///< which devices processes have open
 void askGuard(host::Host& host);         ///< what a removal of each disk and map is judged by
+void askDoctor(host::Host& host);        ///< what works, and what is wrong
 void askLinks(host::Host& host);         ///< the names that udev gives
 
 }  // namespace cli

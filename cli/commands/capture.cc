@@ -11,6 +11,7 @@
 #include "recording/capture/recorded_host_writer.h"
 #include "recording/capture/recording_host.h"
 #include "recording/redaction/host_redaction.h"
+#include "recording/replay/recorded_absence.h"
 #include "recording/replay/recorded_host.h"
 #include "recording/replay/recorded_host_file.h"
 #include "scsitool/host/interruption.h"
@@ -102,6 +103,9 @@ class Capture : public Command {
             throw OperationError(m_file + ": ended before all was asked; nothing was written");
         }
         RecordedHostData data = recorder.data();
+        if (const RecordedHostData* const original = context.hosts.recording()) {
+            recording::keepSilenceOf(*original, data);
+        }
         recording::keepOpenDevices(data);
         std::vector<std::string> remarks = recorder.remarks();
         if (m_redact) {

@@ -12,6 +12,7 @@ CommandList makeCommands() {
     commands.push_back(makeValidate());
     commands.push_back(makeInquiry());
     commands.push_back(makeExplain());
+    commands.push_back(makeDoctor());
     commands.push_back(makeDisks());
     commands.push_back(makeBus());
     commands.push_back(makeRescan());

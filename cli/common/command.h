@@ -35,6 +35,7 @@ std::unique_ptr<Command> makeUdid();
 std::unique_ptr<Command> makeValidate();
 std::unique_ptr<Command> makeInquiry();
 std::unique_ptr<Command> makeExplain();
+std::unique_ptr<Command> makeDoctor();
 std::unique_ptr<Command> makeDisks();
 std::unique_ptr<Command> makeBus();
 std::unique_ptr<Command> makeRescan();

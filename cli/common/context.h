@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/base/options.h"
+#include "cli/common/host_view.h"
 #include "cli/hosts/host_stack.h"
 #include "cli/hosts/watched_host.h"
 #include "cli/output/table.h"
@@ -24,6 +25,8 @@ struct Context {
     /// The host in effect: the library's calls go to it (it is the thread's current host).
     WatchedHost& host() const { return hosts.top(); }
     bool isLive() const { return options.hostFile.empty(); }
+    /// The same host for questions of the command's own.
+    HostView view() const { return {hosts.aside(), hosts.recording()}; }
 
     /// Registers the trace log with an object of the library, if there is one.
     template <class Traceable>

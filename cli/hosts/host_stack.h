@@ -39,6 +39,11 @@ class HostStack {
     /// no recorded answer and are not watched. Nothing with an effect may be asked of it.
     host::Host& aside();
 
+    /// What the recorded host was loaded from; null on this machine.
+    const recording::RecordedHostData* recording() const {
+        return m_recording ? &*m_recording : nullptr;
+    }
+
     /// What a dry run would have done, as journal lines; empty otherwise.
     std::vector<std::string> dryRunLines() const;
 

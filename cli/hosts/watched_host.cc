@@ -129,6 +129,19 @@ bool succeeded(const CommandEffect& effect) {
     return !effect.result.timedOut && effect.result.waitStatus == 0;
 }
 
+CommandEffect effectOf(const std::string& command, host::CommandResult result) {
+    CommandEffect effect;
+    effect.command = command;
+    effect.lastLine = lastWords(result.lines);
+    effect.result = std::move(result);
+    return effect;
+}
+
+bool couldNotStart(const CommandEffect& effect) {
+    return !effect.result.timedOut && effect.result.waitStatus == kMissingProgram << 8 &&
+           effect.lastLine.empty();
+}
+
 bool isRefused(const CommandEffect& effect) {
     constexpr const char* kRefused = "refused: ";
     return effect.result.waitStatus == EBUSY << 8 && !effect.result.lines.empty() &&

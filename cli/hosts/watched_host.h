@@ -77,8 +77,14 @@ class WatchedHost : public host::ForwardingHost {
     std::vector<AppendEffect> m_appends;
 };
 
+/// A command that was run otherwise, all of its output kept.
+CommandEffect effectOf(const std::string& command, host::CommandResult result);
+
 /// Tells whether the command ended with exit status 0.
 bool succeeded(const CommandEffect& effect);
+
+/// Tells whether there is no such program, or none that can be executed.
+bool couldNotStart(const CommandEffect& effect);
 
 /// Tells whether the guard refused the command, so that it never ran.
 bool isRefused(const CommandEffect& effect);

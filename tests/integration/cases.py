@@ -15,7 +15,7 @@ def sample_cases():
         for command in (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"],
                         ["rescan"], ["rescan", "--changes"], ["devices", "--rescan"],
                         ["remove-dead"], ["remove-dead", "--lun0", "--force"], ["remove-stale"],
-                        ["flush-multipath"], ["prune"]):
+                        ["flush-multipath"], ["prune"], ["doctor"]):
             yield f"{sample}.{'_'.join(command).replace('--', '')}", on(sample, *command)
 
 

@@ -178,7 +178,7 @@ def a_capture_replays_as_its_host(scsitool, samples):
     """Every command that reads, on a sample and on the capture of it; none of the secrets of the
     one stands in the redacted other."""
     problems = []
-    commands = (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"],
+    commands = (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"], ["doctor"],
                 ["--dry-run", "rescan"], ["--dry-run", "flush-multipath"])
     for name in samples:
         with tempfile.TemporaryDirectory() as folder:

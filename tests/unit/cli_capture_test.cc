@@ -65,6 +65,8 @@ Commands commandsFor(const std::string& file) {
                          {"bus"},
                          {"wwpn"},
                          {"iscsi", "iqn"},
+                         {"doctor"},
+                         {"doctor", "--json"},
                          {"devices", "--json"},
                          {"volumes", "--json"},
                          {"bus", "--json"},

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <thread>
 
+#include "recording/replay/recorded_absence.h"
 #include "recording/replay/semaphores.h"
 
 namespace {
@@ -862,6 +863,67 @@ TEST(Semaphores, LetAThreadWaitForTheSemaphoreOfAnother) {
     other.join();
     EXPECT_EQ(semaphores.waiting(), 0);
     EXPECT_EQ(semaphores.operate(identifier, kLock), 0);
+}
+
+TEST(RecordedHost, AFileThatWasLookedForInVainIsNotThere) {
+    RecordedHostData data;
+    data.files["/sbin/x"].error = ENOENT;
+    Journal journal;
+    RecordedHost host(data, journal);
+    EXPECT_FALSE(host.pathExists("/sbin/x"));
+    EXPECT_FALSE(host.pathExists("/sbin"));
+    EXPECT_EQ(host.readFile("/sbin/x").openError, ENOENT);
+    EXPECT_EQ(host.writeAccess("/sbin/x"), -ENOENT);
+    EXPECT_EQ(host.listDirectory("/sbin/").openError, ENOENT);
+    EXPECT_TRUE(journal.lines().empty());
+}
+
+TEST(RecordedAbsence, IsWhatTheRecordingSaysAndNotWhatItIsSilentOn) {
+    RecordedHostData data;
+    data.files["/sbin/x"].error = ENOENT;
+    data.files["/sbin/y"].error = EACCES;
+    data.directories["/dev/"] = {".", "..", "sda"};
+    data.directories["/sys/class"] = {"block"};
+    const std::vector<std::pair<std::string, bool>> cases = {{"/sbin/x", true},
+                                                             {"/sbin/y", false},
+                                                             {"/sbin/z", false},
+                                                             {"/dev/sdb", true},
+                                                             {"/dev/sda", false},
+                                                             {"/dev/mapper/", true},
+                                                             {"/sys/class/fc_host", true},
+                                                             {"/sys/class/fc_host/host2/", true},
+                                                             {"/sys/class/block/sda", false},
+                                                             {"/sys", false},
+                                                             {"", false},
+                                                             {"/", false},
+                                                             {"x", false}};
+    for (const auto& [path, absent] : cases) {
+        EXPECT_EQ(recording::saysAbsent(data, path), absent) << path;
+    }
+}
+
+TEST(RecordedAbsence, OfACopyIsThatOfItsOriginal) {
+    RecordedHostData original;
+    original.files["/sbin/x"].error = ENOENT;
+    original.directories["/dev/"] = {".", ".."};
+    RecordedHostData copy;
+    for (const char* path : {"/sbin/x", "/sbin/y", "/dev/sda"}) {
+        copy.files[path].error = ENOENT;
+    }
+    copy.files["/sbin/z"] = "z";
+    recording::keepSilenceOf(original, copy);
+    std::vector<std::string> paths;
+    for (const auto& [path, file] : copy.files) {
+        paths.push_back(path);
+    }
+    EXPECT_EQ(paths, (std::vector<std::string>{"/dev/sda", "/sbin/x", "/sbin/z"}));
+}
+
+TEST(RecordedAbsence, ACommandIsAnsweredByItsWholeText) {
+    RecordedHostData data;
+    data.commands.push_back({"/bin/ls /x", {}, 2});
+    EXPECT_TRUE(recording::answersCommand(data, "/bin/ls /x"));
+    EXPECT_FALSE(recording::answersCommand(data, "/bin/ls"));
 }
 
 }  // namespace

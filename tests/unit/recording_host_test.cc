@@ -281,13 +281,36 @@ TEST(RecordingHost, KnowsAPathByWhatItIs) {
     EXPECT_LT(recorder.hostName(text), 0);
     EXPECT_EQ(recorder.kernelRelease(), "6.1.0");
     const RecordedHostData recorded = recorder.data();
-    EXPECT_EQ(recorded.files.count("/sbin/powermt"), 1U);
-    EXPECT_EQ(recorded.files.size(), 1U);
+    EXPECT_EQ(recorded.files.at("/sbin/powermt").error, 0);
+    EXPECT_EQ(recorded.files.at("/sbin/none").error, ENOENT);
+    EXPECT_EQ(recorded.files.size(), 2U);
     EXPECT_EQ(recorded.directories.at("/dev/mapper"), data.directories.at("/dev/mapper/"));
     EXPECT_EQ(recorded.directoryErrors.at("/proc/1/fd"), EACCES);
     EXPECT_EQ(recorded.links, data.links);
     EXPECT_FALSE(recorded.hostName);
     EXPECT_EQ(recorded.kernelRelease, "6.1.0");
+}
+
+TEST(RecordingHost, RecordsWhatWasLookedForInVain) {
+    using namespace std::string_literals;
+    RecordedHostData there;
+    there.directories["/dev/mapper/"] = {".", ".."};
+    there.devices["/dev/sda"] = {};
+    Scripted machine(there);
+    RecordingHost host(machine);
+    for (const std::string& path :
+         {"/sbin/x"s, "/sys/y/"s, "/dev/sda"s, "/dev/mapper"s, "z"s, ""s, "/a\0b"s}) {
+        host.pathExists(path);
+    }
+    const RecordedHostData data = host.data();
+    std::vector<std::string> absent;
+    for (const auto& [path, file] : data.files) {
+        if (file.error == ENOENT) {
+            absent.push_back(path);
+        }
+    }
+    EXPECT_EQ(absent, (std::vector<std::string>{"/sbin/x", "/sys/y"}));
+    EXPECT_NO_THROW(recording::parseRecordedHost(recording::recordedHostText(data, {}), "host"));
 }
 
 TEST(RecordingHost, RecordsAFailedReadAndTheFirstThatSucceeds) {

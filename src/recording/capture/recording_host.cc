@@ -120,6 +120,19 @@ RecordedDevice RecordingHost::deviceOf(const Node& node) {
     return device;
 }
 
+// What came to be there after all counts as there.
+void RecordingHost::addAbsent(RecordedHostData& data) const {
+    for (const std::string& path : m_absent) {
+        const std::string place = path.substr(0, path.find_last_not_of('/') + 1);
+        if (!place.empty() && place.front() == '/' && place.find('\0') == std::string::npos &&
+            data.devices.count(place) == 0 && m_directories.count(place) == 0) {
+            RecordedFile absent;
+            absent.error = ENOENT;
+            data.files.emplace(place, absent);
+        }
+    }
+}
+
 RecordedHostData RecordingHost::data() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     RecordedHostData data;
@@ -137,6 +150,7 @@ RecordedHostData RecordingHost::data() const {
             data.files.emplace(path, RecordedFile());
         }
     }
+    addAbsent(data);
     for (const std::string& command : m_commandOrder) {
         const std::vector<RecordedCommand>& answers = m_commands.at(command);
         data.commands.insert(data.commands.end(), answers.begin(), withoutRepeats(answers));

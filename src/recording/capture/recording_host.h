@@ -34,7 +34,8 @@ struct RecordingLimits {
 /// that the host adapter could not deliver.
 ///
 /// What only exists is asked for once more, whether it is a directory, and a directory is listed:
-/// a recording knows a path by what it is.
+/// a recording knows a path by what it is. What was looked for in vain is recorded as a file with
+/// ENOENT, so that it can be told from what nobody looked for.
 ///
 /// Safe for any number of threads.
 class RecordingHost : public host::ForwardingHost {
@@ -77,6 +78,7 @@ class RecordingHost : public host::ForwardingHost {
 
     Node* nodeOf(int descriptor);
     static RecordedDevice deviceOf(const Node& node);
+    void addAbsent(RecordedHostData& data) const;
     /// Tells whether a path or a command can be written down; says so once where it cannot.
     bool isWritable(const std::string& text);
     void remark(const std::string& text) { m_remarks.insert(text); }
@@ -95,6 +97,7 @@ class RecordingHost : public host::ForwardingHost {
     std::map<std::string, int> m_directoryErrors;
     std::map<std::string, std::string> m_links;
     std::set<std::string> m_present;
+    std::set<std::string> m_absent;
     std::vector<std::string> m_commandOrder;
     std::map<std::string, std::vector<RecordedCommand>> m_commands;
     std::optional<std::string> m_hostName = "localhost";

@@ -49,10 +49,10 @@ void RecordingHost::noteFile(const std::string& path, const host::ReadResult& re
 
 bool RecordingHost::pathExists(const std::string& path) {
     const bool exists = ForwardingHost::pathExists(path);
-    if (exists && !isDirectory(path)) {
+    if (!exists || !isDirectory(path)) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (isWritable(path)) {
-            m_present.insert(path);
+            (exists ? m_present : m_absent).insert(path);
         }
     }
     return exists;

@@ -25,8 +25,14 @@ RecordedTree::RecordedTree(std::map<std::string, RecordedFile> files,
                            std::map<std::string, RecordedDevice> devices,
                            std::map<std::string, std::string> links)
     : m_files(std::move(files)), m_links(std::move(links)) {
-    for (const auto& file : m_files) {
-        noteDirectoriesAbove(file.first);
+    for (auto file = m_files.begin(); file != m_files.end();) {
+        // What was looked for in vain is not there, and neither is a directory for its sake.
+        if (file->second.error == ENOENT) {
+            file = m_files.erase(file);
+            continue;
+        }
+        noteDirectoriesAbove(file->first);
+        ++file;
     }
     for (const auto& directory : directories) {
         const std::string path = withoutLastSlashes(directory.first);

@@ -139,6 +139,7 @@ Answer askDisk(Evidence& evidence, const std::string& node) {
     if (result == kCheckCondition && saysNotSupported(buffer.data() + kHeader)) {
         Answer answer = without(Kind::kGone, "INQUIRY ended with LOGICAL UNIT NOT SUPPORTED");
         answer.isNotSupported = true;
+        answer.error = result;
         return answer;
     }
     // A recorded host that has no such node, or no answer of it, does not speak of the disk.
@@ -146,6 +147,7 @@ Answer askDisk(Evidence& evidence, const std::string& node) {
     Answer answer = without(isNoDevice(result) || isUnrecorded ? Kind::kGone : Kind::kUnclear,
                             failureText(result));
     answer.isUnspoken = isUnrecorded;
+    answer.error = result;
     return answer;
 }
 

@@ -19,6 +19,7 @@ struct Answer {
     };
     Kind kind = Kind::kUnclear;
     std::string why;         ///< what was seen, for everything but kConnected
+    int error = 0;           ///< the positive SCSI status or negated errno that INQUIRY ended in
     unsigned qualifier = 0;  ///< the peripheral qualifier, of what sent INQUIRY data
     /// There is no such logical unit: qualifier 3, or LOGICAL UNIT NOT SUPPORTED as sense data.
     bool isNotSupported = false;

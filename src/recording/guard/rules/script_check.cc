@@ -61,24 +61,34 @@ bool differs(const std::string& kernel, const std::string& live, bool isRecorded
 
 }  // namespace
 
-std::string whyUntrusted(Evidence& evidence, const std::string& script,
-                         const std::string& genericNode) {
+std::optional<ScriptMisfit> misfitOf(Evidence& evidence, const std::string& script,
+                                     const std::string& genericNode) {
     const std::string text = evidence.file(script, Need::kMustExist).value_or("");
     const host::CommandResult inquiry =
         evidence.host().runCommand(std::string(kInq) + " --len=36 " + genericNode, kTimeLimit);
     if (evidence.isRecorded() && (inquiry.waitStatus == kMissingProgram || text.empty())) {
-        return {};
+        return std::nullopt;
     }
     const ScriptReading reading = parseScript(text);
     const std::string missed = reading.ways.empty()
                                    ? "the answer of a disk in a way that is not known"
                                    : missedBy(reading, inquiry.lines);
     if (missed.empty()) {
+        return std::nullopt;
+    }
+    return ScriptMisfit{reading.version.empty() ? "of unknown version" : reading.version,
+                        versionOfInq(evidence.host()), missed};
+}
+
+std::string whyUntrusted(Evidence& evidence, const std::string& script,
+                         const std::string& genericNode) {
+    const auto misfit = misfitOf(evidence, script, genericNode);
+    if (!misfit) {
         return {};
     }
-    const std::string version = reading.version.empty() ? "of unknown version" : reading.version;
-    return "not to be trusted: version " + version + " of it cannot read what sg_inq " +
-           versionOfInq(evidence.host()) + " prints (it looks for '" + missed +
+    return "not to be trusted: version " + misfit->scriptVersion +
+           " of it cannot read what sg_inq " + misfit->inqVersion + " prints (it looks for '" +
+           misfit->missed +
            "'), so that every disk counts as gone; remove what is gone with 'scsitool prune', or "
            "install a script and an sg_inq that belong together";
 }

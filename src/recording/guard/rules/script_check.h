@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_RECORDING_GUARD_RULES_SCRIPT_CHECK_H
 #define SCSITOOL_RECORDING_GUARD_RULES_SCRIPT_CHECK_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,18 @@ struct ScriptView {
 /// as taken.
 ScriptView scriptView(Evidence& evidence, BlockDevices& devices, const ScsiAddress& address,
                       const RescanOptions& options);
+
+/// What keeps the rescan script from reading what this host's sg_inq prints.
+struct ScriptMisfit {
+    std::string scriptVersion;  ///< "of unknown version" where it does not tell
+    std::string inqVersion;     ///< the same
+    std::string missed;         ///< what the script looks for in vain
+};
+
+/// Tries the script's reading on what sg_inq prints for a disk that answers, by its generic node.
+/// None when it reads it; on a recorded host also when that does not speak of one of the two.
+std::optional<ScriptMisfit> misfitOf(Evidence& evidence, const std::string& script,
+                                     const std::string& genericNode);
 
 /// Why the rescan script cannot be trusted with a removal on this host: it cannot read what this
 /// host's sg_inq prints for a disk that answers (by its generic node), so that every disk would
