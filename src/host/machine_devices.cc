@@ -8,8 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -41,30 +39,16 @@ bool isRegularFile(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Remembers which descriptors are no regular files, so that a disk's commands cost no check each.
-/// What is not remembered is checked; a descriptor beyond the table always.
-class KnownDevices {
-  public:
-    void remember(int descriptor, bool isDevice) {
-        if (isInside(descriptor)) {
-            m_isDevice[static_cast<std::size_t>(descriptor)] = isDevice;
-        }
-    }
-    bool has(int descriptor) const {
-        return isInside(descriptor) && m_isDevice[static_cast<std::size_t>(descriptor)];
-    }
-
-  private:
-    static constexpr int kMost = 1024;
-
-    static bool isInside(int descriptor) { return descriptor >= 0 && descriptor < kMost; }
-
-    std::array<std::atomic<bool>, kMost> m_isDevice = {};
-};
-
-KnownDevices& knownDevices() {
-    static KnownDevices known;
-    return known;
+// Tells whether a request went to a file's FIBMAP, which has the number of SCSI_IOCTL_SEND_COMMAND
+// (a copy to a device that was not there leaves a file under /dev). It hands back a block number in
+// the first word and leaves the command descriptor block where a response would stand. A file is
+// only looked for where there is no response: that costs a disk nothing.
+bool wasFileRequest(int descriptor, int result, const CommandBuffer& sent,
+                    const CommandBuffer& answer) {
+    constexpr std::size_t kBlockNumber = 4;
+    const bool isAnswered =
+        !std::equal(sent.begin() + kBlockNumber, sent.end(), answer.begin() + kBlockNumber);
+    return (result < 0 || !isAnswered) && isRegularFile(descriptor);
 }
 
 template <class Argument>
@@ -81,7 +65,6 @@ int control(int descriptor, unsigned long request, Argument argument) {
 int openDevice(const std::string& path, OpenMode mode) {
     Descriptor device(openRetrying(path, openFlags(mode)));
     if (!device.isOpen() || device.get() > STDERR_FILENO) {
-        knownDevices().remember(device.get(), device.isOpen() && !isRegularFile(device.get()));
         return device.release();
     }
     // A process that closed its standard descriptors gets them here. A device handle takes 0 for
@@ -90,7 +73,6 @@ int openDevice(const std::string& path, OpenMode mode) {
 }
 
 int closeDevice(int descriptor) {
-    knownDevices().remember(descriptor, false);
     return closeOnce(descriptor);
 }
 
@@ -99,12 +81,13 @@ int sendCommand(int descriptor, CommandBuffer& buffer) {
     if (refused != 0) {
         return refused;
     }
-    // The same number is FIBMAP to a regular file (which a copy to a device that was not there
-    // leaves under /dev): it would answer 0 and hand back no response at all.
-    if (!knownDevices().has(descriptor) && isRegularFile(descriptor)) {
-        return -ENOTTY;
+    const CommandBuffer sent = buffer;
+    const int result = control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
+    if (!wasFileRequest(descriptor, result, sent, buffer)) {
+        return result;
     }
-    return control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
+    buffer = sent;
+    return -ENOTTY;
 }
 
 int addressWords(int descriptor, AddressWords& words) {

@@ -10,20 +10,24 @@ from lab.host_tools import find_tool
 FOLDER = "opt/scsitool"
 # The command runs with the very libraries it was linked with on this machine, its loader included, while
 # everything else in the guest keeps its own.
-LAUNCHER = f"""#!/bin/sh
-exec /{FOLDER}/loader --argv0 scsitool --library-path /{FOLDER} /{FOLDER}/scsitool "$@"
+LAUNCHER = """#!/bin/sh
+exec /{folder}/loader --argv0 {name} --library-path /{folder} /{folder}/{name} "$@"
 """
+# Stands in bench/ of the same build.
+DISK_COST = "disk_cost"
 
 
 def write_command_overlay(command, library_dir, target):
     """Packs the command and every library that it needs."""
     overlay = CpioArchive()
     loader, libraries = _needed(command, library_dir)
-    overlay.add_host_file(f"{FOLDER}/scsitool", os.path.realpath(command))
+    for path in (command, command.parent.parent / "bench" / DISK_COST):
+        if path.exists():
+            overlay.add_host_file(f"{FOLDER}/{path.name}", os.path.realpath(path))
+            overlay.add_bytes(f"usr/bin/{path.name}", LAUNCHER.format(folder=FOLDER, name=path.name).encode(), 0o755)
     overlay.add_host_file(f"{FOLDER}/loader", os.path.realpath(loader))
     for name, path in libraries.items():
         overlay.add_host_file(f"{FOLDER}/{name}", os.path.realpath(path))
-    overlay.add_bytes("usr/bin/scsitool", LAUNCHER.encode(), 0o755)
     overlay.write(target)
 
 
