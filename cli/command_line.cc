@@ -1,6 +1,8 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 #include <utility>
 
 #include "cli/base/failure.h"
@@ -9,6 +11,23 @@ namespace cli {
 namespace {
 
 constexpr int kHighestLevel = 9;
+constexpr unsigned kMostJobs = 1024;
+constexpr unsigned kLongestDeadline = 3600;
+
+// The option's own message would not say all that is wrong with "x", "-1" or "1.5".
+CLI::Validator numberFrom(unsigned lowest, unsigned highest, const std::string& option) {
+    const auto refuse = [=](const std::string& text) {
+        unsigned number = 0;
+        const char* const end = text.data() + text.size();
+        const auto [stop, error] = std::from_chars(text.data(), end, number);
+        if (error != std::errc() || stop != end || number < lowest || number > highest) {
+            throw UsageError(option + " " + text + ": expected a number from " +
+                             std::to_string(lowest) + " to " + std::to_string(highest));
+        }
+        return std::string();
+    };
+    return CLI::Validator(refuse, "");
+}
 
 void declareOptions(CLI::App& app, Options& options) {
     app.add_option("--host", options.hostFile, "Work on a recorded host instead of this machine")
@@ -29,6 +48,13 @@ void declareOptions(CLI::App& app, Options& options) {
         ->needs(trace);
     app.add_flag("--trace-time", options.traceTime, "Put time and process in front of trace lines")
         ->needs(trace);
+    app.add_option("--jobs", options.jobs, "Ask N disks side by side (1 to 1024, default 16)")
+        ->type_name("N")
+        ->check(numberFrom(1, kMostJobs, "--jobs"));
+    app.add_option("--deadline", options.deadline,
+                   "Give up a disk that has not answered in SECONDS (default 10; 0 never)")
+        ->type_name("SECONDS")
+        ->check(numberFrom(0, kLongestDeadline, "--deadline"));
     app.add_flag("--json", options.json, "Print one JSON document");
 }
 

@@ -11,6 +11,7 @@
 #include "cli/base/files_apart.h"
 #include "cli/base/text.h"
 #include "cli/command_line.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/context.h"
 #include "cli/common/interrupted.h"
@@ -111,6 +112,10 @@ class Run {
         }
         Report report = runCommand(hosts, trace ? &trace->stream() : nullptr);
         clearProgress();
+        const std::string unaided = askedWithoutHelp(hosts);
+        if (!unaided.empty()) {
+            say(unaided, kDone);
+        }
         finish(journal, report);
         finish(trace, report);
         return present(report, hosts);
@@ -124,6 +129,7 @@ class Run {
         Context context = {m_request.options, layout, hosts, trace.log(), m_surroundings.isRoot};
         Report report = runCommand(context);
         addRefusals(report, context);
+        addUnanswered(report, context);
         host::ignoreInterruption();
         m_interruption = host::interruption();
         return m_interruption == 0 ? report : interruptedReport(m_interruption, context);

@@ -12,6 +12,8 @@ struct Options {
     std::string traceFile;    ///< "-" or empty: standard error
     int traceLevel = 0;       ///< 0: no trace
     bool traceTime = false;
+    unsigned jobs = 16;      ///< disks that are asked side by side
+    unsigned deadline = 10;  ///< seconds for each of them; 0: none
     bool dryRun = false;
     bool json = false;
 };

@@ -1,3 +1,4 @@
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 #include "cli/common/refusals.h"
@@ -29,6 +30,7 @@ class Devices : public Command {
         CUDIDFactory factory;
         m_factoryOptions.apply(factory);
         context.traceInto(factory);
+        askAhead(context, m_name, interviews::udid(m_factoryOptions));
         const DeviceMap devices =
             factory.enumerateDeviceMap(m_rescan, false, false, m_name, arguments);
         Report report;

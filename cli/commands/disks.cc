@@ -1,4 +1,5 @@
 #include "cli/base/text.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
@@ -15,6 +16,7 @@ class Disks : public Command {
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         std::vector<CScsiDeviceData> disks;
+        askAhead(context, "", interviews::size());
         const int result = discovery.enumerateNativeDevicePathsExt(disks);
         Report report;
         report.data["result"] = result;

@@ -1,4 +1,5 @@
 #include "cli/base/failure.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 #include "cli/common/mailed_pages.h"
@@ -46,6 +47,7 @@ class Explain : public Command {
         }
         Report report;
         report.data["explanations"] = Json::array();
+        askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));
         const RecordList records = owned(discovery.validateDevice(m_name));
         for (const auto& record : records) {
             udid::Explanation explanation = udid::explain(factory, *record);

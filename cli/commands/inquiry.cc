@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "cli/base/failure.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
 #include "cli/output/inquiry_text.h"
@@ -41,6 +42,7 @@ class Inquiry : public Command {
         const std::string only = pageKeyFrom(m_page);
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
+        askNamedAhead(context, m_name, interviews::record());
         const RecordList records = owned(discovery.validateDevice(m_name));
         Report report;
         report.data["records"] = Json::array();

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "cli/common/acting.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
 #include "cli/common/refusals.h"
@@ -41,6 +42,7 @@ class RemoveDead : public Command {
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         std::vector<EnumerationGap> gaps;
+        askAhead(context, "", interviews::record());
         const RecordList records = enumerate(discovery, context, gaps);
         if (!gaps.empty() && !m_force.isGiven()) {
             return refused(context, gaps);

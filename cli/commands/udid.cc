@@ -1,4 +1,5 @@
 #include "cli/base/text.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
 #include "scsitool/udid/device_udid_factory.h"
@@ -21,6 +22,7 @@ class Udid : public Command {
         m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
+        askAhead(context, m_name, interviews::udid(), m_rescanIfMissing);
         const std::string udid = factory.getCachedUniqueDeviceID(m_name.c_str(), m_rescanIfMissing);
         Report report;
         report.data["name"] = jsonText(m_name);

@@ -1,3 +1,4 @@
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 
@@ -18,6 +19,7 @@ class Validate : public Command {
         CUDIDFactory factory;
         m_factoryOptions.apply(factory);
         context.traceInto(factory);
+        askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));
         const DeviceMap devices = factory.validateDeviceMap(m_name);
         Report report;
         report.data["devices"] = devicesJson(devices);

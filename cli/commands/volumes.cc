@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "cli/base/text.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "scsitool/udid/device_udid_factory.h"
 
@@ -119,6 +120,7 @@ class Volumes : public Command {
     Report run(Context& context) override {
         CUDIDFactory factory;
         context.traceInto(factory);
+        askAhead(context, "", interviews::volume());
         const DeviceMap devices = factory.enumerateDeviceMap(false, false, false, "", "");
         CLinuxDeviceDiscovery discovery;
         discovery.m_traceLog = context.traceLog;

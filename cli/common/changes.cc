@@ -6,6 +6,7 @@
 #include <set>
 
 #include "cli/base/text.h"
+#include "cli/common/asking.h"
 
 namespace cli {
 namespace {
@@ -85,6 +86,7 @@ ChangeWatch::ChangeWatch(const Context& context, bool wanted) {
     if (wanted) {
         m_factory.emplace();
         context.traceInto(*m_factory);
+        askAhead(context, "", interviews::udid());
         m_before = enumerate();
     }
 }

@@ -2,6 +2,7 @@
 #define SCSITOOL_CLI_COMMON_CONTEXT_H
 
 #include <string>
+#include <vector>
 
 #include "cli/base/options.h"
 #include "cli/common/host_view.h"
@@ -27,6 +28,8 @@ struct Context {
     bool isLive() const { return options.hostFile.empty(); }
     /// The same host for questions of the command's own.
     HostView view() const { return {hosts.aside(), hosts.recording()}; }
+    /// The disks that did not answer within `Options::deadline`, in the order of the alphabet.
+    std::vector<std::string> givenUp() const;
 
     /// Registers the trace log with an object of the library, if there is one.
     template <class Traceable>

@@ -16,12 +16,39 @@ std::unique_ptr<recording::Journal> makeJournal(std::ostream* stream) {
                              : std::make_unique<recording::Journal>();
 }
 
+bool asksSideBySide(const Options& options) {
+    return options.hostFile.empty() && (options.jobs > 1 || options.deadline > 0);
+}
+
+// "asking 12 of 64 disks (/dev/sdx for 3 s)"
+std::string progressText(const recording::AskingProgress& progress) {
+    std::string text = "asking " + std::to_string(progress.left) + " of " +
+                       std::to_string(progress.all) + " disks";
+    if (!progress.slowest.empty()) {
+        text += " (" + progress.slowest + " for " + std::to_string(progress.slowSeconds) + " s)";
+    }
+    return text;
+}
+
+recording::Round::Told progressOf(const WatchedHost::Progress& show) {
+    if (!show) {
+        return {};
+    }
+    return [show](const recording::AskingProgress& progress) { show(progressText(progress)); };
+}
+
 }  // namespace
 
 HostStack::HostStack(const Options& options, host::Host& live, std::ostream* journalStream,
                      WatchedHost::Progress progress)
     : m_live(live) {
     host::Host* below = &live;
+    if (asksSideBySide(options)) {
+        const recording::AskingLimits limits = {options.jobs, options.deadline};
+        m_answering =
+            std::make_unique<recording::AnsweringHost>(live, limits, progressOf(progress));
+        below = m_answering.get();
+    }
     recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
     if (!options.hostFile.empty()) {
         m_recording = recording::loadRecordedHost(options.hostFile);
@@ -55,7 +82,8 @@ HostStack::~HostStack() = default;
 
 host::Host& HostStack::aside() {
     if (!m_recording) {
-        return m_live;
+        // A disk that was given up must not hold up the command's own questions either.
+        return m_answering != nullptr ? *m_answering : m_live;
     }
     if (m_aside == nullptr) {
         recording::Journal& unread = *m_journals.emplace_back(makeJournal(nullptr));

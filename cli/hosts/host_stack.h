@@ -9,6 +9,7 @@
 
 #include "cli/base/options.h"
 #include "cli/hosts/watched_host.h"
+#include "recording/asking/answering_host.h"
 #include "recording/effects/journal.h"
 #include "recording/guard/guarded_host.h"
 #include "recording/replay/recorded_host_data.h"
@@ -18,8 +19,9 @@
 namespace cli {
 
 /// The host that a command works on, put together from the options: this machine or a recorded
-/// one, a dry run or a journal over it, the guard above these, and on top of all the watch. For as
-/// long as a recorded one stands in, no thread of the process reaches this machine.
+/// one, the answers of disks asked ahead, a dry run or a journal over it, the guard above these,
+/// and on top of all the watch. For as long as a recorded one stands in, no thread of the process
+/// reaches this machine.
 class HostStack {
   public:
     /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. Throws
@@ -44,11 +46,17 @@ class HostStack {
         return m_recording ? &*m_recording : nullptr;
     }
 
+    /// What has disks asked side by side; null where they are not: on a recorded host, and for one
+    /// at a time without a deadline.
+    recording::AnsweringHost* answering() { return m_answering.get(); }
+    const recording::AnsweringHost* answering() const { return m_answering.get(); }
+
     /// What a dry run would have done, as journal lines; empty otherwise.
     std::vector<std::string> dryRunLines() const;
 
   private:
     host::Host& m_live;
+    std::unique_ptr<recording::AnsweringHost> m_answering;  // on the live one
     std::optional<host::LiveHostRefusal> m_refusal;  // set for as long as a recording stands in
     std::optional<recording::RecordedHostData> m_recording;
     std::vector<std::unique_ptr<recording::Journal>> m_journals;

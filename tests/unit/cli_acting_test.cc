@@ -40,7 +40,8 @@ TEST(CliRescan, ArgumentsFollowWithABlank) {
 TEST(CliRescan, DevicesPassesRescanArgumentsOn) {
     CliMachine machine(hostWithScript());
     machine.run({"devices", "--rescan", "--rescan-args=--hosts=1"});
-    EXPECT_THAT(machine.journal()[0], testing::HasSubstr("--issue-lip -d --hosts=1\""));
+    EXPECT_THAT(machine.journal(),
+                testing::Contains(testing::HasSubstr("--issue-lip -d --hosts=1\"")));
 }
 
 // Lines of one size, as many as fill the memory that is kept of them and `more`.

@@ -1,0 +1,318 @@
+#include "recording/asking/round.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+namespace {
+
+using recording::AskingLimits;
+using recording::AskingProgress;
+using recording::Board;
+using recording::Round;
+using End = Round::End;
+
+std::vector<std::string> names(std::size_t count) {
+    std::vector<std::string> all;
+    for (std::size_t i = 0; i < count; ++i) {
+        all.push_back("disk" + std::to_string(i));
+    }
+    return all;
+}
+
+std::string echo(const std::string& name) {
+    return "said " + name;
+}
+
+[[noreturn]] void hang() {
+    for (;;) {
+        ::pause();
+    }
+}
+
+std::uint64_t now() {
+    return host::monotonicMilliseconds();
+}
+
+std::size_t count(Round& round, End end) {
+    std::size_t found = 0;
+    for (std::size_t item = 0; item < round.names().size(); ++item) {
+        found += round.settle(item) == end ? 1U : 0U;
+    }
+    return found;
+}
+
+void expectAllSaid(Round& round) {
+    for (std::size_t item = 0; item < round.names().size(); ++item) {
+        ASSERT_EQ(round.settle(item), End::kAnswered) << item;
+        std::string text;
+        ASSERT_TRUE(round.answer(item, text));
+        ASSERT_EQ(text, echo(round.names()[item]));
+    }
+}
+
+/// Words that processes have in common, one an item and one for all.
+class Counters {
+  public:
+    explicit Counters(std::size_t items) : m_memory((items + 2) * sizeof(Word)) {}
+    using Word = std::atomic<std::uint32_t>;
+    Word& operator[](std::size_t index) { return reinterpret_cast<Word*>(m_memory.data())[index]; }
+
+  private:
+    host::SharedMemory m_memory;
+};
+
+std::size_t indexOf(const std::string& name) {
+    return std::stoul(name.substr(4));
+}
+
+TEST(Round, AsksEachOnce) {
+    for (const std::size_t items : {1U, 2U, 15U, 16U, 17U, 1000U}) {
+        Counters asked(items);
+        Round round(names(items),
+                    [&](const std::string& name) {
+                        ++asked[indexOf(name)];
+                        return echo(name);
+                    },
+                    {}, {});
+        round.settle();
+        expectAllSaid(round);
+        for (std::size_t item = 0; item < items; ++item) {
+            EXPECT_EQ(asked[item], 1U);
+        }
+        EXPECT_EQ(round.forkError(), 0);
+    }
+}
+
+TEST(Round, OfNothingIsOver) {
+    Round round({}, echo, {}, {});
+    round.settle();
+    EXPECT_EQ(round.forkError(), 0);
+}
+
+TEST(Round, AsksNoMoreAtATimeThanItMay) {
+    for (const unsigned jobs : {1U, 3U, 16U}) {
+        Counters at(2);
+        Round round(names(40),
+                    [&](const std::string& name) {
+                        const std::uint32_t together = ++at[0];
+                        std::uint32_t most = at[1];
+                        while (most < together && !at[1].compare_exchange_weak(most, together)) {
+                        }
+                        ::usleep(5000);
+                        --at[0];
+                        return echo(name);
+                    },
+                    {jobs, 10}, {});
+        round.settle();
+        expectAllSaid(round);
+        EXPECT_LE(at[1], jobs);
+        EXPECT_GE(at[1], std::min(jobs, 8U));
+    }
+}
+
+TEST(Round, GivesUpWhatDoesNotEndInTimeAndNoOther) {
+    const std::uint64_t begun = now();
+    Round round(names(64),
+                [](const std::string& name) {
+                    if (name == "disk5") {
+                        hang();
+                    }
+                    return echo(name);
+                },
+                {16, 1}, {});
+    round.settle();
+    const std::uint64_t took = now() - begun;
+    EXPECT_GE(took, 1000U);
+    EXPECT_LT(took, 3000U);
+    EXPECT_EQ(round.settle(5), End::kGivenUp);
+    EXPECT_EQ(count(round, End::kAnswered), 63U);
+    EXPECT_EQ(count(round, End::kGivenUp), 1U);
+}
+
+TEST(Round, WaitsOnWithoutADeadline) {
+    Round round(names(2),
+                [](const std::string& name) {
+                    ::usleep(1'500'000);
+                    return echo(name);
+                },
+                {2, 0}, {});
+    round.settle();
+    expectAllSaid(round);
+}
+
+TEST(Round, GivesUpManySilentOnesTogether) {
+    const std::pair<std::size_t, std::uint64_t> kCases[] = {{64, 2000}, {1000, 5000}};
+    for (const auto& [items, most] : kCases) {
+        const std::uint64_t begun = now();
+        Round round(names(items), [](const std::string&) -> std::string { hang(); }, {16, 1}, {});
+        round.settle();
+        EXPECT_LT(now() - begun, 1000 + most) << items;
+        EXPECT_EQ(count(round, End::kGivenUp), items);
+    }
+}
+
+TEST(Round, IsNotWaitedForAtItsEnd) {
+    const std::uint64_t begun = now();
+    {
+        const Round round(names(8), [](const std::string&) -> std::string { hang(); }, {}, {});
+    }
+    EXPECT_LT(now() - begun, 1000U);
+}
+
+TEST(Round, GivesWhatAKilledWorkerHadToAnother) {
+    Counters asked(300);
+    Round round(names(300),
+                [&](const std::string& name) {
+                    if (++asked[indexOf(name)] == 1 && indexOf(name) % 7 == 3) {
+                        ::kill(::getpid(), SIGKILL);
+                    }
+                    return echo(name);
+                },
+                {4, 10}, {});
+    round.settle();
+    expectAllSaid(round);
+    EXPECT_EQ(asked[3], 2U);
+    EXPECT_EQ(asked[4], 1U);
+}
+
+TEST(Round, GivesUpWhatEndsItsWorkerTwice) {
+    Counters asked(30);
+    Round round(names(30),
+                [&](const std::string& name) -> std::string {
+                    ++asked[indexOf(name)];
+                    if (name == "disk7" || name == "disk29") {
+                        std::abort();
+                    }
+                    if (name == "disk8") {
+                        throw 6;
+                    }
+                    return echo(name);
+                },
+                {4, 10}, {});
+    round.settle();
+    EXPECT_EQ(count(round, End::kAnswered), 27U);
+    for (const std::size_t item : {7U, 8U, 29U}) {
+        EXPECT_EQ(round.settle(item), End::kGivenUp);
+        EXPECT_EQ(asked[item], 2U);
+    }
+}
+
+// The processes are this one's children: each is told when it may be killed.
+TEST(Round, StandsWorkersKilledAtAnyPoint) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        Counters pids(64);
+        Round round(names(400),
+                    [&](const std::string& name) {
+                        pids[indexOf(name) % 64] = static_cast<std::uint32_t>(::getpid());
+                        volatile unsigned work = 0;
+                        for (unsigned i = 0; i < 20000; ++i) {
+                            work = work + i;
+                        }
+                        return echo(name);
+                    },
+                    {8, 5}, {});
+        unsigned state = seed;
+        for (int kill = 0; kill < 12; ++kill) {
+            state = state * 1103515245U + 12345U;
+            ::usleep(state >> 16 & 0x3ff);
+            const std::uint32_t pid = pids[state >> 20 & 63];
+            if (pid != 0) {
+                ::kill(static_cast<pid_t>(pid), SIGKILL);
+            }
+        }
+        round.settle();
+        const std::size_t answered = count(round, End::kAnswered);
+        EXPECT_EQ(answered + count(round, End::kGivenUp), 400U);
+        EXPECT_GE(answered, 380U);
+    }
+}
+
+TEST(Round, ThatCannotForkLeavesAllToItsCaller) {
+    // Not even the rights of root count for a process of another user.
+    const auto withoutProcesses = [] {
+        const rlimit none = {0, 0};
+        if (::setuid(65534) != 0 || ::setrlimit(RLIMIT_NPROC, &none) != 0) {
+            return ::geteuid() != 0;
+        }
+        Round round(names(5), echo, {}, {});
+        round.settle();
+        return count(round, End::kNotAsked) == 5 && round.forkError() == EAGAIN;
+    };
+    EXPECT_EXIT(std::_Exit(withoutProcesses() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(Round, LeavesWhatIsTooLongToItsCaller) {
+    Round round(names(3),
+                [](const std::string& name) {
+                    return std::string(Board::kLargestResult + indexOf(name) - 1, 'x');
+                },
+                {}, {});
+    round.settle();
+    std::string text;
+    EXPECT_EQ(round.settle(0), End::kAnswered);
+    EXPECT_TRUE(round.answer(0, text));
+    EXPECT_EQ(text.size(), Board::kLargestResult - 1);
+    EXPECT_EQ(round.settle(2), End::kNotAsked);
+    EXPECT_FALSE(round.answer(2, text));
+}
+
+TEST(Round, TellsHowFarItIsAtMostTenTimesASecond) {
+    std::vector<AskingProgress> told;
+    const std::uint64_t begun = now();
+    Round round(
+        names(20),
+        [](const std::string& name) {
+            if (name == "disk3") {
+                hang();
+            }
+            return echo(name);
+        },
+        {4, 2}, [&](const AskingProgress& progress) { told.push_back(progress); });
+    round.settle();
+    ASSERT_GE(told.size(), 5U);
+    EXPECT_LE(told.size(), (now() - begun) / 100 + 1);
+    EXPECT_EQ(told.front().all, 20U);
+    EXPECT_EQ(told.front().left, 1U);
+    EXPECT_EQ(told.front().slowest, "disk3");
+    EXPECT_EQ(told.front().slowSeconds, 0U);
+    EXPECT_EQ(told.back().slowSeconds, 1U);
+}
+
+TEST(Board, GivesNoResultThatLiesElsewhere) {
+    Board board(2);
+    ASSERT_TRUE(board.isThere());
+    std::string text = "before";
+    EXPECT_FALSE(board.result(0, text)) << "there is none yet";
+    board.put(0, 0, "first");
+    EXPECT_TRUE(board.result(0, text));
+    EXPECT_EQ(text, "first");
+    EXPECT_EQ(board.state(0), Board::State::kDone);
+    EXPECT_EQ(board.state(1), Board::State::kOpen);
+    EXPECT_EQ(board.ended(), 1U);
+}
+
+TEST(Board, HandsOutItsQueueOnce) {
+    Board board(2);
+    board.seat(0);
+    EXPECT_FALSE(board.at(0).hasItem);
+    std::size_t item = 9;
+    EXPECT_TRUE(board.take(0, item));
+    EXPECT_EQ(item, 0U);
+    EXPECT_TRUE(board.at(0).hasItem);
+    EXPECT_EQ(board.taken(), 1U);
+    EXPECT_TRUE(board.take(1, item));
+    EXPECT_EQ(item, 1U);
+    EXPECT_FALSE(board.take(1, item));
+    EXPECT_TRUE(board.at(1).hasLeft);
+    EXPECT_FALSE(board.at(1).hasItem);
+    EXPECT_FALSE(board.at(0).hasLeft);
+    EXPECT_EQ(board.taken(), 2U);
+}
+
+}  // namespace
