@@ -42,4 +42,5 @@ expect test "${instructions[100000]}" -le $most_instructions
 expect test "${instructions[100]}" -le $most_instructions
 expect test "${growth#-}" -le $most_growth_percent
 expect test "${bytes[100000]}" -le $most_bytes
+"$(dirname -- "$program")/asking_check" || status=1
 exit $status

@@ -103,6 +103,11 @@ std::set<std::string> nodesOf(host::Host& host) {
 
 }  // namespace
 
+std::vector<std::string> tourNodes(host::Host& host) {
+    const std::set<std::string> nodes = nodesOf(host);
+    return {nodes.begin(), nodes.end()};
+}
+
 void askLibrary(host::Host& host) {
     std::string name;
     host.hostName(name);

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_CAPTURE_TOUR_H
 #define SCSITOOL_CLI_CAPTURE_TOUR_H
 
+#include <string>
 #include <vector>
 
 #include "scsitool/host/host.h"
@@ -17,6 +18,9 @@ struct TourStep {
 /// Everything that the library and the commands ask of a host, once, so that a recording of the
 /// answers is complete. A command that asks for more adds a step.
 const std::vector<TourStep>& tourSteps();
+
+/// Every node that the tour sends SCSI commands to.
+std::vector<std::string> tourNodes(host::Host& host);
 
 /// Takes all steps on a host that a caller listens to.
 void takeTour(host::Host& host);

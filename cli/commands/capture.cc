@@ -6,6 +6,7 @@
 #include "cli/base/text.h"
 #include "cli/capture/tour.h"
 #include "cli/command_line.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "recording/capture/open_descriptors.h"
 #include "recording/capture/recorded_host_writer.h"
@@ -97,6 +98,9 @@ class Capture : public Command {
         if (refused != 0) {
             failToWrite(m_file, -refused);
         }
+        host::Host& aside = context.hosts.aside();
+        askTheseAhead(
+            context, [&aside] { return tourNodes(aside); }, interviews::volume());
         recording::RecordingHost recorder(context.host());
         takeTour(recorder);
         if (host::interruption() != 0) {

@@ -136,8 +136,13 @@ void askAhead(const Context& context, const std::string& onlyName, const Intervi
 }
 
 void askNamedAhead(const Context& context, const std::string& name, const Interview& interview) {
-    const auto named = [name] { return Names{name}; };
-    ask(context, {named, named, interview});
+    askTheseAhead(
+        context, [name] { return Names{name}; }, interview);
+}
+
+void askTheseAhead(const Context& context, const recording::Asking::List& devices,
+                   const Interview& interview) {
+    ask(context, {devices, devices, interview});
 }
 
 std::string askedWithoutHelp(const HostStack& hosts) {

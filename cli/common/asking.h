@@ -36,6 +36,10 @@ void askAhead(const Context& context, const std::string& onlyName, const Intervi
 /// The same for an operation that asks one device, whatever it is.
 void askNamedAhead(const Context& context, const std::string& name, const Interview& interview);
 
+/// The same for an operation that asks these devices.
+void askTheseAhead(const Context& context, const recording::Asking::List& devices,
+                   const Interview& interview);
+
 /// Why disks were asked one after the other all the same, in one line; empty when they were not.
 std::string askedWithoutHelp(const HostStack& hosts);
 

@@ -10,11 +10,13 @@ recovery and multiple connections asks for.
 """
 import collections
 import os
+import queue
 import socket
 import socketserver
 import struct
 import sys
 import threading
+import time
 
 HEADER_BYTES = 48
 BLOCK_BYTES = 512
@@ -141,14 +143,22 @@ TRANSFERS.update({opcode | 0x02: reader for opcode, reader in list(TRANSFERS.ite
 
 
 class Target:
-    """One target name with its logical units; a test changes `units` while the guest runs."""
+    """One target name with its logical units; a test changes the members while the guest runs.
+
+    Each command takes `seconds_an_answer`, any number of them at the same time; the units whose numbers are in `silent`
+    swallow every command.
+    """
 
     def __init__(self, name, units):
         self.name = name
         self.units = dict(units)
+        self.seconds_an_answer = 0
+        self.silent = frozenset()
 
     def execute(self, lun, block, data_out):
-        """Carries out one command for one logical unit number."""
+        """Carries out one command for one logical unit number; None when nothing is ever said to it."""
+        if lun in self.silent:
+            return None
         unit = self.units.get(lun)
         if block[0] == 0xA0:
             return good(self._report_luns())
@@ -203,9 +213,28 @@ class Connection:
         self._expected_command = 0
         self._segment_bytes = 8192
         self._waiting = collections.deque()
+        self._sending = threading.Lock()
+        self._late_answers = queue.SimpleQueue()
+        threading.Thread(target=self._answer_late, daemon=True).start()
 
     def serve(self):
         """Answers requests until the initiator logs out or goes away."""
+        try:
+            self._serve()
+        finally:
+            self._late_answers.put(None)
+
+    def _answer_late(self):
+        """Sends the answers that take their time, in the order of the commands."""
+        while late := self._late_answers.get():
+            due, pdu, reply = late
+            time.sleep(max(due - time.monotonic(), 0))
+            try:
+                self._answer(pdu, reply)
+            except (OSError, ValueError):
+                return
+
+    def _serve(self):
         answers = {NOP_OUT: self._nop, SCSI_COMMAND: self._scsi_command, TASK_REQUEST: self._task_request,
                    LOGIN_REQUEST: self._login, TEXT_REQUEST: self._text}
         while True:
@@ -238,6 +267,10 @@ class Connection:
 
     def _send(self, opcode, flags, task_tag, data=b"", response=b"\0\0", lun_field=bytes(8),
               transfer_tag=0, tail=(0, 0, 0), carries_status=True):
+        with self._sending:
+            self._send_alone(opcode, flags, task_tag, data, response, lun_field, transfer_tag, tail, carries_status)
+
+    def _send_alone(self, opcode, flags, task_tag, data, response, lun_field, transfer_tag, tail, carries_status):
         most = (self._expected_command + COMMAND_WINDOW) & 0xFFFFFFFF
         header = struct.pack(">BB2sI8s4sIIII", opcode, flags, response, len(data), lun_field, task_tag,
                              transfer_tag, self._status_number, self._expected_command, most)
@@ -290,6 +323,14 @@ class Connection:
         reads = bool(pdu.flags & READ_FLAG)
         data_out = b"" if reads else self._collect_data_out(pdu)
         reply = self._target.execute(pdu.lun, pdu.command_block, data_out)
+        if reply and self._target.seconds_an_answer:
+            self._late_answers.put((time.monotonic() + self._target.seconds_an_answer, pdu, reply))
+        elif reply:
+            self._answer(pdu, reply)
+        return True
+
+    def _answer(self, pdu, reply):
+        reads = bool(pdu.flags & READ_FLAG)
         data = reply.data[:pdu.expected_bytes] if reads else b""
         missing = pdu.expected_bytes - len(data) if reads else 0
         if reply.status == GOOD and data:
@@ -298,7 +339,6 @@ class Connection:
             sense = struct.pack(">H", len(reply.sense)) + reply.sense if reply.sense else b""
             self._send(SCSI_RESPONSE, FINAL | (UNDERFLOW if missing else 0), pdu.task_tag, sense,
                        response=bytes([0, reply.status]), tail=(0, 0, missing))
-        return True
 
     def _send_data_in(self, pdu, data, missing):
         """Sends the data in segments; the last one carries the status, so that no response of its own is needed."""

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <stdexcept>
 
 #include "device_host.h"
@@ -321,6 +322,33 @@ TEST(AnsweringHost, AsksADeviceListedTwiceOnce) {
     AnsweringHost answering(machine, {}, {});
     answering.ask(asking({"/dev/sda", "/dev/sda"}, converse));
     EXPECT_EQ(answering.asked(), 1U);
+}
+
+// Where the results lie in the memory that the workers share with their parent.
+unsigned char* sharedResults() {
+    std::ifstream maps("/proc/self/maps");
+    unsigned char* memory = nullptr;
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("rw-s") != std::string::npos && line.find("/dev/zero") != std::string::npos) {
+            memory = reinterpret_cast<unsigned char*>(std::stoull(line, nullptr, 16));
+        }
+    }
+    return memory + 64 + recording::Board::kSeats * 16 + 64;
+}
+
+TEST(AnsweringHost, GivesUpADeviceWhoseAnswersHaveBecomeGarbage) {
+    Machine machine(oneDisk());
+    AnsweringHost answering(machine, {1, 10}, {});
+    answering.ask(asking({"/dev/sda", "/dev/sdb"}, [](const std::string& name) {
+        converse(name);
+        if (name == "/dev/sdb") {
+            std::memset(sharedResults(), 0xff, 64);  // the answers of the first
+        }
+    }));
+    EXPECT_EQ(answering.openDevice("/dev/sda", kReadWrite), -ETIMEDOUT);
+    EXPECT_EQ(answering.givenUp(), std::set<std::string>{"/dev/sda"});
+    EXPECT_EQ(answering.openDevice("/dev/sda", OpenMode::kReadOnly), -ETIMEDOUT);
+    EXPECT_EQ(conversation(answering, "/dev/sdb"), conversation(machine, "/dev/sdb"));
 }
 
 TEST(AnsweringHost, LeavesWhatAnInterviewDidNotComeToToTheDevice) {

@@ -338,6 +338,19 @@ TEST(CliAsking, ASilentDiskIsNoDeadAddress) {
               "scsitool: 1 removal refused, nothing was done; --force does it all the same\n");
 }
 
+TEST(CliAsking, ADiskWhoseWorkerEndsTwiceIsNamed) {
+    SickMachine machine(manyDisks(20));
+    machine.hangs = [](const std::string& path) {
+        if (path == "/dev/sdaaf") {
+            std::abort();
+        }
+        return false;
+    };
+    const CliResult result = test::runCli({"devices"}, machine);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "scsitool: 1 of 21 disks did not answer: /dev/sdaaf\n");
+}
+
 TEST(CliAsking, WithoutProcessesDisksAreAskedHereAndThatIsSaid) {
     SickMachine machine(manyDisks(5));
     const CliResult whole = test::runCli({"devices"}, machine);
@@ -388,6 +401,21 @@ TEST(CliAsking, ProgressTellsHowManyAndSinceWhen) {
     const CliResult result = test::runCli({"--deadline", "2", "disks"}, machine, surroundings);
     EXPECT_THAT(result.err, testing::HasSubstr("asking 1 of 21 disks (/dev/sdaad for 0 s)"));
     EXPECT_THAT(result.err, testing::HasSubstr("asking 1 of 21 disks (/dev/sdaad for 1 s)"));
+}
+
+TEST(CliAsking, ACaptureWaitsForASilentDiskOnce) {
+    const TempFolder folder;
+    SickMachine machine(manyDisks(3));
+    machine.hangs = [](const std::string& path) { return path == "/dev/sdaab"; };
+    const std::uint64_t begun = host::monotonicMilliseconds();
+    const CliResult result =
+        test::runCli({"--deadline", "1", "capture", folder.path("host")}, machine);
+    EXPECT_LT(host::monotonicMilliseconds() - begun, 1900U);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.err, testing::HasSubstr(" disks did not answer: /dev/sdaab\n"));
+    const auto recorded = nlohmann::json::parse(folder.read("host"));
+    EXPECT_EQ(recorded["devices"]["/dev/sdaab"]["open_errno"], ETIMEDOUT);
+    EXPECT_FALSE(recorded["devices"]["/dev/sdaaa"].contains("open_errno"));
 }
 
 }  // namespace

@@ -135,6 +135,25 @@ TEST(Round, GivesUpWhatDoesNotEndInTimeAndNoOther) {
     EXPECT_EQ(count(round, End::kGivenUp), 1U);
 }
 
+// Who is stopped on a terminal and goes on later has not waited meanwhile, nor was anything asked.
+TEST(Round, DoesNotCountTheTimeInWhichItsProcessIsStopped) {
+    Round round(names(2),
+                [](const std::string& name) {
+                    ::usleep(300'000);
+                    if (name == "disk1") {
+                        ::kill(::getppid(), SIGSTOP);
+                        ::usleep(1'300'000);
+                        ::kill(::getppid(), SIGCONT);
+                    } else {
+                        ::usleep(1'500'000);
+                    }
+                    return echo(name);
+                },
+                {2, 1}, {});
+    round.settle();
+    expectAllSaid(round);
+}
+
 TEST(Round, WaitsOnWithoutADeadline) {
     Round round(names(2),
                 [](const std::string& name) {
@@ -250,14 +269,17 @@ TEST(Round, ThatCannotForkLeavesAllToItsCaller) {
 TEST(Round, LeavesWhatIsTooLongToItsCaller) {
     Round round(names(3),
                 [](const std::string& name) {
-                    return std::string(Board::kLargestResult + indexOf(name) - 1, 'x');
+                    return name == "disk1"
+                               ? echo(name)
+                               : std::string(Board::kLargestResult + indexOf(name) / 2, 'x');
                 },
                 {}, {});
     round.settle();
     std::string text;
     EXPECT_EQ(round.settle(0), End::kAnswered);
     EXPECT_TRUE(round.answer(0, text));
-    EXPECT_EQ(text.size(), Board::kLargestResult - 1);
+    EXPECT_EQ(text.size(), Board::kLargestResult);
+    EXPECT_EQ(round.settle(1), End::kAnswered);
     EXPECT_EQ(round.settle(2), End::kNotAsked);
     EXPECT_FALSE(round.answer(2, text));
 }
@@ -295,6 +317,36 @@ TEST(Board, GivesNoResultThatLiesElsewhere) {
     EXPECT_EQ(board.state(0), Board::State::kDone);
     EXPECT_EQ(board.state(1), Board::State::kOpen);
     EXPECT_EQ(board.ended(), 1U);
+}
+
+// What a worker may do to the memory that it shares: whatever stands there, nothing is read past
+// it.
+TEST(Board, StandsAnythingThatAWorkerWritesThere) {
+    for (unsigned seed = 0; seed < 50; ++seed) {
+        Board board(4);
+        ASSERT_TRUE(board.isThere());
+        board.seat(0);
+        board.put(0, 1, "result");
+        unsigned state = seed * 2654435761U + 1;
+        unsigned char* const bytes = board.shared();
+        // The queue's head, all seats and the slots; the results behind them are bytes anyway.
+        const std::size_t control = 64 + Board::kSeats * 16 + 64;
+        for (std::size_t i = 0; i < control; ++i) {
+            state = state * 1103515245U + 12345U;
+            bytes[i] = seed == 0 ? 0xff : static_cast<unsigned char>(state >> 16);
+        }
+        std::string text;
+        for (std::size_t item = 0; item < 4; ++item) {
+            board.state(item);
+            if (board.result(item, text)) {
+                EXPECT_LE(text.size(), Board::kLargestResult);
+            }
+        }
+        EXPECT_LE(board.taken(), 4U);
+        for (std::size_t seat = 0; seat < Board::kSeats; ++seat) {
+            EXPECT_LT(board.at(seat).item, 4U);
+        }
+    }
 }
 
 TEST(Board, HandsOutItsQueueOnce) {

@@ -8,9 +8,9 @@
 
 #include "scsitool/host/export.h"
 
-/// Processes that a program with one thread forks from itself to do something that may never end: a
-/// request to a dead disk holds its process in uninterruptible sleep, where not even SIGKILL is
-/// noticed. Nothing here waits for one.
+/// Processes that a program forks from itself to do something that may never end: a request to a
+/// dead disk holds its process in uninterruptible sleep, where not even SIGKILL is noticed. Nothing
+/// here waits for one.
 namespace host {
 
 /// Memory that a process shares with those that it forks, all zeros at first. It costs what is
@@ -42,7 +42,9 @@ class SCSITOOL_EXPORT WorkerProcess {
     WorkerProcess(WorkerProcess&& other) noexcept;
     WorkerProcess& operator=(WorkerProcess&& other) noexcept;
 
-    /// Forks a process that does `work` and ends. 0 or a negated errno. The caller has one thread.
+    /// Forks a process that does `work` and ends. 0 or a negated errno. Other threads of the caller
+    /// are not there in it: `work` must not wait for what one of them holds. It ends with the
+    /// thread that started it.
     int start(const std::function<void()>& work);
     /// Tells whether it has ended, and reaps it; true also when none was started.
     bool hasEnded();

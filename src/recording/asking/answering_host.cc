@@ -48,10 +48,12 @@ void AnsweringHost::ask(Asking asking) {
 
 void AnsweringHost::begin(const Asking::List& list) {
     m_isStale = false;
+    std::vector<std::string> listed = list();
     std::vector<std::string> names;
-    for (std::string& name : list()) {
+    names.reserve(listed.size());
+    m_items.reserve(listed.size());
+    for (std::string& name : listed) {
         if (!isGivenUp(name) && m_items.emplace(name, names.size()).second) {
-            m_asked.insert(name);
             names.push_back(std::move(name));
         }
     }
@@ -74,10 +76,21 @@ void AnsweringHost::forget() {
     for (const std::string& name : givenUp()) {
         giveUp(name);
     }
-    m_round.reset();
+    if (m_round != nullptr) {
+        m_asked.insert(m_asked.end(), m_round->names().begin(), m_round->names().end());
+        m_round.reset();
+    }
     m_items.clear();
     m_transcripts.clear();
     m_isStale = static_cast<bool>(m_asking.interview);
+}
+
+std::size_t AnsweringHost::asked() const {
+    std::set<std::string> all(m_asked.begin(), m_asked.end());
+    if (m_round != nullptr) {
+        all.insert(m_round->names().begin(), m_round->names().end());
+    }
+    return all.size();
 }
 
 std::set<std::string> AnsweringHost::givenUp() const {

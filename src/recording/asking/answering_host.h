@@ -36,7 +36,7 @@ struct Asking {
 /// name. An effect on the host makes all other answers worthless: they are asked again when the
 /// next device is opened for reading and writing, as the discovery does it.
 ///
-/// For one thread, the only one of its process.
+/// For one thread.
 class AnsweringHost : public host::ForwardingHost {
   public:
     /// The inner host must outlive this one; it is what the devices are asked on. `told` may be
@@ -50,7 +50,7 @@ class AnsweringHost : public host::ForwardingHost {
     /// The devices that did not answer in time.
     std::set<std::string> givenUp() const;
     /// How many were asked in all.
-    std::size_t asked() const { return m_asked.size(); }
+    std::size_t asked() const;
     /// The errno of the fork because of which this process asks devices itself; 0 for none.
     int forkError() const { return m_forkError; }
 
@@ -93,7 +93,7 @@ class AnsweringHost : public host::ForwardingHost {
     std::vector<std::shared_ptr<Transcript>> m_transcripts;
     std::map<int, Open> m_open;
     int m_nextDescriptor;
-    std::set<std::string> m_asked;
+    std::vector<std::string> m_asked;  // in the rounds before this one; some more than once
     std::set<std::string> m_givenUp;
     std::vector<host::DeviceNumber> m_givenUpNumbers;
     int m_forkError = 0;

@@ -43,7 +43,6 @@ void Board::seat(std::size_t seat) {
 }
 
 bool Board::take(std::size_t seat, std::size_t& item) {
-    sit(seat, kBetween);
     // Looked at first, or those that find nothing would count on for ever.
     if (m_head->next >= m_items || (item = m_head->next++) >= m_items) {
         sit(seat, kLeft);
@@ -68,7 +67,7 @@ void Board::put(std::size_t seat, std::size_t item, const std::string& result) {
         std::memcpy(m_results + slot.offset, result.data(), result.size());
         slot.state = static_cast<std::uint32_t>(State::kDone);
     }
-    sit(seat, kBetween);
+    m_seats[seat].item = kBetween;
     if (++m_head->ended == m_head->wakeAt) {
         host::wakeWaiting(m_head->ended);
     }

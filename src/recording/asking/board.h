@@ -29,7 +29,7 @@ class Board {
         bool hasItem = false;
         bool hasLeft = false;  ///< it takes no item any more
         std::size_t item = 0;
-        std::uint64_t since = 0;  ///< of the item, or of what it does between two (milliseconds)
+        std::uint64_t since = 0;  ///< of the item in hand, or of the last one (milliseconds)
     };
 
     explicit Board(std::size_t items);
@@ -53,6 +53,8 @@ class Board {
     State state(std::size_t item) const;
     /// False for a result that is none.
     bool result(std::size_t item, std::string& result) const;
+    /// All of the memory that is shared, for a test of what a worker may write there.
+    unsigned char* shared() const { return m_memory.data(); }
     /// Waits until that many items have ended, but not long; may come back early.
     void waitFor(std::size_t ended, unsigned milliseconds);
 

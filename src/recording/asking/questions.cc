@@ -37,7 +37,16 @@ std::size_t responseRoom(const host::CommandBuffer& buffer) {
     return std::min<std::size_t>(lengthAt(buffer, sizeof(std::uint32_t)), buffer.size() - kHeader);
 }
 
+// Most of a response is zeros: they are passed over a word at a time.
 std::string withoutLastZeros(const std::uint8_t* bytes, std::size_t length) {
+    std::uint64_t word = 0;
+    while (length >= sizeof word) {
+        std::memcpy(&word, bytes + length - sizeof word, sizeof word);
+        if (word != 0) {
+            break;
+        }
+        length -= sizeof word;
+    }
     while (length > 0 && bytes[length - 1] == 0) {
         --length;
     }

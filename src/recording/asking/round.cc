@@ -23,7 +23,11 @@ constexpr std::size_t kFastWorkers = 2;
 constexpr std::size_t kManyDevices = 256;
 constexpr std::size_t kVeryFastDevices = 20;  // a millisecond
 constexpr std::size_t kAhead = 64;
+constexpr std::uint64_t kFirstWindow = 3;  // a process takes a while to begin
 constexpr std::uint64_t kWindow = 4;
+
+// A wait that takes so long was one of a process that somebody stopped, and its workers with it.
+constexpr std::uint64_t kLongestWait = 1000;
 
 constexpr std::uint64_t kReapAge = 20;
 constexpr std::uint64_t kForkAgain = 100;
@@ -108,7 +112,7 @@ bool Round::isWaiting() const {
 void Round::measure() {
     const std::uint64_t elapsed = m_view.now - m_measuredAt;
     const bool isFirst = m_measuredAt == m_begun;
-    if (elapsed >= (isFirst ? 1 : kWindow)) {
+    if (elapsed >= (isFirst ? kFirstWindow : kWindow)) {
         const std::size_t ended = m_board.ended();
         m_rate = (ended - std::min(ended, m_endedThen)) / elapsed;
         m_endedThen = ended;
@@ -126,6 +130,10 @@ void Round::look() {
     m_view.now = host::monotonicMilliseconds();
     m_view.oldest = m_view.now;
     m_view.stuck = stuck;
+    if (m_waitedAt != 0 && m_view.now > m_waitedAt + kLongestWait) {
+        m_pardoned += m_view.now - m_waitedAt;
+    }
+    m_waitedAt = 0;
     std::size_t stuckNow = 0;
     for (auto worker = m_workers.begin(); worker != m_workers.end();) {
         const auto one = worker++;
@@ -153,7 +161,7 @@ bool Round::stays(Worker& worker, View& view) {
     if (sight.hasLeft) {
         return false;
     }
-    const std::uint64_t age = view.now - std::min(sight.since, view.now);
+    const std::uint64_t age = ageOf(worker, std::min(sight.since, view.now));
     if (m_limits.deadline != 0 && age >= m_limits.deadline * kSecond) {
         giveUpAt(worker, sight);
         return false;
@@ -174,6 +182,15 @@ bool Round::stays(Worker& worker, View& view) {
     view.active += age < std::max(patience, kShortestPatience) ? 1U : 0U;
     view.waiting += sight.hasItem ? 0U : 1U;
     return true;
+}
+
+std::uint64_t Round::ageOf(Worker& worker, std::uint64_t since) const {
+    if (worker.since != since) {
+        worker.since = since;
+        worker.pardoned = m_pardoned;
+    }
+    const std::uint64_t age = m_view.now - since;
+    return age - std::min(age, m_pardoned - worker.pardoned);
 }
 
 void Round::giveUpAt(Worker& worker, const Board::Sight& sight) {
@@ -291,6 +308,7 @@ void Round::wait(std::size_t ended) {
     constexpr unsigned kShort = 1;
     constexpr unsigned kLong = 10;
     constexpr std::size_t kManyWorkers = 128;
+    m_waitedAt = host::monotonicMilliseconds();
     const bool isEarly = m_view.now - m_begun < kReapAge;
     m_board.waitFor(ended, isEarly && m_workers.size() < kManyWorkers ? kShort : kLong);
 }

@@ -35,7 +35,7 @@ struct AskingProgress {
 /// an end within the deadline is given up. Its process is killed and left behind; nothing ever
 /// waits for it. What a process had in hand when it ended by itself is given to another once.
 ///
-/// For one thread, the only one of its process.
+/// For one thread. What asks a device must not wait for what another thread of the process holds.
 class Round {
   public:
     /// Asks a device, in a process of its own, and gives the text that is handed on.
@@ -75,6 +75,8 @@ class Round {
     struct Worker {
         host::WorkerProcess process;
         std::size_t seat = 0;
+        std::uint64_t since = 0;     // as last seen
+        std::uint64_t pardoned = 0;  // what was pardoned to all by then
     };
     enum class Fate : std::uint8_t { kOpen, kLost, kGivenUp, kNotAsked };
     /// What the workers are at, at one moment.
@@ -89,6 +91,7 @@ class Round {
 
     void look();
     bool stays(Worker& worker, View& view);
+    std::uint64_t ageOf(Worker& worker, std::uint64_t since) const;
     void giveUpAt(Worker& worker, const Board::Sight& sight);
     void reap();
     void lose(std::size_t item);
@@ -121,6 +124,8 @@ class Round {
     std::size_t m_endedThen = 0;
     std::size_t m_rate;  // devices a millisecond, of late
     std::uint64_t m_toldAt = 0;
+    std::uint64_t m_waitedAt = 0;  // when a wait began; 0 outside of any
+    std::uint64_t m_pardoned = 0;  // milliseconds that nobody had
     std::uint64_t m_mayForkAt = 0;
     int m_forkError = 0;
 };

@@ -1,0 +1,122 @@
+"""Many disks of an array that takes its time, asked side by side; one of them silent, and all of them."""
+import statistics
+
+from iscsi_target import Target
+from lab import disks_of
+from lab.initiator import start_initiator
+from lab.job import Hardware
+from plain_unit import plain_unit
+
+TYPICAL_SECONDS = 90
+
+IQN = "iqn.2026-01.lab.example:slow"
+DISKS = 64
+SECONDS_AN_ANSWER = 0.005
+SILENT = 17
+DEADLINE = 3
+# How much longer than the deadline it may take, whatever does not answer.
+GRACE = 2
+ROUNDS = 3
+LEAST_GAIN = 8
+ALONE = "scsitool --jobs 1 --deadline 0"
+# The kernel gives a command of the initiator up and sends it again by then.
+RETRY_SECONDS = 90
+
+target = Target(IQN, {lun: plain_unit(lun, "SLOW") for lun in range(DISKS)})
+
+
+def hardware():
+    """A card on the array's network, one portal."""
+    return Hardware(targets=[target], portals=1)
+
+
+def run(guest, _, checks):
+    """The job."""
+    start_initiator(guest)
+    guest.run(f"iscsiadm -m discovery -t sendtargets -p 10.0.2.100 && iscsiadm -m node -T {IQN} --login")
+    disks_of.wait_for_disks(guest, DISKS)
+    nodes = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "iscsi_tcp"))
+    check_outputs(guest, checks)
+    check_times(guest, checks)
+    everything = guest.scsitool("devices")["devices"]
+    check_one_silent(guest, checks, nodes[SILENT], everything)
+    check_all_silent(guest, checks, nodes)
+    check_end(guest, checks, everything)
+
+
+def seconds_of(guest, script):
+    """How long a script takes in the guest, whatever comes of it."""
+    clock = guest.run(f"begun=$EPOCHREALTIME\n{{ {script}\n}} >/dev/null 2>&1\necho $begun $EPOCHREALTIME").stdout
+    begun, ended = map(float, clock.split())
+    return ended - begun
+
+
+def check_outputs(guest, checks):
+    """Every command prints and traces what it does when it asks one disk after the other."""
+    for command in ("devices", "volumes", "disks", "inquiry /dev/sda", "explain /dev/sdb", "rescan --changes"):
+        told = guest.run(f"{ALONE} --trace 9 --trace-file /run/alone {command} >/run/alone.out 2>/run/alone.err\n"
+                         f"scsitool --trace 9 --trace-file /run/asked {command} >/run/asked.out 2>/run/asked.err\n"
+                         "for kind in '' .out .err; do cmp /run/alone$kind /run/asked$kind; done\n"
+                         "[ -s /run/asked ] && [ -s /run/asked.out ]", status=None)
+        checks.equal(f"{command}: output and trace are the same", str(told.stdout + told.stderr), "")
+
+
+def check_times(guest, checks):
+    """Side by side is faster; what others take for the same disks stands beside it."""
+    target.seconds_an_answer = SECONDS_AN_ANSWER
+    ways = {
+        "scsitool --jobs 1 --deadline 0 devices": f"{ALONE} devices",
+        "scsitool devices": "scsitool devices",
+        "lsscsi -U": "lsscsi -U",
+        "lsblk -J": "lsblk -J",
+        "sg_inq, once a disk": "for disk in /dev/sd*; do sg_inq $disk; done",
+    }
+    taken = {what: [] for what in ways}
+    for _ in range(ROUNDS):
+        for what, script in ways.items():
+            taken[what].append(seconds_of(guest, script))
+    target.seconds_an_answer = 0
+    medians = {what: statistics.median(values) for what, values in taken.items()}
+    checks.lines += [f"        {seconds:7.3f} s  {what}" for what, seconds in medians.items()]
+    gain = medians["scsitool --jobs 1 --deadline 0 devices"] / medians["scsitool devices"]
+    checks.true(f"{DISKS} disks that take {SECONDS_AN_ANSWER * 1000:.0f} ms a command: {gain:.1f} times as fast, at least "
+                f"{LEAST_GAIN}", gain >= LEAST_GAIN, taken)
+
+
+def check_one_silent(guest, checks, node, everything):
+    """One disk swallows its commands: it is named, the others are right, and nobody waits for it."""
+    target.silent = frozenset([SILENT])
+    taken = seconds_of(guest, f"scsitool --deadline {DEADLINE} --json devices")
+    checks.true(f"one silent disk costs {taken:.1f} s", DEADLINE <= taken <= DEADLINE + GRACE)
+    answer = guest.run(f"scsitool --deadline {DEADLINE} --json devices", status=3)
+    checks.equal("it is named", answer.stderr, f"scsitool: 1 of {DISKS} disks did not answer: {node}\n")
+    checks.equal("so in the document", answer.json["unanswered"], [{"name": node, "seconds": DEADLINE}])
+    checks.equal("all others are right", answer.json["devices"],
+                 [device for device in everything if device["name"] != node])
+    check_left_behind(guest, checks, "one silent disk")
+    healthy = everything[0]["name"]
+    checks.true("the lock is free", seconds_of(guest, f"{ALONE} devices {healthy}") < GRACE)
+
+
+def check_all_silent(guest, checks, nodes):
+    """No disk answers any more."""
+    target.silent = frozenset(range(DISKS))
+    taken = seconds_of(guest, f"scsitool --deadline {DEADLINE} --json devices")
+    checks.true(f"{DISKS} silent disks cost {taken:.1f} s", DEADLINE <= taken <= DEADLINE + GRACE)
+    answer = guest.run(f"scsitool --deadline {DEADLINE} --json devices", status=None)
+    checks.equal("all are named", {one["name"] for one in answer.json["unanswered"]}, set(nodes.values()))
+    check_left_behind(guest, checks, "all silent")
+
+
+def check_left_behind(guest, checks, when):
+    """What is left of the command hangs in the kernel, and nothing else of it runs."""
+    states = guest.run("for stat in /proc/[0-9]*/stat; do\n"
+                       "  read -r _ name state _ <$stat && [ $name = '(scsitool)' ] && echo $state\ndone; true").stdout
+    checks.true(f"{when}: nothing runs on but what hangs in the kernel", set(states.split()) <= {"D"}, states)
+
+
+def check_end(guest, checks, everything):
+    """When the disks answer again, what hung ends and all is as before."""
+    target.silent = frozenset()
+    guest.wait_for("the processes that hung", "! pidof scsitool >/dev/null", RETRY_SECONDS)
+    checks.equal("the disks are all there again", guest.scsitool("devices")["devices"], everything)
