@@ -13,6 +13,7 @@ const std::vector<TourStep>& tourSteps() {
         {"targets", askTargets},
         {"processes", askProcesses},
         {"guard", askGuard},
+        {"prune", askPrune},
         {"links", askLinks},
         {"doctor", askDoctor},
     };

@@ -36,6 +36,7 @@ void askTargets(host::Host& host);       ///< what exports or pools block device
 void askProcesses(host::Host& host);     ///< which devices processes have open
 void askGuard(host::Host& host);         ///< what a removal of each disk and map is judged by
 void askDoctor(host::Host& host);        ///< what works, and what is wrong
+void askPrune(host::Host& host);         ///< whether each disk and map is gone or stale
 void askLinks(host::Host& host);         ///< the names that udev gives
 
 }  // namespace cli

@@ -370,7 +370,7 @@ TEST_F(RecordedHostTest, RefusesAnExclusiveOpenOfADeviceInUseAndNoOther) {
     data.devices["/dev/sdb"].inUse = true;
     data.devices["/dev/sdb"].openError = ENXIO;
     EXPECT_EQ(host().openDevice("/dev/sda", OpenMode::kReadOnlyExclusive), -EBUSY);
-    EXPECT_EQ(host().openDevice("/dev/sdb", OpenMode::kReadOnlyExclusive), -ENXIO);
+    EXPECT_EQ(host().openDevice("/dev/sdb", OpenMode::kReadOnlyExclusive), -EBUSY);
     EXPECT_EQ(host().openDescriptors(), 0U);
     for (const OpenMode mode :
          {OpenMode::kReadWriteNonBlocking, OpenMode::kReadOnly, OpenMode::kReadOnlyNonBlocking}) {
@@ -629,6 +629,17 @@ TEST_F(RecordedHostTest, AnswersAnSgIoRequestByItsCommandBlock) {
     request.data.assign(2, kPoison);
     EXPECT_EQ(host().sgIo(descriptor, request), 0);
     EXPECT_EQ(request.data, (Bytes{1, 2}));
+}
+
+// The order of the kernel: rights, who claims the device, the driver.
+TEST_F(RecordedHostTest, RefusesAClaimBeforeTheDriverIsAsked) {
+    data.devices["/dev/sda"].inUse = true;
+    data.devices["/dev/sda"].openError = ENXIO;
+    data.devices["/dev/sdb"].inUse = true;
+    data.devices["/dev/sdb"].openError = EACCES;
+    EXPECT_EQ(host().openDevice("/dev/sda", OpenMode::kReadOnlyExclusive), -EBUSY);
+    EXPECT_EQ(host().openDevice("/dev/sda", OpenMode::kReadOnly), -ENXIO);
+    EXPECT_EQ(host().openDevice("/dev/sdb", OpenMode::kReadOnlyExclusive), -EACCES);
 }
 
 TEST_F(RecordedHostTest, EndsAnSgIoRequestAsItIsRecorded) {

@@ -233,6 +233,19 @@ TEST(RecordingHost, RecordsWhoIsInUse) {
     EXPECT_EQ(recorder.data().devices.at("/dev/sda").openError, 0);
 }
 
+// A path of a mounted map whose session is gone.
+TEST(RecordingHost, RecordsADiskThatIsInUseAndDoesNotOpen) {
+    RecordedHostData data = oneDisk({});
+    data.devices["/dev/sda"].inUse = true;
+    data.devices["/dev/sda"].openError = ENXIO;
+    Scripted inner(data);
+    RecordingHost recorder(inner);
+    EXPECT_EQ(recorder.openDevice("/dev/sda", OpenMode::kReadOnlyNonBlocking), -ENXIO);
+    EXPECT_EQ(recorder.openDevice("/dev/sda", OpenMode::kReadOnlyExclusive), -EBUSY);
+    EXPECT_TRUE(recorder.data().devices.at("/dev/sda").inUse);
+    EXPECT_EQ(recorder.data().devices.at("/dev/sda").openError, ENXIO);
+}
+
 host::CommandResult printed(const std::string& line, int waitStatus = 0, bool timedOut = false) {
     host::CommandResult result;
     result.lines = {line};

@@ -82,7 +82,7 @@ void RecordingHost::noteOpen(const std::string& path, host::OpenMode mode, int r
         node.opened = true;
         node.openedToWrite = node.openedToWrite || writes;
     } else if (mode == host::OpenMode::kReadOnlyExclusive && result == -EBUSY) {
-        node.opened = true;
+        // The kernel refuses it before it asks the driver, and so it tells nothing of an open.
         node.device.inUse = true;
     } else if (writes) {
         node.device.writeError = -result;

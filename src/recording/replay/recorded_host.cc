@@ -61,16 +61,17 @@ int RecordedHost::openDevice(const std::string& path, host::OpenMode mode) {
         return entry.error != 0 ? -entry.error : -ENOENT;
     }
     const RecordedDevice& device = entry.node->device;
+    const bool isExclusive = mode == host::OpenMode::kReadOnlyExclusive;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    // As in the kernel: rights first, then who claims the device, and the driver last.
+    if (isExclusive && !isMissingRight(device.openError) && isClaimed(device)) {
+        return -EBUSY;
+    }
     if (device.openError != 0) {
         return -device.openError;
     }
     if (device.writeError != 0 && mode == host::OpenMode::kReadWriteNonBlocking) {
         return -device.writeError;
-    }
-    const bool isExclusive = mode == host::OpenMode::kReadOnlyExclusive;
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (isExclusive && isClaimed(device)) {
-        return -EBUSY;
     }
     const int descriptor = m_nextDescriptor++;
     m_descriptors[descriptor] = {entry.node, isExclusive};
