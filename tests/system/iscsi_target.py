@@ -70,6 +70,7 @@ class LogicalUnit:
     """A disk: its INQUIRY data, its VPD pages by code, vendor commands by command block, and its blocks."""
 
     def __init__(self, standard_inquiry, pages, vendor_commands=None, size_bytes=DEFAULT_SIZE_BYTES):
+        self.is_write_protected = False
         self.standard_inquiry = standard_inquiry
         self.pages = pages
         self.vendor_commands = vendor_commands or {}
@@ -105,11 +106,14 @@ class LogicalUnit:
     def _read_capacity_16(self, _):
         return good(struct.pack(">QI20x", self.blocks - 1, BLOCK_BYTES))
 
+    def _protection(self):
+        return 0x80 if self.is_write_protected else 0
+
     def _mode_sense_6(self, _):
-        return good(bytes([3, 0, 0, 0]))
+        return good(bytes([3, 0, self._protection(), 0]))
 
     def _mode_sense_10(self, _):
-        return good(bytes([0, 6]) + bytes(6))
+        return good(bytes([0, 6, 0, self._protection()]) + bytes(4))
 
     def _transfer(self, block, data_out):
         first, count = TRANSFERS[block[0]](block)
@@ -146,7 +150,7 @@ class Target:
     """One target name with its logical units; a test changes the members while the guest runs.
 
     Each command takes `seconds_an_answer`, any number of them at the same time; the units whose numbers are in `silent`
-    swallow every command.
+    swallow every command; a portal whose number (from 1) is in `dead_portals` loses its connections and takes no other.
     """
 
     def __init__(self, name, units):
@@ -154,6 +158,7 @@ class Target:
         self.units = dict(units)
         self.seconds_an_answer = 0
         self.silent = frozenset()
+        self.dead_portals = set()
 
     def execute(self, lun, block, data_out):
         """Carries out one command for one logical unit number; None when nothing is ever said to it."""
@@ -203,11 +208,12 @@ class Pdu:
 class Connection:
     """One connection of an initiator from login to logout."""
 
-    def __init__(self, stream_in, stream_out, targets, portals):
+    def __init__(self, stream_in, stream_out, targets, portals, number):
         self._in = stream_in
         self._out = stream_out
         self._targets = targets
         self._portals = portals
+        self._number = number
         self._target = None
         self._status_number = 1
         self._expected_command = 0
@@ -239,11 +245,16 @@ class Connection:
                    LOGIN_REQUEST: self._login, TEXT_REQUEST: self._text}
         while True:
             pdu = self._waiting.popleft() if self._waiting else self._receive()
+            if self._is_cut():
+                return
             if pdu.opcode == LOGOUT_REQUEST:
                 self._send(LOGOUT_RESPONSE, FINAL, pdu.task_tag)
                 return
             if pdu.opcode not in answers or answers[pdu.opcode](pdu) is False:
                 return
+
+    def _is_cut(self):
+        return self._target is not None and self._number in self._target.dead_portals
 
     def _read(self, count):
         content = b""
@@ -298,6 +309,8 @@ class Connection:
                 self._send(LOGIN_RESPONSE, 0, pdu.task_tag, lun_field=pdu.lun_field,
                            tail=(status_class_and_detail, 0, 0))
                 return False
+        if self._is_cut():
+            return False
         self._segment_bytes = int(wanted.get("MaxRecvDataSegmentLength", self._segment_bytes))
         answer = {key: NEGOTIATED.get(key, value) for key, value in wanted.items()
                   if key not in DECLARED_BY_INITIATOR}
@@ -373,11 +386,11 @@ def _text_data(pairs):
 
 
 class TargetServer:
-    """Serves targets on a Unix socket from the test's own process; used in a `with` statement."""
+    """Serves one portal of targets on a Unix socket from the test's own process; used in a `with` statement."""
 
     program = os.path.abspath(__file__)
 
-    def __init__(self, socket_path, targets, portals):
+    def __init__(self, socket_path, targets, portals, number):
         self.socket_path = socket_path
         names = {target.name: target for target in targets}
 
@@ -386,7 +399,7 @@ class TargetServer:
 
             def handle(self):
                 try:
-                    Connection(self.rfile, self.wfile, names, portals).serve()
+                    Connection(self.rfile, self.wfile, names, portals, number).serve()
                 except (EOFError, ConnectionError):
                     pass
 

@@ -42,6 +42,8 @@ class Guest:
     def __init__(self, machine):
         self._machine = machine
         self._received = b""
+        # The same command on this machine, for captures of the guest.
+        self.outside = None
         line = self._read_line(BOOT_SECONDS)
         if line != "ready":
             raise GuestError(f"the guest's agent said {line!r} instead of \"ready\"")

@@ -67,10 +67,11 @@ def _network(stack, targets, portals):
     forwards = ""
     if targets:
         work = Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="scsitool-net-")))
-        server = stack.enter_context(TargetServer(work / "target", targets, portals))
-        relay = work / "relay"
-        relay.write_text(RELAY_SCRIPT.format(program=server.program, socket=server.socket_path), "utf-8")
-        relay.chmod(0o755)
-        forwards = "".join(f",guestfwd=tcp:{portal}-cmd:{relay}" for portal in portals)
+        for number, portal in enumerate(portals, 1):
+            server = stack.enter_context(TargetServer(work / f"portal{number}", targets, portals, number))
+            relay = work / f"relay{number}"
+            relay.write_text(RELAY_SCRIPT.format(program=server.program, socket=server.socket_path), "utf-8")
+            relay.chmod(0o755)
+            forwards += f",guestfwd=tcp:{portal}-cmd:{relay}"
     return ["-netdev", f"user,id=net0,restrict=on{forwards}",
             "-device", f"virtio-net-pci,netdev=net0,romfile=,mac={MAC_ADDRESS}"]

@@ -21,6 +21,7 @@ from lab.host_tools import require_tools
 from lab.image import open_cache, prepare_image
 from lab.job import Kernel, run_machine
 from lab.machine import Machine
+from lab.outside import Outside
 from lab.proc_scsi import NotOffered, prepare_modules, write_old_release
 
 HERE = Path(__file__).resolve().parent.parent
@@ -84,6 +85,8 @@ def parse_arguments():
     parser.add_argument("--library-dir", dest="lib_dir", type=Path, help="where libscsitool.so.1 lies")
     parser.add_argument("--console-dir", type=Path,
                         help="keep every guest's console, and what it was asked, in this folder")
+    parser.add_argument("--captures-dir", type=Path,
+                        help="keep the captures of guests that jobs took in this folder")
     parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
                         help="machines at a time (default: %(default)s)")
     parser.add_argument("--list", action="store_true", help="list the jobs")
@@ -109,9 +112,10 @@ GuestFiles = collections.namedtuple("GuestFiles", "kernel ramdisk")
 class Laboratory:
     """What all jobs of a run share."""
 
-    def __init__(self, files, console_dir, report):
+    def __init__(self, files, console_dir, outside, report):
         self._files = files
         self._console_dir = console_dir
+        self._outside = outside
         self._report = report
 
     def run_job(self, name):
@@ -124,6 +128,7 @@ class Laboratory:
             files = self._files[hardware.kernel]
             keep = functools.partial(self._keep_console, name)
             with run_machine(files, hardware, keep) as (guest, machine):
+                guest.outside = self._outside
                 job.run(guest, machine, checks)
         except LabError as error:
             checks.fail("the job runs to its end", str(error))
@@ -177,8 +182,11 @@ def run_jobs(arguments, names, report):
     with tempfile.TemporaryDirectory(prefix="scsitool-system-") as folder:
         work = Path(folder)
         overlay = work / "command"
+        outside = None
         if not arguments.build_only:
-            write_command_overlay(find_command(arguments.command), arguments.lib_dir, overlay)
+            command = find_command(arguments.command)
+            outside = Outside(command, arguments.lib_dir, arguments.captures_dir)
+            write_command_overlay(command, arguments.lib_dir, overlay)
         image, modules, old_kernel, names = build_guests(names, work, report)
         if arguments.build_only:
             say(f"the guest is ready in {image.folder}")
@@ -189,7 +197,7 @@ def run_jobs(arguments, names, report):
             ramdisk = concatenate(work / "proc-scsi-ramdisk", [usual.ramdisk, modules])
             files[Kernel.PROC_SCSI] = GuestFiles(image.kernel, ramdisk)
             files[Kernel.OLD_HOST] = GuestFiles(old_kernel, ramdisk)
-        run_in_parallel(Laboratory(files, arguments.console_dir, report), names, arguments.parallel)
+        run_in_parallel(Laboratory(files, arguments.console_dir, outside, report), names, arguments.parallel)
 
 
 def run_in_parallel(laboratory, names, machines):
