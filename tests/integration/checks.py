@@ -7,8 +7,10 @@ import pty
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import tempfile
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -202,6 +204,32 @@ def a_capture_replays_as_its_host(scsitool, samples):
     return problems
 
 
+def an_ended_capture_leaves_the_file_as_it_was(scsitool, _samples):
+    problems = []
+    ended = set()
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        for milliseconds in range(0, 60, 6):
+            with tempfile.TemporaryDirectory() as folder:
+                file = pathlib.Path(folder) / "host.json"
+                file.write_text("old")
+                process = subprocess.Popen([scsitool.program, *sample("families"), "capture", file, "--redact"],
+                                           cwd=ROOT, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+                time.sleep(milliseconds / 1000)
+                process.send_signal(number)
+                message = process.communicate()[1].decode()
+                status = process.returncode
+                ended.add(status)
+                whole = file.read_text()
+                if os.listdir(folder) != ["host.json"]:
+                    problems.append(f"{number.name} after {milliseconds} ms left {os.listdir(folder)}")
+                # Before the handlers stand the signal ends the process by itself.
+                if status == 0 and json.loads(whole)["format"] != "scsitool-host/1":
+                    problems.append(f"{number.name} after {milliseconds} ms: exit status 0 and no capture")
+                if status != 0 and (whole != "old" or status not in (-number, 128 + number)):
+                    problems.append(f"{number.name} after {milliseconds} ms: {status}, {message}, {whole[:40]}")
+    return problems + ([] if len(ended) > 1 else [f"every one ended with {ended}"])
+
+
 def secrets_of(host):
     """Serial numbers and logical-unit names as text and in digits, worked out from the pages."""
     found = {host["hostname"]}
@@ -223,6 +251,7 @@ def secrets_of(host):
 
 CHECKS = (
     a_capture_replays_as_its_host,
+    an_ended_capture_leaves_the_file_as_it_was,
     device_maps_are_those_of_the_samples,
     trace_lines_come_in_their_order,
     hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read,
