@@ -122,14 +122,25 @@ class Capture : public Command {
         }
         const bool written = !context.options.dryRun;
         const std::string text = textOf(data, remarks);
-        const int error = written ? host::replaceFile(m_file, text) : 0;
-        if (error != 0) {
-            failToWrite(m_file, -error);
+        if (written) {
+            write(text);
         }
         return reportOf(data, remarks, written);
     }
 
   private:
+    void write(const std::string& text) const {
+        // Whoever is told that it was ended finds the file as it was.
+        host::ignoreInterruption();
+        if (host::interruption() != 0) {
+            throw OperationError(m_file + ": ended before it was written; nothing was written");
+        }
+        const int error = host::replaceFile(m_file, text);
+        if (error != 0) {
+            failToWrite(m_file, -error);
+        }
+    }
+
     std::string textOf(const RecordedHostData& data,
                        const std::vector<std::string>& remarks) const {
         std::vector<std::string> comment = {"Captured by scsitool " + versionText() +

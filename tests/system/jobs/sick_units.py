@@ -13,7 +13,6 @@ NO_UNIT_AT_TWO = "! sg_turs /dev/sdb && ! sg_turs /dev/sdc"
 OTHER_PAGE = '[ "$(sg_vpd -r -p di /dev/sdb | base64)" != "$(base64 </sys/block/sdb/device/vpd_pg83)" ]'
 
 
-
 class WithdrawnUnit(LogicalUnit):
     """Refuses every command as arrays do for a volume that was taken back."""
 
