@@ -53,7 +53,7 @@ def seconds_of(guest, script):
 
 def check_outputs(guest, checks):
     """Every command prints and traces what it does when it asks one disk after the other."""
-    for command in ("devices", "volumes", "disks", "inquiry /dev/sda", "explain /dev/sdb", "rescan --changes"):
+    for command in ("devices", "volumes", "disks", "inquiry /dev/sda", "explain /dev/sdb", "udid /dev/sdc"):
         told = guest.run(f"{ALONE} --trace 9 --trace-file /run/alone {command} >/run/alone.out 2>/run/alone.err\n"
                          f"scsitool --trace 9 --trace-file /run/asked {command} >/run/asked.out 2>/run/asked.err\n"
                          "for kind in '' .out .err; do cmp /run/alone$kind /run/asked$kind; done\n"
