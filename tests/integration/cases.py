@@ -5,6 +5,11 @@ Every case also runs with --json, and its document is held against the schema.
 
 SAMPLES = ("plain-server", "enterprise", "families", "kernel-2.4", "in-use")
 
+# Captures of sick guests, each with a disk that suffers.
+SICK = {"sick-dead-path": "/dev/sda", "sick-all-paths-down": "/dev/mapper/mpathb",
+        "sick-withdrawn-lun": "/dev/sdb", "sick-remapped-lun": "/dev/sdb",
+        "sick-far-lun": "/dev/sdc", "sick-write-protected": "/dev/sdb", "sick-slow-array": "/dev/sdd"}
+
 
 def on(sample, *arguments):
     return ["--host", f"samples/{sample}.json", *arguments]
@@ -19,6 +24,15 @@ def sample_cases():
             yield f"{sample}.{'_'.join(command).replace('--', '')}", on(sample, *command)
 
 
+def sick_cases():
+    for sample, node in SICK.items():
+        for command in (["devices"], ["volumes"], ["disks"], ["bus"], ["inquiry", node], ["explain", node],
+                        ["udid", node], ["validate", node], ["doctor"], ["--dry-run", "prune"],
+                        ["--dry-run", "remove-dead", "--lun0"], ["--dry-run", "flush-multipath"]):
+            words = [word for word in command if word[0] != "/"]
+            yield f"{sample}.{'_'.join(words).replace('--', '').replace('dry-run', 'dry')}", on(sample, *command)
+
+
 # Target and LUN of the disks of that host: each is used in another way, the last two are unused.
 IN_USE = ("0:0", "0:1", "0:2", "0:3", "1:0", "1:1", "2:0", "2:1", "3:0", "3:1", "3:2", "3:3", "3:4",
           "4:0", "4:1", "4:2", "5:1", "6:1", "7:1", "9:1", "10:1")
@@ -31,7 +45,7 @@ def use_cases():
                on("in-use", "remove-address", "0", "0", target, lun))
 
 
-CASES = dict(sample_cases()) | dict(use_cases()) | {
+CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | {
     "inquiry": on("enterprise", "inquiry", "/dev/sdb"),
     "inquiry_hex": on("enterprise", "inquiry", "/dev/sdb", "--hex"),
     "inquiry_hex_page": on("enterprise", "inquiry", "/dev/sdb", "--hex", "--page", "83"),

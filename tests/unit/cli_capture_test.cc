@@ -15,8 +15,18 @@ using test::CliResult;
 using test::runCli;
 using test::TempFolder;
 
-constexpr const char* kSamples[] = {"plain-server", "enterprise", "families", "kernel-2.4",
-                                    "in-use"};
+constexpr const char* kSamples[] = {"plain-server",
+                                    "enterprise",
+                                    "families",
+                                    "kernel-2.4",
+                                    "in-use",
+                                    "sick-dead-path",
+                                    "sick-all-paths-down",
+                                    "sick-withdrawn-lun",
+                                    "sick-remapped-lun",
+                                    "sick-far-lun",
+                                    "sick-write-protected",
+                                    "sick-slow-array"};
 
 std::string samplePath(const std::string& name) {
     return std::string(SCSITOOL_SAMPLES) + "/" + name + ".json";

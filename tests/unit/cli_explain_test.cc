@@ -152,7 +152,7 @@ TEST(CliExplain, EveryDeviceOfEverySampleEndsInTheUdidOfItsDeviceMap) {
         CliMachine machine({});
         const std::string host = entry.path().string();
         const auto devices = machine.run({"--host", host, "devices", "--json"}).json()["devices"];
-        EXPECT_GE(devices.size(), 2U) << host;
+        EXPECT_FALSE(devices.empty()) << host;
         for (const auto& device : devices) {
             const std::string name = device["name"];
             const CliResult result = machine.run({"--host", host, "explain", name});

