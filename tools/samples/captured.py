@@ -14,5 +14,4 @@ CAPTURED = {
                           "low byte is that of LUN 44, which is there, too.",
     "sick-write-protected": LAB + "LUN 1 is write-protected.",
     "sick-slow-array": LAB + "Four volumes of an array that takes 0.2 seconds for every command.",
-    "sick-silent-disk": LAB + "LUN 1 swallows every command since the kernel found it.",
 }
