@@ -83,6 +83,10 @@ bool isZero(const Bytes& bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
+Bytes responseIn(const host::CommandBuffer& buffer) {
+    return {buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength};
+}
+
 // SCSI_IOCTL_SEND_COMMAND hands zeros over for a command that never reached the disk; SG_IO also
 // tells whether there was nothing to reach or only no answer in time.
 Answer askWhyZero(host::Host& host, const std::string& node) {
@@ -129,12 +133,9 @@ Answer parseStandardInquiry(const Bytes& bytes) {
     return answer;
 }
 
-Answer askDisk(Evidence& evidence, const std::string& node) {
-    host::CommandBuffer buffer = inquiry(false, 0, kStandardLength);
-    const int result = ask(evidence.host(), node, buffer);
+Answer standardAnswer(int result, const host::CommandBuffer& buffer) {
     if (result == 0) {
-        const Bytes bytes(buffer.begin() + kHeader, buffer.begin() + kHeader + kStandardLength);
-        return isZero(bytes) ? askWhyZero(evidence.host(), node) : parseStandardInquiry(bytes);
+        return parseStandardInquiry(responseIn(buffer));
     }
     if (result == kCheckCondition && saysNotSupported(buffer.data() + kHeader)) {
         Answer answer = without(Kind::kGone, "INQUIRY ended with LOGICAL UNIT NOT SUPPORTED");
@@ -142,12 +143,24 @@ Answer askDisk(Evidence& evidence, const std::string& node) {
         answer.error = result;
         return answer;
     }
-    // A recorded host that has no such node, or no answer of it, does not speak of the disk.
-    const bool isUnrecorded = evidence.isRecorded() && (isMissing(result) || result == -ENOTTY);
-    Answer answer = without(isNoDevice(result) || isUnrecorded ? Kind::kGone : Kind::kUnclear,
-                            failureText(result));
-    answer.isUnspoken = isUnrecorded;
+    Answer answer = without(isNoDevice(result) ? Kind::kGone : Kind::kUnclear, failureText(result));
     answer.error = result;
+    return answer;
+}
+
+Answer askDisk(Evidence& evidence, const std::string& node) {
+    host::CommandBuffer buffer = inquiry(false, 0, kStandardLength);
+    const int result = ask(evidence.host(), node, buffer);
+    if (result == 0 && isZero(responseIn(buffer))) {
+        return askWhyZero(evidence.host(), node);
+    }
+    Answer answer = standardAnswer(result, buffer);
+    // A recorded host that has no such node, or no answer of it, does not speak of the disk.
+    const bool isUnrecorded = result == -ENOENT || result == -ENOTDIR || result == -ENOTTY;
+    if (evidence.isRecorded() && isUnrecorded) {
+        answer.kind = Kind::kGone;
+        answer.isUnspoken = true;
+    }
     return answer;
 }
 

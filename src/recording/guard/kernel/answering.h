@@ -35,6 +35,10 @@ struct Answer {
 /// command that never reached the disk.
 Answer parseStandardInquiry(const std::vector<std::uint8_t>& bytes);
 
+/// What a standard INQUIRY came to that somebody sent by SCSI_IOCTL_SEND_COMMAND: `result` is what
+/// the host gave for it, `buffer` what it left. Nothing is asked.
+Answer standardAnswer(int result, const host::CommandBuffer& buffer);
+
 /// Asks the disk behind a node. A node that is not there is kUnclear, on a recorded host kGone.
 Answer askDisk(Evidence& evidence, const std::string& node);
 

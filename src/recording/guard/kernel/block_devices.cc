@@ -153,6 +153,24 @@ BlockDevices::Names BlockDevices::beginningWith(const std::string& start) {
     return names;
 }
 
+std::optional<std::uint64_t> BlockDevices::sizeKb(const std::string& name) {
+    constexpr std::uint64_t kSectorsAKb = 2;  // sysfs counts in 512 bytes, whatever the disk does
+    const std::string place = folder(name);
+    const auto sectors = parseDecimal(place.empty() ? place : line(place + "size"));
+    return sectors ? std::optional<std::uint64_t>(*sectors / kSectorsAKb) : std::nullopt;
+}
+
+BlockDevices::Names BlockDevices::disks() {
+    Names names = beginningWith("sd");
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [](const std::string& name) {
+                                   return std::string(kDigits).find(name.back()) !=
+                                          std::string::npos;
+                               }),
+                names.end());
+    return names;
+}
+
 BlockDevices::Names BlockDevices::maps() {
     return beginningWith("dm-");
 }

@@ -43,6 +43,11 @@ class BlockDevices {
     /// The kernel name of the device that a node is: by where the path leads to, or by its number.
     /// Empty when there is no such node.
     std::string nameBehind(const std::string& path);
+    /// The size that the kernel has for a device, in units of 1,024 bytes; none when it is not
+    /// told.
+    std::optional<std::uint64_t> sizeKb(const std::string& name);
+    /// All whole disks of the SCSI disk driver, in no order.
+    Names disks();
     /// All device-mapper maps.
     Names maps();
     /// All loop devices.

@@ -86,6 +86,23 @@ std::vector<std::string> parseSwaps(const std::string& text) {
     return swaps;
 }
 
+std::vector<Partition> parsePartitions(const std::string& text) {
+    constexpr std::size_t kBlocks = 2;
+    constexpr std::size_t kName = 3;
+    std::vector<Partition> partitions;
+    std::istringstream stream(text);
+    std::string line;
+    while (std::getline(stream, line)) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        const auto blocks =
+            fields.size() > kName ? parseDecimal(fields[kBlocks]) : std::optional<std::uint64_t>();
+        if (blocks) {
+            partitions.push_back({fields[kName], *blocks});
+        }
+    }
+    return partitions;
+}
+
 bool isOpenForWriting(const std::string& fdinfo) {
     const std::string flags = labelled(fieldsOf(fdinfo), "flags:");
     return (std::strtol(flags.c_str(), nullptr, 8) & kAccessMode) != 0;

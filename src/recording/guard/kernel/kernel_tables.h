@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_RECORDING_GUARD_KERNEL_KERNEL_TABLES_H
 #define SCSITOOL_RECORDING_GUARD_KERNEL_KERNEL_TABLES_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,15 @@ std::vector<Mount> parseMountInfo(const std::string& text);
 
 /// The files and devices of /proc/swaps.
 std::vector<std::string> parseSwaps(const std::string& text);
+
+/// One line of /proc/partitions.
+struct Partition {
+    std::string name;          ///< "sda", "sda1", "dm-0"
+    std::uint64_t sizeKb = 0;  ///< in units of 1,024 bytes
+};
+
+/// Reads /proc/partitions; lines that are no block device's are left out.
+std::vector<Partition> parsePartitions(const std::string& text);
 
 /// Tells from /proc/PID/fdinfo/FD whether the descriptor is open for writing.
 bool isOpenForWriting(const std::string& fdinfo);

@@ -86,16 +86,20 @@ std::string ScsiDevices::attributeAt(const ScsiAddress& address, const std::stri
     return line(deviceFolder(address) + name);
 }
 
+std::vector<std::uint8_t> ScsiDevices::keptAt(const ScsiAddress& address, const std::string& name) {
+    const std::string content = m_evidence.file(deviceFolder(address) + name).value_or("");
+    return {content.begin(), content.end()};
+}
+
 std::vector<std::uint8_t> ScsiDevices::pageAt(const ScsiAddress& address, std::uint8_t code) {
     constexpr std::size_t kHeader = 4;
-    const std::string path = deviceFolder(address) + "vpd_pg" + toHex(&code, 1);
-    const std::string page = m_evidence.file(path).value_or("");
+    const std::vector<std::uint8_t> page = keptAt(address, "vpd_pg" + toHex(&code, 1));
     if (page.size() <= kHeader) {
         return {};
     }
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(page.data());
-    const std::size_t stated = bytes[2] * 256U + bytes[3];
-    return {bytes + kHeader, bytes + std::min(page.size(), kHeader + stated)};
+    const std::size_t stated = page[2] * 256U + page[3];
+    const auto end = static_cast<std::ptrdiff_t>(std::min(page.size(), kHeader + stated));
+    return {page.begin() + kHeader, page.begin() + end};
 }
 
 std::string ScsiDevices::genericNodeAt(const ScsiAddress& address) {

@@ -32,6 +32,9 @@ class ScsiDevices {
     /// A VPD page as the kernel keeps it since it found the device, its header taken off; empty
     /// when it keeps none.
     std::vector<std::uint8_t> pageAt(const ScsiAddress& address, std::uint8_t code);
+    /// What the kernel keeps of a device in a file of bytes ("inquiry", "vpd_pg83"), whole; empty
+    /// when it keeps none.
+    std::vector<std::uint8_t> keptAt(const ScsiAddress& address, const std::string& name);
     /// The node of the SCSI generic device at an address; empty when there is none.
     std::string genericNodeAt(const ScsiAddress& address);
 
