@@ -3,6 +3,8 @@
 #include "cli/common/factory_options.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/picture/enumeration.h"
+#include "cli/picture/rows.h"
 
 namespace cli {
 namespace {
@@ -27,16 +29,19 @@ class Devices : public Command {
     Report run(Context& context) override {
         const std::string arguments = scriptArguments({m_rescanArguments});
         m_force.apply(context);
-        CUDIDFactory factory;
-        m_factoryOptions.apply(factory);
-        context.traceInto(factory);
+        picture::Enumeration enumeration(context);
+        m_factoryOptions.apply(enumeration.factory());
         askAhead(context, m_name, interviews::udid(m_factoryOptions));
-        const DeviceMap devices =
-            factory.enumerateDeviceMap(m_rescan, false, false, m_name, arguments);
+        const DeviceMap& devices = enumeration.run(m_rescan, m_name, arguments);
+        const picture::Picture picture = enumeration.picture();
         Report report;
         report.data["devices"] = devicesJson(devices);
-        report.text = devicesText(devices, context.layout);
-        if (devices.empty()) {
+        picture::addToDeviceMap(report.data["devices"], picture);
+        report.data["unidentified"] = picture::unidentifiedJson(picture);
+        report.data["contradictions"] = picture::contradictionsJson(picture);
+        report.text = picture::devicesText(picture, context.layout);
+        report.doubts = picture::doubtsOf(picture, enumeration.hint());
+        if (picture.devices.empty()) {
             report.failure = m_name.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
                                             : whyNotFound(context, m_name);
         }

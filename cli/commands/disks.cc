@@ -1,7 +1,7 @@
-#include "cli/base/text.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
-#include "scsitool/discovery/device_discovery_linux.h"
+#include "cli/picture/enumeration.h"
+#include "cli/picture/rows.h"
 
 namespace cli {
 namespace {
@@ -13,23 +13,23 @@ class Disks : public Command {
     }
 
     Report run(Context& context) override {
-        CLinuxDeviceDiscovery discovery;
-        context.traceInto(discovery);
+        picture::Enumeration enumeration(context);
         std::vector<CScsiDeviceData> disks;
         askAhead(context, "", interviews::size());
-        const int result = discovery.enumerateNativeDevicePathsExt(disks);
+        const int result = enumeration.runNative(disks);
+        const picture::Picture picture = enumeration.picture();
         Report report;
         report.data["result"] = result;
         report.data["disks"] = Json::array();
-        Table table({{"DISK"}, {"SIZE", true}, {"KIB", true}});
         for (const CScsiDeviceData& disk : disks) {
             report.data["disks"].push_back(
                 {{"name", jsonText(disk.m_deviceName)}, {"size_kb", disk.m_sizeKb}});
-            table.addRow(
-                {disk.m_deviceName, sizeText(disk.m_sizeKb), std::to_string(disk.m_sizeKb)});
         }
-        report.text = table.str(context.layout);
-        if (result != 0 || disks.empty()) {
+        picture::addToDeviceMap(report.data["disks"], picture);
+        report.data["unidentified"] = picture::unidentifiedJson(picture);
+        report.text = picture::disksText(picture, context.layout);
+        report.doubts = picture::doubtsOf(picture, enumeration.hint());
+        if (picture.devices.empty()) {
             report.failure = "no SCSI disk found: " + hintWithoutDisks(context);
         }
         return report;

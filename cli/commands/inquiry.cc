@@ -5,6 +5,7 @@
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
 #include "cli/output/inquiry_text.h"
+#include "cli/picture/kernel_view.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -22,6 +23,13 @@ std::string pageKeyFrom(const std::string& text) {
         throw UsageError("--page '" + text + "': expected std or a page code such as 83");
     }
     return pageKey(static_cast<unsigned>(std::stoul(digits, nullptr, 16)));
+}
+
+// As sysfs has it; empty where it does not tell.
+std::string wholeAddress(const Context& context, const std::string& node) {
+    picture::KernelView kernel(context.hosts.aside(), !context.isLive());
+    const auto address = kernel.addressOf(node);
+    return address ? recording::guard::addressText(*address) : std::string();
 }
 
 class Inquiry : public Command {
@@ -47,8 +55,9 @@ class Inquiry : public Command {
         Report report;
         report.data["records"] = Json::array();
         for (const auto& record : records) {
-            report.data["records"].push_back(recordJson(*record));
-            report.text += m_hex ? recordHex(*record, only) : recordText(*record);
+            const std::string hctl = wholeAddress(context, record->m_deviceName);
+            report.data["records"].push_back(recordJson(*record, hctl));
+            report.text += m_hex ? recordHex(*record, only) : recordText(*record, hctl);
         }
         if (records.empty()) {
             report.failure = whyNotFound(context, m_name);

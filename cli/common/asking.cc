@@ -163,8 +163,11 @@ void addUnanswered(Report& report, const Context& context) {
     for (const std::string& name : names) {
         list.push_back({{"name", jsonText(name)}, {"seconds", context.options.deadline}});
     }
-    // One that was asked alone is what the failure speaks of.
-    if (context.hosts.answering()->asked() == 1 && !report.failure.empty()) {
+    // One that was asked alone is what the failure speaks of; a picture of the host has told of
+    // all that did not answer, for whatever reason.
+    const bool isTold = (context.hosts.answering()->asked() == 1 && !report.failure.empty()) ||
+                        report.data.contains("unidentified");
+    if (isTold) {
         return;
     }
     Names named = names;

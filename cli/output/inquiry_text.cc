@@ -70,10 +70,13 @@ std::string field(const char* name, const std::string& value) {
     return fmt::format("{:<18}{}\n", name, visible(value));
 }
 
-std::string addressText(const CScsiDeviceData& record) {
-    return record.m_port < 0 ? "unknown"
-                             : fmt::format("{}:{}:{}:{}", record.m_port, record.m_bus,
-                                           record.m_target, record.m_lun);
+std::string addressText(const CScsiDeviceData& record, const std::string& hctl) {
+    const std::string own = record.m_port < 0
+                                ? "unknown"
+                                : fmt::format("{}:{}:{}:{}", record.m_port, record.m_bus,
+                                              record.m_target, record.m_lun);
+    return own + " (host:channel:target:lun" +
+           (hctl.empty() || hctl == own ? "" : ", eight bits of each; whole: " + hctl) + ")";
 }
 
 }  // namespace
@@ -104,7 +107,7 @@ std::string pageKey(unsigned page) {
     return page == scsi::kInquiryData ? "std" : fmt::format("{:02x}", page);
 }
 
-Json recordJson(const CScsiDeviceData& record) {
+Json recordJson(const CScsiDeviceData& record, const std::string& hctl) {
     Json pages = Json::object();
     for (const auto& [code, page] : record.m_pages) {
         pages[pageKey(code)] = recording::toHex(bytesOf(page));
@@ -122,6 +125,7 @@ Json recordJson(const CScsiDeviceData& record) {
     json["channel"] = record.m_bus;
     json["target"] = record.m_target;
     json["lun"] = record.m_lun;
+    json["hctl"] = hctl.empty() ? Json(nullptr) : jsonText(hctl);
     json["claim_level"] = record.m_dmpClaimLevel;
     json["bus_type"] = record.m_busType;
     json["multipath"] = record.m_multipath;
@@ -132,7 +136,7 @@ Json recordJson(const CScsiDeviceData& record) {
     return json;
 }
 
-std::string recordText(const CScsiDeviceData& record) {
+std::string recordText(const CScsiDeviceData& record, const std::string& hctl) {
     std::vector<std::string> supported;
     for (const unsigned code : record.m_supportedPages) {
         supported.push_back(fmt::format("{:02x}", code));
@@ -141,7 +145,7 @@ std::string recordText(const CScsiDeviceData& record) {
     text += field("Vendor", record.m_vendorId);
     text += field("Product", record.m_productId);
     text += field("Firmware", record.m_firmwareLevel);
-    text += field("Address", addressText(record) + " (host:channel:target:lun)");
+    text += field("Address", addressText(record, hctl));
     text += field("Claim level", std::to_string(record.m_dmpClaimLevel));
     text += field("Supported pages", supported.empty() ? "none" : joined(supported, " "));
     for (const auto& [code, page] : record.m_pages) {

@@ -23,11 +23,12 @@ std::string pageTitle(unsigned page, std::size_t length);
 std::string pageDump(const std::vector<std::uint8_t>& bytes,
                      const std::vector<udid::ByteRange>& marked = {});
 
-/// A record as JSON.
-Json recordJson(const CScsiDeviceData& record);
+/// A record as JSON. `hctl` is the device's whole address as sysfs has it, empty where it does not
+/// tell: the record's is the address word's, with eight bits of each number.
+Json recordJson(const CScsiDeviceData& record, const std::string& hctl);
 
-/// A record for people.
-std::string recordText(const CScsiDeviceData& record);
+/// A record for people; `hctl` as above.
+std::string recordText(const CScsiDeviceData& record, const std::string& hctl);
 
 /// Pages as sg_vpd and sg_inq read them with --inhex: a block a page, a comment line in front. Both
 /// tools take the first page of a file. Only the page of key `only`, if that is not empty.

@@ -11,15 +11,28 @@ namespace {
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 12;  // a wrapped column narrower than this reads worse than none
 
+// Each line on its own: a pager shows one without those before it.
+std::string reddened(const std::string& lines) {
+    std::string text;
+    std::size_t start = 0;
+    while (start < lines.size()) {
+        const std::size_t end = lines.find('\n', start);
+        text += "\033[31m" + lines.substr(start, end - start) + "\033[0m\n";
+        start = end + 1;
+    }
+    return text;
+}
+
 }  // namespace
 
-void Table::addRow(const std::vector<std::string>& cells) {
+void Table::addRow(const std::vector<std::string>& cells, Tone tone) {
     std::vector<std::string> row;
     for (const std::string& cell : cells) {
         row.push_back(visible(cell));
     }
     row.resize(m_columns.size());
     m_rows.push_back(std::move(row));
+    m_tones.push_back(tone);
 }
 
 std::vector<std::size_t> Table::widthsFor(std::size_t total) const {
@@ -85,8 +98,9 @@ std::string Table::str(const Layout& layout) const {
     if (layout.colour) {
         text = "\033[1m" + text.substr(0, text.size() - 1) + "\033[0m\n";
     }
-    for (const auto& row : m_rows) {
-        text += line(row, widths);
+    for (std::size_t i = 0; i < m_rows.size(); ++i) {
+        const std::string lines = line(m_rows[i], widths);
+        text += layout.colour && m_tones[i] == Tone::kAlarm ? reddened(lines) : lines;
     }
     return text;
 }

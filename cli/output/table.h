@@ -20,6 +20,9 @@ struct Column {
     bool wraps = false;  ///< its cells may be continued on further lines when the width is short
 };
 
+/// How a row is set off on a terminal with colour.
+enum class Tone { kPlain, kAlarm };
+
 /// A table of text: one line of titles, then the rows. Nothing is cut: what does not fit the width
 /// is continued below, in the columns that may wrap. A cell's control characters are escaped.
 class Table {
@@ -27,7 +30,7 @@ class Table {
     explicit Table(std::vector<Column> columns) : m_columns(std::move(columns)) {}
 
     /// One cell a column.
-    void addRow(const std::vector<std::string>& cells);
+    void addRow(const std::vector<std::string>& cells, Tone tone = Tone::kPlain);
     std::string str(const Layout& layout) const;
 
   private:
@@ -37,6 +40,7 @@ class Table {
 
     std::vector<Column> m_columns;
     std::vector<std::vector<std::string>> m_rows;
+    std::vector<Tone> m_tones;  // of the rows
 };
 
 }  // namespace cli

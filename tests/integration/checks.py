@@ -12,11 +12,19 @@ import subprocess
 import tempfile
 import time
 
+from cases import SICK_HOSTS
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 
+def file_of(name):
+    """Where a host stands: among the samples or among those that are written for the tests."""
+    shipped = f"samples/{name}.json"
+    return shipped if (ROOT / shipped).exists() else f"tests/integration/hosts/{name}.json"
+
+
 def sample(name):
-    return ["--host", f"samples/{name}.json"]
+    return ["--host", file_of(name)]
 
 
 def one_line(result, part):
@@ -76,7 +84,7 @@ def trace_lines_come_in_their_order(scsitool, _samples):
             place += 1
         if place == len(lines):
             return [f"no line {pattern} behind those before it"]
-    return [f"no trace line: {line}" for line in lines if not re.match(r"\[[0-9]\] .", line)]
+    return [f"no trace line: {line}" for line in lines if not re.match(r"\[[0-9]\] .|scsitool: 1 of 25 disks did not answer: ", line)]
 
 
 def hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read(scsitool, _samples):
@@ -136,7 +144,7 @@ def on_a_terminal(scsitool, arguments, columns):
 
 def tables_fit_the_terminal(scsitool, samples):
     problems = []
-    for name in samples:
+    for name in (*samples, *SICK_HOSTS):
         for command in ("devices", "volumes", "disks", "bus"):
             for columns in (100, 80):
                 text = on_a_terminal(scsitool, [*sample(name), command], columns)
@@ -182,7 +190,7 @@ def a_capture_replays_as_its_host(scsitool, samples):
     problems = []
     commands = (["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"], ["doctor"],
                 ["--dry-run", "rescan"], ["--dry-run", "flush-multipath"])
-    for name in samples:
+    for name in (*samples, *SICK_HOSTS):
         with tempfile.TemporaryDirectory() as folder:
             copy, other = f"{folder}/copy.json", f"{folder}/other.json"
             for arguments in (["capture", copy], ["capture", other, "--redact"]):
@@ -192,6 +200,8 @@ def a_capture_replays_as_its_host(scsitool, samples):
             if os.stat(copy).st_mode & 0o777 != 0o600 or len(os.listdir(folder)) != 2:
                 problems.append(f"{name}: {os.listdir(folder)}, mode {os.stat(copy).st_mode:o}")
             for command in commands:
+                if name in SICK_HOSTS and command == ["doctor"]:
+                    continue  # what these do not speak of, a capture of them has answers to
                 wanted = scsitool.run([*sample(name), *command])
                 found = scsitool.run(["--host", copy, "--journal", f"{folder}/journal", *command]
                                      if "--dry-run" not in command else ["--host", copy, *command])
@@ -199,8 +209,8 @@ def a_capture_replays_as_its_host(scsitool, samples):
                     problems.append(f"{name}: {command} differs on the capture")
             text = pathlib.Path(other).read_text()
             problems += [f"{name}: {secret} stands in the redacted capture"
-                         for secret in secrets_of(json.loads((ROOT / f"samples/{name}.json")
-                                                             .read_text())) if secret in text]
+                         for secret in secrets_of(json.loads((ROOT / file_of(name)).read_text()))
+                         if secret in text]
     return problems
 
 
@@ -234,7 +244,8 @@ def secrets_of(host):
     """Serial numbers and logical-unit names as text and in digits, worked out from the pages."""
     found = {host["hostname"]}
     for device in host["devices"].values():
-        pages = device.get("inquiry", {})
+        pages = {code: page for code, page in device.get("inquiry", {}).items()
+                 if isinstance(page, str)}
         serial = bytes.fromhex(pages.get("80", ""))[4:].decode("latin-1").strip(" \0")
         if len(serial) > 3:
             found |= {serial, serial.lower(), serial.encode("latin-1").hex()}

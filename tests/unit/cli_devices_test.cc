@@ -4,31 +4,41 @@ namespace {
 
 using test::CliMachine;
 using test::CliResult;
+using test::healthyHost;
 using test::smallHost;
 using test::TempFolder;
 
 constexpr const char* kVolume = "UDID##ACME##DISK##AB12##5000C50012345678";
 
 TEST(CliDevices, ListsTheDeviceMapInItsOrder) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     const CliResult result = machine.run({"devices"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.out,
-              "DEVICE               CLAIM  UDID\n"
-              "/dev/mapper/control     16  UDID######/DEV/MAPPER/CONTROL@DB01\n"
-              "/dev/mapper/mpatha      16  UDID##ACME##DISK##AB12##5000C50012345678\n"
-              "/dev/sda                 0  UDID##ACME##DISK##AB12##5000C50012345678\n"
-              "/dev/sdb                 0  UDID##ACME##DISK##AB12##5000C50012345678\n");
+    EXPECT_EQ(
+        result.out,
+        "DEVICE              CLAIM  ADDRESS  STATE  UDID\n"
+        "/dev/mapper/mpatha     16  -        ok     UDID##ACME##DISK##AB12##5000C50012345678\n"
+        "/dev/sda                0  2:0:5:1  ok     UDID##ACME##DISK##AB12##5000C50012345678\n"
+        "/dev/sdb                0  3:0:5:1  ok     "
+        "UDID##ACME##DISK##AB12##5000C50012345678\n");
 }
 
 TEST(CliDevices, JsonHasOneEntryADevice) {
     CliMachine machine(smallHost());
     const auto devices = machine.run({"devices", "--json"}).json()["devices"];
     ASSERT_EQ(devices.size(), 4U);
-    EXPECT_EQ(devices[1].dump(), std::string(R"({"name":"/dev/mapper/mpatha","udid":")") + kVolume +
-                                     R"(","claim_level":16,"native_paths":[]})");
+    EXPECT_EQ(devices[0].dump(),
+              R"({"name":"/dev/mapper/control","udid":"UDID######/DEV/MAPPER/CONTROL@DB01",)"
+              R"("claim_level":16,"native_paths":[],"identity":"path","address":null,"hctl":null,)"
+              R"("state":"no SCSI disk","last_known_udid":null,"marks":[]})");
+    EXPECT_EQ(devices[1].dump(),
+              std::string(R"({"name":"/dev/mapper/mpatha","udid":")") + kVolume +
+                  R"(","claim_level":16,"native_paths":[],"identity":"unit","address":null,)"
+                  R"("hctl":null,"state":"ok","last_known_udid":null,"marks":[]})");
     EXPECT_EQ(devices[3]["name"], "/dev/sdb");
+    EXPECT_EQ(devices[3]["address"].dump(), "[3,0,5,1]");
+    EXPECT_EQ(devices[3]["hctl"], "3:0:5:1");
 }
 
 TEST(CliDevices, ANameNarrowsTheMap) {
@@ -111,27 +121,32 @@ TEST(CliDevices, RescanArgumentsNeedTheRescan) {
 }
 
 TEST(CliVolumes, OneRowAUdidWithAllThatCarriesIt) {
-    CliMachine machine(smallHost());
-    EXPECT_EQ(
-        machine.run({"volumes"}).out,
-        "UDID                                         SIZE  PATHS  DEVICES                         "
-        "    "
-        "  ADDRESSES\n"
-        "UDID##ACME##DISK##AB12##5000C50012345678  1.0 GiB      2  /dev/mapper/mpatha /dev/sda "
-        "/dev/sdb  2:0:5:1 3:0:5:1\n");
+    CliMachine machine(healthyHost());
+    const CliResult result = machine.run({"volumes"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out,
+              "DEVICES                               ADDRESSES           SIZE  PATHS  STATE  UDID\n"
+              "/dev/mapper/mpatha /dev/sda /dev/sdb  2:0:5:1 3:0:5:1  1.0 GiB      2  ok     "
+              "UDID##ACME##DISK##AB12##5000C50012345678\n");
 }
 
 TEST(CliVolumes, JsonNamesSizePathsAndAddresses) {
-    CliMachine machine(smallHost());
-    const auto volumes = machine.run({"volumes", "--json"}).json()["volumes"];
+    CliMachine machine(healthyHost());
+    const auto document = machine.run({"volumes", "--json"}).json();
+    const auto& volumes = document["volumes"];
     ASSERT_EQ(volumes.size(), 1U);
     EXPECT_EQ(volumes[0]["udid"], kVolume);
+    EXPECT_EQ(volumes[0]["identity"], "unit");
     EXPECT_EQ(volumes[0]["size_kb"], 1048576);
     EXPECT_EQ(volumes[0]["paths"], 2);
     EXPECT_EQ(volumes[0]["devices"][0].dump(),
-              R"({"name":"/dev/mapper/mpatha","claim_level":16,"address":[2,0,5,1]})");
+              R"({"name":"/dev/mapper/mpatha","claim_level":16,"address":null,"hctl":null,)"
+              R"("state":"ok","last_known_udid":null,"marks":[]})");
     EXPECT_EQ(volumes[0]["devices"][2].dump(),
-              R"({"name":"/dev/sdb","claim_level":0,"address":[3,0,5,1]})");
+              R"({"name":"/dev/sdb","claim_level":0,"address":[3,0,5,1],"hctl":"3:0:5:1",)"
+              R"("state":"ok","last_known_udid":null,"marks":[]})");
+    EXPECT_EQ(document["unidentified"].dump(), "[]");
+    EXPECT_EQ(document["contradictions"].dump(), "[]");
 }
 
 TEST(CliVolumes, ADiskThatHasASizeAndDoesNotAnswerIsAVolumeOfUnknownAddress) {
@@ -171,13 +186,22 @@ TEST(CliValidate, ShowsTheNamedDevice) {
 TEST(CliDisks, ListsDisksWithTheirSize) {
     CliMachine machine(smallHost());
     EXPECT_EQ(machine.run({"disks"}).out,
-              "DISK         SIZE      KIB\n"
-              "/dev/sda  1.0 GiB  1048576\n"
-              "/dev/sdb  1.0 GiB  1048576\n");
-    const auto document = machine.run({"disks", "--json"}).json();
+              "DISK      ADDRESS     SIZE      KIB  STATE\n"
+              "/dev/sda  -        1.0 GiB  1048576  ok\n"
+              "/dev/sdb  -        1.0 GiB  1048576  ok\n"
+              "/dev/sdc  -        2.0 GiB  2097152  gone\n");
+    const CliResult result = machine.run({"disks", "--json"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "scsitool: 1 of 3 disks did not answer: /dev/sdc\n");
+    const auto document = result.json();
     EXPECT_EQ(document["result"], 0);
-    EXPECT_EQ(document["disks"].dump(),
-              R"([{"name":"/dev/sda","size_kb":1048576},{"name":"/dev/sdb","size_kb":1048576}])");
+    ASSERT_EQ(document["disks"].size(), 2U);
+    EXPECT_EQ(document["disks"][1].dump(),
+              R"({"name":"/dev/sdb","size_kb":1048576,"address":null,"hctl":null,"state":"ok",)"
+              R"("last_known_udid":null,"marks":[]})");
+    EXPECT_EQ(document["unidentified"].dump(),
+              R"([{"name":"/dev/sdc","address":null,"hctl":null,"state":"gone",)"
+              R"("last_known_udid":null,"marks":[],"size_kb":2097152}])");
 }
 
 TEST(CliDisks, AHostWithoutDisksIsAFailure) {
@@ -196,11 +220,12 @@ TEST(CliInquiry, JsonIsTheWholeRecord) {
     EXPECT_THAT(record["pages"]["std"].get<std::string>(),
                 testing::StartsWith("000005025b00000241434d4520202020"));
     record["pages"].erase("std");
-    EXPECT_EQ(record.dump(),
-              R"({"name":"/dev/sda","vendor":"ACME","product":"Disk","firmware":"0430","host":2,)"
-              R"("channel":0,"target":5,"lun":1,"claim_level":0,"bus_type":0,"multipath":0,)"
-              R"("size_kb":0,"os":"Linux","supported_pages":[0,128,131],)"
-              R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"}})");
+    EXPECT_EQ(
+        record.dump(),
+        R"({"name":"/dev/sda","vendor":"ACME","product":"Disk","firmware":"0430","host":2,)"
+        R"("channel":0,"target":5,"lun":1,"hctl":null,"claim_level":0,"bus_type":0,"multipath":0,)"
+        R"("size_kb":0,"os":"Linux","supported_pages":[0,128,131],)"
+        R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"}})");
 }
 
 TEST(CliInquiry, TextShowsIdentityAddressAndPages) {

@@ -136,6 +136,15 @@ inline recording::RecordedHostData smallHost() {
     return data;
 }
 
+/// The same host without the disk that does not open.
+inline recording::RecordedHostData healthyHost() {
+    recording::RecordedHostData data = smallHost();
+    std::string& disks = data.files["/proc/partitions"].content;
+    disks.erase(disks.find("   8       32"));
+    data.devices.erase("/dev/sdc");
+    return data;
+}
+
 }  // namespace test
 
 #endif

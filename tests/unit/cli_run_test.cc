@@ -13,6 +13,7 @@ namespace {
 
 using test::CliMachine;
 using test::CliResult;
+using test::healthyHost;
 using test::smallHost;
 using test::TempFolder;
 
@@ -63,7 +64,7 @@ TEST(CliRun, ATraceLevelOutsideOneToNineIsRefused) {
         CliMachine machine({});
         expectRefused(machine.run({"--trace", level, "devices"}), 2, "--trace");
     }
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     EXPECT_EQ(machine.run({"--trace", "1", "devices"}).status, 0);
     EXPECT_EQ(machine.run({"--trace", "9", "devices"}).status, 0);
 }
@@ -184,7 +185,7 @@ TEST(CliRun, FilesOfOneRunAreKeptApart) {
 }
 
 TEST(CliRun, StandardErrorAndDevicesTakeJournalAndTraceTogether) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     for (const char* const sink : {"-", "/dev/null"}) {
         EXPECT_EQ(
             machine.run({"--journal", sink, "--trace", "6", "--trace-file", sink, "disks"}).status,
@@ -194,7 +195,7 @@ TEST(CliRun, StandardErrorAndDevicesTakeJournalAndTraceTogether) {
 }
 
 TEST(CliRun, ATraceFileThatFillsUpIsAFailure) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     expectRefused(machine.run({"--trace", "6", "--trace-file", "/dev/full", "devices"}), 1,
                   "/dev/full: cannot write the trace file; it ends early");
 }
@@ -210,7 +211,7 @@ struct FullBuffer : std::streambuf {
 
 TEST(CliRun, OutputThatCannotBeWrittenIsAFailure) {
     for (const char* command : {"devices", "--help"}) {
-        CliMachine machine(smallHost());
+        CliMachine machine(healthyHost());
         FullBuffer full;
         std::ostream out(&full);
         std::ostringstream err;
@@ -221,7 +222,7 @@ TEST(CliRun, OutputThatCannotBeWrittenIsAFailure) {
 }
 
 TEST(CliRun, TraceLinesComeOneALineOnStandardError) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     const CliResult result = machine.run({"--trace", "3", "disks"});
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.err, testing::HasSubstr("[3] INFO: reading /proc/partitions\n[3] Size of"));
@@ -231,7 +232,7 @@ TEST(CliRun, TraceLinesComeOneALineOnStandardError) {
 
 TEST(CliRun, TraceFileTakesTheLinesAndStandardErrorNone) {
     const TempFolder folder;
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     const CliResult result =
         machine.run({"disks", "--trace", "6", "--trace-file", folder.path("trace")});
     EXPECT_EQ(result.status, 0);
@@ -390,7 +391,7 @@ TEST(CliRun, ADeviceThatDeniesAccessIsNamed) {
 }
 
 TEST(CliRun, ColourAndProgressAppearOnATerminalOnly) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     cli::Surroundings terminal;
     terminal.outIsTerminal = true;
     terminal.errIsTerminal = true;
@@ -409,7 +410,7 @@ TEST(CliRun, ColourAndProgressAppearOnATerminalOnly) {
 }
 
 TEST(CliRun, ATerminalThatTakesNoLineBackGetsNoProgress) {
-    CliMachine machine(smallHost());
+    CliMachine machine(healthyHost());
     cli::Surroundings terminal;
     terminal.errIsTerminal = true;
     terminal.isDumb = true;

@@ -99,9 +99,9 @@ def run(guest, machine, checks):
     check_vanished_disk(guest, machine, checks, nodes)
 
 
-def device_map(guest):
+def device_map(guest, status=0):
     """The UDIDs that `devices` prints, by name, in its order."""
-    return {entry["name"]: entry["udid"] for entry in guest.scsitool("devices")["devices"]}
+    return {entry["name"]: entry["udid"] for entry in guest.scsitool("devices", status=status)["devices"]}
 
 
 def check_map(guest, checks, nodes, debug_nodes):
@@ -182,7 +182,7 @@ def check_vanished_disk(guest, machine, checks, nodes):
     machine.monitor("device_del", id=f"slun{VANISHING_LUN}dev")
     gone = nodes[VANISHING_LUN]
     guest.wait_for("the disk to fall silent", f"! sg_turs {gone} 2>/dev/null")
-    after = device_map(guest)
+    after = device_map(guest, status=3)
     before.pop(gone)
     checks.equal("all other disks keep their UDIDs when one vanishes",
                  {name: udid for name, udid in after.items() if name != gone}, before)

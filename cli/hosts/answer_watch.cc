@@ -1,0 +1,63 @@
+#include "cli/hosts/answer_watch.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace cli {
+namespace {
+
+constexpr std::size_t kCommandBlock = 8;
+constexpr std::uint8_t kInquiry = 0x12;
+constexpr std::uint8_t kEvpd = 0x01;
+
+}  // namespace
+
+int AnswerWatch::openDevice(const std::string& path, host::OpenMode mode) {
+    const int descriptor = ForwardingHost::openDevice(path, mode);
+    m_seen[path].openResult = std::min(descriptor, 0);
+    if (descriptor >= 0) {
+        m_open[descriptor] = path;
+    }
+    return descriptor;
+}
+
+int AnswerWatch::closeDevice(int descriptor) {
+    m_open.erase(descriptor);
+    return ForwardingHost::closeDevice(descriptor);
+}
+
+int AnswerWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
+    const bool isStandardInquiry =
+        buffer[kCommandBlock] == kInquiry && (buffer[kCommandBlock + 1] & kEvpd) == 0;
+    const int result = ForwardingHost::sendCommand(descriptor, buffer);
+    const auto device = m_open.find(descriptor);
+    if (isStandardInquiry && device != m_open.end()) {
+        SeenAnswer& seen = m_seen[device->second];
+        seen.inquiryResult = result;
+        seen.answer = recording::guard::standardAnswer(result, buffer);
+    } else if (result == -ETIMEDOUT) {
+        noteLater(descriptor, result);
+    }
+    return result;
+}
+
+int AnswerWatch::addressWords(int descriptor, host::AddressWords& words) {
+    const int result = ForwardingHost::addressWords(descriptor, words);
+    noteLater(descriptor, result);
+    return result;
+}
+
+void AnswerWatch::noteLater(int descriptor, int result) {
+    const auto device = m_open.find(descriptor);
+    if (result < 0 && device != m_open.end() && m_seen[device->second].laterError == 0) {
+        m_seen[device->second].laterError = result;
+    }
+}
+
+const SeenAnswer& AnswerWatch::seen(const std::string& path) const {
+    static const SeenAnswer kNothing;
+    const auto found = m_seen.find(path);
+    return found != m_seen.end() ? found->second : kNothing;
+}
+
+}  // namespace cli

@@ -1,0 +1,183 @@
+#include "cli/picture/drawing.h"
+
+#include <exception>
+
+#include "cli/picture/last_known.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/scsi/pages.h"
+
+namespace cli::picture {
+namespace {
+
+constexpr const char* kDev = "/dev/";
+
+Kind kindByName(const std::string& name, int claimLevel) {
+    if (claimLevel == 0) {
+        return Kind::kDisk;
+    }
+    const bool isMapper = name.compare(0, 12, "/dev/mapper/") == 0;
+    return name == "/dev/mapper/control" ? Kind::kOther
+           : isMapper                    ? Kind::kMap
+                                         : Kind::kPseudoDevice;
+}
+
+UnitNames namesOf(const CScsiDeviceData& record) {
+    const auto page = record.m_pages.find(scsi::kDeviceIdentification);
+    if (page == record.m_pages.end() || page->second.length <= scsi::kPageHeader) {
+        return {};
+    }
+    const unsigned char* const bytes = page->second.bytes();
+    return unitNames({bytes + scsi::kPageHeader, bytes + page->second.length});
+}
+
+ScsiAddress addressOf(const CScsiDeviceData& record) {
+    return {static_cast<std::uint32_t>(record.m_port), record.m_bus,
+            static_cast<std::uint32_t>(record.m_target), static_cast<std::uint64_t>(record.m_lun)};
+}
+
+/// Draws one host.
+class Drawing {
+  public:
+    Drawing(const Sighting& sighting, const Easel& easel)
+        : m_sighting(sighting), m_easel(easel), m_kernel(easel.host, easel.isRecorded) {
+        easel.host.hostName(m_hostName);
+    }
+
+    std::vector<Device> draw() {
+        for (const auto& [name, info] : m_sighting.devices) {
+            add(name, kindByName(name, info.dmpClaimLevel)).isListed = true;
+        }
+        for (const KernelDisk& disk : m_kernel.disks()) {
+            if (isOfInterest(kDev + disk.name)) {
+                take(disk);
+            }
+        }
+        for (const KernelMap& map : m_easel.withMaps ? m_kernel.maps() : std::vector<KernelMap>()) {
+            const bool isKnown = m_devices.count(map.node) != 0;
+            if (isKnown || (map.kind != Kind::kOther && isOfInterest(map.node))) {
+                take(map);
+            }
+        }
+        std::vector<Device> devices;
+        for (auto& [name, device] : m_devices) {
+            complete(device);
+            devices.push_back(std::move(device));
+        }
+        return devices;
+    }
+
+  private:
+    bool isOfInterest(const std::string& name) const {
+        return m_easel.only.empty() || m_easel.only == name;
+    }
+
+    Device& add(const std::string& name, Kind kind) {
+        const auto [place, isNew] = m_devices.try_emplace(name);
+        if (isNew) {
+            place->second.name = name;
+            place->second.kind = kind;
+        }
+        return place->second;
+    }
+
+    void take(const KernelDisk& disk) {
+        Device& device = add(kDev + disk.name, Kind::kDisk);
+        device.kernelName = disk.name;
+        device.address = disk.address;
+        device.sizeKb = disk.sizeKb;
+        m_states[device.name] = disk.state;
+        m_listedKb[device.name] = disk.listedKb;
+        if (disk.address) {
+            device.keptNames = unitNames(m_kernel.scsiDevices().pageAt(
+                *disk.address, recording::guard::kIdentificationPage));
+        }
+    }
+
+    void take(const KernelMap& map) {
+        Device& device = add(map.node, map.kind);
+        device.kind = map.kind;
+        device.kernelName = map.kernelName;
+        device.paths = map.paths;
+        device.sizeKb = map.sizeKb;
+    }
+
+    void complete(Device& device) {
+        const SeenAnswer& seen = m_sighting.answers.seen(device.name);
+        device.state = stateOf(seen, m_states[device.name], m_easel.deadline);
+        if (device.kind == Kind::kOther && device.state.condition != Condition::kOk) {
+            device.state = {Condition::kNoScsi, "no SCSI disk"};
+        }
+        takeLibrary(device);
+        measure(device);
+        if (!isAnswering(device.state.condition) && identityOf(device).empty() && device.address) {
+            device.lastKnownUdid =
+                lastKnownUdid(m_kernel.scsiDevices(), *device.address, device.name, m_hostName);
+        }
+    }
+
+    void takeLibrary(Device& device) {
+        const auto entry = m_sighting.devices.find(device.name);
+        if (entry != m_sighting.devices.end()) {
+            device.claimLevel = entry->second.dmpClaimLevel;
+            device.udid = entry->second.uid;
+            device.isPathUdid = isPathUdid(device.udid, device.name, m_hostName);
+        }
+        const auto found = m_sighting.records.find(device.name);
+        if (found == m_sighting.records.end()) {
+            return;
+        }
+        const CScsiDeviceData& record = *found->second;
+        device.vendor = record.m_vendorId;
+        device.product = record.m_productId;
+        device.revision = record.m_firmwareLevel;
+        device.names = namesOf(record);
+        if (!device.sizeKb && record.m_sizeKb != 0) {
+            device.sizeKb = record.m_sizeKb;
+        }
+        if (device.kind == Kind::kDisk && !device.address && record.m_port >= 0) {
+            device.address = addressOf(record);
+        }
+    }
+
+    // A device that does not answer is not opened once more.
+    void measure(Device& device) {
+        const bool isOpen = m_sighting.answers.seen(device.name).openResult == 0;
+        if (!device.sizeKb && isOpen) {
+            device.sizeKb = askSize(device.name);
+        }
+        if (!device.sizeKb) {
+            device.sizeKb = m_listedKb[device.name];
+        }
+    }
+
+    // A size that cannot be had is no reason to tell nothing.
+    std::optional<std::uint64_t> askSize(const std::string& name) {
+        unsigned long size = 0;
+        try {
+            if (m_discovery.getDiskSize(name, size) == 0) {
+                return size;
+            }
+        } catch (const std::exception&) {
+            return std::nullopt;
+        }
+        return std::nullopt;
+    }
+
+    const Sighting& m_sighting;
+    const Easel& m_easel;
+    KernelView m_kernel;
+    CLinuxDeviceDiscovery m_discovery;
+    std::string m_hostName;
+    std::map<std::string, Device> m_devices;
+    std::map<std::string, KernelState> m_states;
+    std::map<std::string, std::optional<std::uint64_t>> m_listedKb;
+};
+
+}  // namespace
+
+std::vector<Device> drawDevices(const Sighting& sighting, const Easel& easel) {
+    const host::Scope scope(easel.host);
+    return Drawing(sighting, easel).draw();
+}
+
+}  // namespace cli::picture

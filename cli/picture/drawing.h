@@ -1,0 +1,37 @@
+#ifndef SCSITOOL_CLI_PICTURE_DRAWING_H
+#define SCSITOOL_CLI_PICTURE_DRAWING_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "cli/hosts/answer_watch.h"
+#include "cli/picture/kernel_view.h"
+#include "scsitool/scsi/device_scsi_data.h"
+
+namespace cli::picture {
+
+/// What an enumeration found and how it went.
+struct Sighting {
+    DeviceMap devices;                                      ///< what the library lists
+    std::map<std::string, const CScsiDeviceData*> records;  ///< its records, by name
+    const AnswerWatch& answers;
+};
+
+/// Where and how it is drawn.
+struct Easel {
+    host::Host& host;  ///< asked for what the kernel says, and for the sizes that it does not tell
+    bool isRecorded = false;
+    unsigned deadline = 0;  ///< seconds that a device was waited for
+    std::string only;       ///< the one device of interest; empty for all
+    bool withMaps = true;   ///< maps and pseudo-devices are of interest
+};
+
+/// Joins what the library found with what the kernel lists: a device for each entry of the map, and
+/// for each disk, multipath map and pseudo-device that is not in it.
+std::vector<Device> drawDevices(const Sighting& sighting, const Easel& easel);
+
+}  // namespace cli::picture
+
+#endif

@@ -1,0 +1,47 @@
+#include "cli/picture/enumeration.h"
+
+#include "cli/picture/drawing.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+
+namespace cli::picture {
+
+Enumeration::Enumeration(const Context& context) : m_context(context), m_watch(host::current()) {
+    context.traceInto(m_factory);
+}
+
+const DeviceMap& Enumeration::run(bool rescan, const std::string& name,
+                                  const std::string& scriptArguments) {
+    m_only = name;
+    const host::Scope scope(m_watch);
+    m_factory.enumerateDeviceMap(rescan, false, false, name, scriptArguments);
+    return m_factory.deviceMap();
+}
+
+int Enumeration::runNative(std::vector<CScsiDeviceData>& disks) {
+    CLinuxDeviceDiscovery discovery;
+    m_context.traceInto(discovery);
+    const host::Scope scope(m_watch);
+    const int result = discovery.enumerateNativeDevicePathsExt(disks);
+    m_disks = disks;
+    m_withMaps = false;
+    return result;
+}
+
+Picture Enumeration::picture() {
+    Sighting sighting = {m_factory.deviceMap(), {}, m_watch};
+    for (const auto& record : m_factory.records()) {
+        sighting.records[record->m_deviceName] = record.get();
+    }
+    for (const CScsiDeviceData& disk : m_disks) {
+        sighting.devices[disk.m_deviceName].deviceName = disk.m_deviceName;
+        sighting.records[disk.m_deviceName] = &disk;
+    }
+    return pictureOf(drawDevices(sighting, {m_context.hosts.aside(), !m_context.isLive(),
+                                            m_context.options.deadline, m_only, m_withMaps}));
+}
+
+std::string Enumeration::hint() const {
+    return m_context.isRoot || !m_context.isLive() ? "" : "; run it as root";
+}
+
+}  // namespace cli::picture
