@@ -1,4 +1,4 @@
-#include <cstring>
+#include <cerrno>
 
 #include "cli/base/text.h"
 #include "cli/common/command.h"
@@ -90,6 +90,13 @@ std::string textOf(const Inventory& inventory, CLinuxDeviceDiscovery& discovery,
     return devices.str(layout) + "\n" + adapters.str(layout);
 }
 
+std::string whyNoTable(const Context& context, int error) {
+    const bool isMissing = error == ENOENT && !context.view().isUntold(kScsiTable);
+    return whyNotThere(context.view(), kScsiTable, error) +
+           (isMissing ? "; a kernel built without CONFIG_SCSI_PROC_FS has no such table" : "") +
+           "; try 'scsitool disks'";
+}
+
 class Bus : public Command {
   public:
     CLI::App* declare(CLI::App& parent) override {
@@ -105,11 +112,8 @@ class Bus : public Command {
         report.text = textOf(inventory, discovery, context.layout);
         if (inventory.devices.empty()) {
             const int error = context.hosts.aside().readFile(kScsiTable).error();
-            report.failure =
-                error != 0 ? std::string(kScsiTable) + ": " + std::strerror(error) +
-                                 "; a kernel built without CONFIG_SCSI_PROC_FS has no such table, "
-                                 "try 'scsitool disks'"
-                           : std::string(kScsiTable) + " names no device";
+            report.failure = error != 0 ? whyNoTable(context, error)
+                                        : std::string(kScsiTable) + " names no device";
         }
         return report;
     }

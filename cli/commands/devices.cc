@@ -1,3 +1,4 @@
+#include "cli/common/acting.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
@@ -41,6 +42,7 @@ class Devices : public Command {
         report.data["contradictions"] = picture::contradictionsJson(picture);
         report.text = picture::devicesText(picture, context.layout);
         report.doubts = picture::doubtsOf(picture, enumeration.hint());
+        addRescanDoubts(report, context);
         if (picture.devices.empty()) {
             report.failure = m_name.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
                                             : whyNotFound(context, m_name);

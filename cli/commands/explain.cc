@@ -52,7 +52,7 @@ class Explain : public Command {
         for (const auto& record : records) {
             udid::Explanation explanation = udid::explain(factory, *record);
             if (record->m_pages.empty()) {
-                explanation.remarks.emplace_back("the device opens but does not answer INQUIRY");
+                explanation.remarks.push_back(whyNoAnswer(context, m_name));
             }
             add(explanation, context, report);
         }

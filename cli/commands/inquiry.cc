@@ -62,7 +62,7 @@ class Inquiry : public Command {
         if (records.empty()) {
             report.failure = whyNotFound(context, m_name);
         } else if (records.front()->m_pages.empty()) {
-            report.failure = m_name + ": the device opens but does not answer INQUIRY";
+            report.failure = m_name + ": " + whyNoAnswer(context, m_name);
         } else if (report.text.empty()) {
             report.failure = m_name + ": page " + m_page + " was not read from the device";
         }

@@ -5,6 +5,7 @@
 #include "cli/common/acting.h"
 #include "cli/common/changes.h"
 #include "cli/common/command.h"
+#include "cli/common/packages.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
 #include "scsitool/scsi/scsitool.h"
@@ -13,6 +14,8 @@ namespace cli {
 namespace {
 
 constexpr unsigned kNameFileUnreadable = 26;
+constexpr const char* kNameFile = "/etc/iscsi/initiatorname.iscsi";
+constexpr const char* kIscsiadm = "/sbin/iscsiadm";
 
 class Iscsi : public Command {
   public:
@@ -66,12 +69,15 @@ class Iscsi : public Command {
         report.data["result"] = result;
         report.data["iqn"] = jsonText(iqn);
         report.text = visible(iqn) + "\n";
+        const HostView view = context.view();
         if (result == kNameFileUnreadable) {
-            report.failure = "/etc/iscsi/initiatorname.iscsi cannot be read";
+            report.failure = whyNotThere(view, kNameFile, view.host.readFile(kNameFile).error());
         } else if (result != 0) {
-            report.failure = "there is no /sbin/iscsiadm: install open-iscsi";
+            report.failure = view.isUntold(kIscsiadm) ? noAnswerFor(kIscsiadm)
+                                                      : std::string("there is no ") + kIscsiadm +
+                                                            "; " + howToInstall(kIscsiadm);
         } else if (iqn.empty()) {
-            report.failure = "/etc/iscsi/initiatorname.iscsi has no InitiatorName";
+            report.failure = std::string(kNameFile) + " has no InitiatorName";
         }
         return report;
     }
@@ -85,7 +91,7 @@ class Iscsi : public Command {
         report.data["result"] = operation(tool);
         addEffects(report, context);
         changes.addTo(report, context);
-        report.failure = failedCommand(context.host());
+        report.failure = failedCommand(context);
         return report;
     }
 

@@ -12,8 +12,10 @@ std::string textWithoutRows(const Pruning& pruning, const Context& context) {
     if (pruning.disks() != 0 || !pruning.untold().empty()) {
         return "nothing is gone or stale\n";
     }
-    return "no SCSI disk in /sys/class/scsi_device" +
-           (context.isLive() ? " (" + hintWithoutDisks(context) + ")" : std::string()) + "\n";
+    constexpr const char* kDevices = "/sys/class/scsi_device";
+    return (context.view().isUntold(kDevices) ? noAnswerFor(kDevices)
+                                              : std::string("no SCSI disk in ") + kDevices) +
+           "\n";
 }
 
 class Prune : public Command {

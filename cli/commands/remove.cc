@@ -48,7 +48,7 @@ class Remove : public Command {
                              ? m_path +
                                    ": only maps under /dev/mapper are removed by their path; "
                                    "for a disk use 'scsitool remove-address'"
-                             : failedCommand(context.host());
+                             : failedCommand(context);
         return report;
     }
 

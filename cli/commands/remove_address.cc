@@ -40,7 +40,7 @@ class RemoveAddress : public Command {
             report.text = diskLine(disk, addressText(address));
         }
         addEffects(report, context);
-        report.failure = removalFailure(removedAddresses(context.host().appends()));
+        report.failure = removalFailure(context.view(), removedAddresses(context.host().appends()));
         return report;
     }
 

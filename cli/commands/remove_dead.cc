@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "cli/common/acting.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
@@ -79,15 +77,13 @@ class RemoveDead : public Command {
         }
         addEffects(report, context);
         report.text = removed.empty() ? "no dead address\n" : table.str(context.layout);
-        report.failure = removalFailure(removed);
+        report.failure = removalFailure(context.view(), removed);
         const int error = context.hosts.aside().readFile(kScsiTable).error();
         if (error != 0) {
-            report.failure = std::string(kScsiTable) + ": " + std::strerror(error) +
+            report.failure = whyNotThere(context.view(), kScsiTable, error) +
                              "; without the inventory nothing is known to be dead";
         }
-        if (report.failure.empty()) {
-            report.failure = failedCommand(context.host());
-        }
+        addRescanDoubts(report, context);
         return report;
     }
 

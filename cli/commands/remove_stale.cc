@@ -28,7 +28,7 @@ class RemoveStale : public Command {
         report.data["result"] = result;
         addEffects(report, context);
         if (result != 0) {
-            report.failure = scriptFailure(context.host());
+            report.failure = scriptFailure(context);
         }
         return report;
     }
@@ -56,15 +56,40 @@ class FlushMultipath : public Command {
         report.data["result"] = result;
         addEffects(report, context);
         addKept(report, context);
-        if (result != 0) {
-            const auto& commands = context.host().commands();
-            report.failure = "multipathd does not run, nothing was flushed" +
-                             (commands.empty() ? "" : ": " + endingText(commands.back()));
+        const std::string why = whyNotFlushed(context);
+        if (!why.empty()) {
+            report.failure = "nothing was flushed: " + why;
         }
         return report;
     }
 
   private:
+    // The operation asks pidof for the daemon and then has the maps flushed. That the tool ends
+    // with a failure says that a map is in use, which is shown; it gives no failure of its own
+    // then.
+    static std::string whyNotFlushed(const Context& context) {
+        constexpr int kNoProcess = 1 << 8;
+        const auto& commands = context.host().commands();
+        if (commands.empty()) {
+            return "/sbin/pidof was not asked for multipathd";
+        }
+        const CommandEffect& last = commands.back();
+        const bool isFlush = !host::isReadCommand(last.command);
+        if (isFlush && context.options.dryRun) {
+            return {};
+        }
+        if (context.view().isUntoldCommand(last.command) || couldNotStart(last)) {
+            return failureText(context, last);
+        }
+        if (isFlush) {
+            return {};
+        }
+        if (last.result.waitStatus == kNoProcess || (succeeded(last) && last.lastLine.empty())) {
+            return "multipathd does not run";
+        }
+        return succeeded(last) ? std::string() : failureText(context, last);
+    }
+
     ForceOption m_force;
 };
 

@@ -30,8 +30,9 @@ class Rescan : public Command {
         report.data["result"] = result;
         addEffects(report, context);
         changes.addTo(report, context);
-        if (result != 0) {
-            report.failure = scriptFailure(context.host());
+        addRescanDoubts(report, context);
+        if (result != 0 && report.doubts.empty()) {
+            report.failure = scriptFailure(context);
         }
         return report;
     }

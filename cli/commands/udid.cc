@@ -1,4 +1,5 @@
 #include "cli/base/text.h"
+#include "cli/common/acting.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
@@ -28,6 +29,7 @@ class Udid : public Command {
         report.data["name"] = jsonText(m_name);
         report.data["udid"] = jsonText(udid);
         report.text = visible(udid) + "\n";
+        addRescanDoubts(report, context);
         if (udid.empty()) {
             report.failure = factory.deviceMap().count(m_name) != 0
                                  ? m_name + ": the device has no UDID; 'scsitool explain " +

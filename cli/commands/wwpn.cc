@@ -1,4 +1,5 @@
 #include "cli/base/text.h"
+#include "cli/common/acting.h"
 #include "cli/common/command.h"
 #include "scsitool/tools/WWPN_discovery.h"
 
@@ -21,11 +22,21 @@ class Wwpn : public Command {
             report.text += visible(name) + "\n";
         }
         if (report.text.empty()) {
-            report.failure =
-                "no Fibre Channel port found: neither the qla2xxx, qla2300 and lpfc drivers' files "
-                "under /proc/scsi nor /sys/class/fc_host name one";
+            report.failure = whyNone(context);
         }
         return report;
+    }
+
+  private:
+    // The last command lists what no other source named a port in.
+    static std::string whyNone(const Context& context) {
+        for (const CommandEffect& effect : context.host().commands()) {
+            if (context.view().isUntoldCommand(effect.command) || couldNotStart(effect)) {
+                return failureText(context, effect);
+            }
+        }
+        return "no Fibre Channel port found: neither the qla2xxx, qla2300 and lpfc drivers' files "
+               "under /proc/scsi nor /sys/class/fc_host name one";
     }
 };
 

@@ -2,7 +2,11 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
+
 #include "cli/base/text.h"
+#include "cli/common/packages.h"
+#include "cli/prune/look.h"
 
 namespace cli {
 namespace {
@@ -25,6 +29,41 @@ Json commandJson(const CommandEffect& effect) {
         json["lines_left_out"] = effect.linesLeftOut;
     }
     return json;
+}
+
+constexpr const char* kScripts[] = {"/bin/rescan-scsi-bus.sh", "/usr/bin/rescan-scsi-bus.sh"};
+const std::string kNotComplete = "the rescan is not complete: ";
+
+bool isEffect(const CommandEffect& effect) {
+    return !host::isReadCommand(effect.command);
+}
+
+bool isScript(const CommandEffect& effect) {
+    return effect.command.find("/rescan-scsi-bus.sh ") != std::string::npos;
+}
+
+bool scansByItself(const Context& context) {
+    return context.hosts.aside().kernelRelease().compare(0, 4, "2.4.") == 0;
+}
+
+std::string whyNoScript(const Context& context) {
+    const HostView view = context.view();
+    for (const char* const script : kScripts) {
+        if (view.isUntold(script)) {
+            return noAnswerFor(script);
+        }
+    }
+    return std::string("rescan-scsi-bus.sh is neither in /bin nor in /usr/bin; ") +
+           howToInstall(kScripts[0]);
+}
+
+// The multipath layer of a host without maps and without its tools has nothing to refresh.
+bool isWithoutMaps(const Context& context, const CommandEffect& effect) {
+    constexpr const char* kMultipath = "/sbin/multipath";
+    const HostView view = context.view();
+    return effect.command.find(std::string(kMultipath) + " ") == 0 && couldNotStart(effect) &&
+           !view.isUntoldCommand(effect.command) &&
+           prune::findMaps({view.host, view.isRecorded()}).list.empty();
 }
 
 }  // namespace
@@ -56,20 +95,49 @@ void addEffects(Report& report, const Context& context) {
     report.data["writes"] = writes;
 }
 
-std::string failedCommand(const WatchedHost& host) {
-    for (const CommandEffect& effect : host.commands()) {
+std::string failureText(const Context& context, const CommandEffect& effect) {
+    const HostView view = context.view();
+    if (view.isUntoldCommand(effect.command)) {
+        return noAnswerFor("the command " + visible(effect.command));
+    }
+    const std::string program = effect.command.substr(0, effect.command.find(' '));
+    if (couldNotStart(effect) && !view.host.pathExists(program)) {
+        const std::string remedy = howToInstall(program);
+        return "there is no " + visible(program) + (remedy.empty() ? "" : "; " + remedy);
+    }
+    return endingText(effect);
+}
+
+std::string failedCommand(const Context& context) {
+    for (const CommandEffect& effect : context.host().commands()) {
         if (!host::isReadCommand(effect.command) && !succeeded(effect)) {
-            return endingText(effect);
+            return failureText(context, effect);
         }
     }
     return {};
 }
 
-std::string scriptFailure(const WatchedHost& host) {
-    const std::string failed = failedCommand(host);
-    return !failed.empty()
-               ? failed
-               : "rescan-scsi-bus.sh is neither in /bin nor in /usr/bin: install sg3-utils";
+std::string scriptFailure(const Context& context) {
+    const std::string failed = failedCommand(context);
+    return failed.empty() ? whyNoScript(context) : failed;
+}
+
+void addRescanDoubts(Report& report, const Context& context) {
+    const auto& commands = context.host().commands();
+    const bool hasRescanned = std::any_of(commands.begin(), commands.end(), isEffect);
+    const bool hasRunScript = std::any_of(commands.begin(), commands.end(), isScript);
+    if (context.options.dryRun || !hasRescanned) {
+        return;
+    }
+    if (!hasRunScript && !scansByItself(context)) {
+        report.doubts.push_back(kNotComplete + whyNoScript(context));
+    }
+    for (const CommandEffect& effect : commands) {
+        if (isEffect(effect) && !succeeded(effect) && !isRefused(effect) &&
+            !isWithoutMaps(context, effect)) {
+            report.doubts.push_back(kNotComplete + failureText(context, effect));
+        }
+    }
 }
 
 }  // namespace cli

@@ -5,21 +5,45 @@
 #include <cstring>
 #include <set>
 
+#include "recording/guard/kernel/answering.h"
+#include "scsitool/discovery/device_discovery_linux.h"
+
 namespace cli {
 namespace {
+
+constexpr const char* kDiskList = "/proc/partitions";
 
 bool isDenied(int error) {
     return error == EACCES || error == EPERM;
 }
 
-// What an open of the node says, 0 when it opens.
+// What the open says that discovery makes, 0 when it opens.
 int openError(host::Host& host, const std::string& name) {
-    const int descriptor = host.openDevice(name, host::OpenMode::kReadOnlyNonBlocking);
+    const int descriptor = host.openDevice(name, host::OpenMode::kReadWriteNonBlocking);
     if (descriptor < 0) {
         return -descriptor;
     }
     host.closeDevice(descriptor);
     return 0;
+}
+
+// The reason with the device in front and, where it helps, what to do.
+std::string openFailure(const Context& context, const std::string& name, int error) {
+    if (error == ENOENT && context.view().isUntold(name)) {
+        return noAnswerFor(name);
+    }
+    const bool isUser = isDenied(error) && context.isLive() && !context.isRoot;
+    return name + ": cannot open the device: " + std::strerror(error) +
+           (isUser ? "; run it as root" : "");
+}
+
+std::vector<std::string> nativeDisks(host::Host& host) {
+    const host::Scope scope(host);
+    try {
+        return CLinuxDeviceDiscovery().enumerateNativeDevicePaths();
+    } catch (int) {
+        return {};
+    }
 }
 
 }  // namespace
@@ -34,18 +58,18 @@ std::vector<std::string> Context::givenUp() const {
 }
 
 std::string hintWithoutDisks(const Context& context) {
-    if (!context.isLive()) {
-        return "the recorded host " + context.options.hostFile + " has none that opens";
+    const HostView view = context.view();
+    const int error = view.host.readFile(kDiskList).error();
+    if (error != 0) {
+        return whyNotThere(view, kDiskList, error);
     }
     const std::size_t silent = context.givenUp().size();
     if (silent != 0) {
         return std::to_string(silent) + " did not answer in " +
                std::to_string(context.options.deadline) + " s";
     }
-    if (!context.isRoot) {
-        return "device nodes open to root only, run it as root";
-    }
-    return "look at 'lsscsi' or /proc/partitions for sd disks, then try 'scsitool rescan'";
+    return std::string(kDiskList) + " names no sd disk" +
+           (context.isLive() ? "; where one is connected, try 'scsitool rescan'" : "");
 }
 
 std::string whyNotFound(const Context& context, const std::string& name) {
@@ -55,12 +79,25 @@ std::string whyNotFound(const Context& context, const std::string& name) {
     }
     const int error = openError(context.hosts.aside(), name);
     if (error != 0) {
-        return name + ": cannot open the device: " + std::strerror(error) +
-               (isDenied(error) && !context.isRoot ? "; run it as root" : "");
+        return openFailure(context, name, error);
+    }
+    const std::vector<std::string> disks = nativeDisks(context.hosts.aside());
+    if (std::find(disks.begin(), disks.end(), name) != disks.end()) {
+        return name + ": it did not open, and does now; try again";
     }
     return name +
            ": it is neither a whole sd disk of /proc/partitions nor a multipath device; "
            "'scsitool devices' lists the names";
+}
+
+std::string whyNoAnswer(const Context& context, const std::string& name) {
+    const HostView view = context.view();
+    recording::guard::Evidence evidence(view.host, view.isRecorded());
+    const recording::guard::Answer answer = recording::guard::askDisk(evidence, name);
+    const std::string text = "the device opens and did not answer INQUIRY";
+    return answer.kind == recording::guard::Answer::Kind::kConnected
+               ? text + "; it does now, try again"
+               : text + ": " + answer.why;
 }
 
 }  // namespace cli

@@ -40,8 +40,11 @@ struct Context {
     }
 };
 
-/// What to try when no disk was found: " (...)" to be added to a message.
+/// Why there is no disk, to stand behind "no SCSI disk found: ".
 std::string hintWithoutDisks(const Context& context);
+
+/// Why a device that opened has no identity, for a message: what INQUIRY ended in.
+std::string whyNoAnswer(const Context& context, const std::string& name);
 
 /// Why the library found nothing under a device name, for a message.
 std::string whyNotFound(const Context& context, const std::string& name);

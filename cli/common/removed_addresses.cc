@@ -46,14 +46,14 @@ std::vector<RemovedAddress> removedAddresses(const std::vector<AppendEffect>& wr
     return removed;
 }
 
-std::string removalFailure(const std::vector<RemovedAddress>& removed) {
+std::string removalFailure(const HostView& view, const std::vector<RemovedAddress>& removed) {
     for (const RemovedAddress& one : removed) {
         if (one.error != 0) {
-            return fmt::format("{} was not removed: {}: {}{}", addressText(one.address), kScsiTable,
-                               std::strerror(one.error),
-                               one.error == ENOENT
-                                   ? " (a kernel without CONFIG_SCSI_PROC_FS has no such file)"
-                                   : "");
+            const bool isMissing = one.error == ENOENT && !view.isUntold(kScsiTable);
+            return fmt::format(
+                "{} was not removed: {}{}", addressText(one.address),
+                whyNotThere(view, kScsiTable, one.error),
+                isMissing ? " (a kernel without CONFIG_SCSI_PROC_FS has no such file)" : "");
         }
     }
     return {};

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/common/host_view.h"
 #include "cli/hosts/watched_host.h"
 #include "cli/output/report.h"
 #include "scsitool/discovery/linux_scsi_device.h"
@@ -22,7 +23,7 @@ struct RemovedAddress {
 std::vector<RemovedAddress> removedAddresses(const std::vector<AppendEffect>& writes);
 
 /// Why the first removal that failed did; empty when none failed.
-std::string removalFailure(const std::vector<RemovedAddress>& removed);
+std::string removalFailure(const HostView& view, const std::vector<RemovedAddress>& removed);
 
 /// "H:C:T:L".
 std::string addressText(const SLinuxScsiDevice& address);

@@ -70,7 +70,7 @@ Abilities::Path Abilities::look(const std::string& path) const {
     return m_view.isUntold(path) ? Path::kUntold : Path::kAbsent;
 }
 
-bool Abilities::needs(Ability& ability, const std::string& path, const char* remedy) const {
+bool Abilities::needs(Ability& ability, const std::string& path, const std::string& remedy) const {
     switch (look(path)) {
         case Path::kThere:
             return true;
@@ -154,7 +154,7 @@ std::string Abilities::script() const {
 void Abilities::tryRescan() {
     Ability ability = {"rescan", {}, {}, {}};
     if (isOldKernel()) {
-        needs(ability, "/bin/ls", "install coreutils");
+        needs(ability, "/bin/ls", howToInstall("/bin/ls"));
     } else if (script().empty()) {
         const auto* const untold =
             std::find_if(std::begin(kScripts), std::end(kScripts),
@@ -162,7 +162,7 @@ void Abilities::tryRescan() {
         if (untold != std::end(kScripts)) {
             ability.leaveUntold(noAnswerFor(*untold));
         } else {
-            ability.lack(kNoScript, kInstallSgUtils);
+            ability.lack(kNoScript, howToInstall(kInq));
             find(Kind::kNoRescanScript, {std::begin(kScripts), std::end(kScripts)}, kNoScript);
         }
     }
@@ -180,7 +180,7 @@ void Abilities::tryStaleRemoval() {
         const Ability& rescan = m_list.back();
         ability.state = Ability::State::kDoesNot;
         ability.missing = isOldKernel() ? kNoScript : rescan.missing;
-        ability.remedy = kInstallSgUtils;
+        ability.remedy = howToInstall(kInq);
         if (rescan.state == Ability::State::kUntold) {
             ability.leaveUntold(rescan.missing);
             ability.remedy.clear();
@@ -201,7 +201,7 @@ void Abilities::tryScript(Ability& ability, const std::string& path,
         return;
     }
     if (couldNotStart(effectOf(command, m_view.host.runCommand(command, kTimeLimit)))) {
-        ability.lack(std::string("there is no ") + kInq, kInstallSgUtils);
+        ability.lack(std::string("there is no ") + kInq, howToInstall(kInq));
         return;
     }
     guard::Evidence evidence(m_view.host, m_view.isRecorded());

@@ -30,7 +30,7 @@ class Abilities {
 
     Path look(const std::string& path) const;
     /// Looks for a tool; what is not there is taken down. Tells whether it is there.
-    bool needs(Ability& ability, const std::string& path, const char* remedy) const;
+    bool needs(Ability& ability, const std::string& path, const std::string& remedy) const;
     void add(Ability ability) { m_list.push_back(std::move(ability)); }
     void find(Kind kind, const std::vector<std::string>& devices, const std::string& seen);
 

@@ -31,12 +31,11 @@ constexpr int kNoProcess = 1 << 8;  // pidof found none
 }  // namespace
 
 void Abilities::tryMaps() {
-    const std::pair<const char*, std::pair<const char*, const char*>> kTools[] = {
-        {"refresh multipath maps", {kMultipath, kInstallMultipath}},
-        {"remove multipath maps", {kDmsetup, kInstallDmsetup}}};
+    constexpr std::pair<const char*, const char*> kTools[] = {
+        {"refresh multipath maps", kMultipath}, {"remove multipath maps", kDmsetup}};
     for (const auto& [name, tool] : kTools) {
         Ability ability = {name, {}, {}, {}};
-        needs(ability, tool.first, tool.second);
+        needs(ability, tool, howToInstall(tool));
         if (ability.state == Ability::State::kDoesNot && !m_seen.maps.empty()) {
             find(Kind::kNoMultipathTool, mapNodes(), ability.missing);
         }
@@ -68,14 +67,14 @@ void Abilities::tryFlush() {
         kind = Kind::kNoPidof;
         ability.lack(m_view.host.pathExists(kPidof) ? std::string(kPidof) + " cannot be started"
                                                     : std::string("there is no ") + kPidof,
-                     kInstallPidof);
+                     howToInstall(kPidof));
     } else if (isIdle) {
         kind = Kind::kNoMultipathDaemon;
         ability.lack("multipathd does not run", "systemctl enable --now multipathd");
     } else if (!succeeded(asked)) {
         ability.leaveUntold(endingText(asked));
     } else {
-        needs(ability, kMultipath, kInstallMultipath);
+        needs(ability, kMultipath, howToInstall(kMultipath));
     }
     if (kind && !m_seen.maps.empty()) {
         find(*kind, mapNodes(), ability.missing);
@@ -86,7 +85,7 @@ void Abilities::tryFlush() {
 void Abilities::tryPowerPath() {
     guard::Evidence evidence(m_view.host, m_view.isRecorded());
     Ability ability = {"refresh PowerPath devices", {}, {}, {}};
-    needs(ability, kPowermt, kInstallPowermt);
+    needs(ability, kPowermt, howToInstall(kPowermt));
     std::vector<std::string> nodes;
     for (const std::string& name : guard::powerPathDevices(evidence)) {
         nodes.push_back("/dev/" + name);
@@ -105,7 +104,7 @@ std::vector<std::string> Abilities::sessions() const {
 
 void Abilities::tryIscsi() {
     Ability ability = {"iscsi", {}, {}, {}};
-    needs(ability, kIscsiadm, kInstallIscsi);
+    needs(ability, kIscsiadm, howToInstall(kIscsiadm));
     if (ability.state == Ability::State::kDoesNot && !sessions().empty()) {
         find(Kind::kNoIscsiTool, sessions(), ability.missing);
     }
@@ -114,7 +113,7 @@ void Abilities::tryIscsi() {
 
 void Abilities::tryInitiatorName() {
     Ability ability = {"iscsi iqn", {}, {}, {}};
-    if (needs(ability, kIscsiadm, kInstallIscsi)) {
+    if (needs(ability, kIscsiadm, howToInstall(kIscsiadm))) {
         needName(ability);
         if (ability.state == Ability::State::kDoesNot && !sessions().empty()) {
             find(Kind::kNoInitiatorName, sessions(), ability.missing);
@@ -124,7 +123,7 @@ void Abilities::tryInitiatorName() {
 }
 
 void Abilities::needName(Ability& ability) const {
-    if (!needs(ability, kNameFile, kInstallIscsi)) {
+    if (!needs(ability, kNameFile, howToInstall(kIscsiadm))) {
         return;
     }
     const int error = m_view.host.readFile(kNameFile).error();
@@ -150,7 +149,7 @@ void Abilities::tryPortNames() {
         if (m_view.isUntoldCommand(kPortQuestion)) {
             ability.leaveUntold(noAnswerFor(kPortQuestion));
         } else if (couldNotStart(listed)) {
-            ability.lack("there is no /bin/ls", "install coreutils");
+            ability.lack("there is no /bin/ls", howToInstall("/bin/ls"));
         } else {
             ability.lack("no Fibre Channel port is named in /proc/scsi or /sys/class/fc_host",
                          "where there is such an adapter, load its driver");

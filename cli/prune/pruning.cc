@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cli/base/failure.h"
+#include "cli/common/acting.h"
 #include "cli/common/script_arguments.h"
 #include "scsitool/host/interruption.h"
 
@@ -165,7 +166,7 @@ void Pruning::flushMap(Row& row) {
     // The daemon may have flushed it between the look and the command.
     if (!succeeded(effect) && !isRefused(row, refusals) && lookAtMap(m_view, name).isThere) {
         row.outcome = Outcome::kFailed;
-        row.message = endingText(effect);
+        row.message = failureText(m_context, effect);
     }
 }
 

@@ -329,7 +329,10 @@ TEST(CliAsking, AnswersBeforeARescanAreNotTakenAfterIt) {
 }
 
 TEST(CliAsking, ADiskThatHangsAfterTheRescanHoldsTheLockForTheDeadline) {
-    SickMachine machine(manyDisks(8));
+    recording::RecordedHostData data = manyDisks(8);
+    data.files["/bin/rescan-scsi-bus.sh"] = "";
+    data.commands.push_back({"/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d", {}});
+    SickMachine machine(data);
     bool isSick = false;
     machine.onCommand = [&isSick](const std::string&) { isSick = true; };
     machine.hangs = [&isSick](const std::string& path) {

@@ -275,7 +275,10 @@ TEST(CliInquiry, ADiskThatDoesNotAnswerIsAFailure) {
     CliMachine machine(data);
     const CliResult result = machine.run({"inquiry", "/dev/sdc", "--json"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "scsitool: /dev/sdc: the device opens but does not answer INQUIRY\n");
+    EXPECT_EQ(
+        result.err,
+        "scsitool: /dev/sdc: the device opens and did not answer INQUIRY: Inappropriate ioctl "
+        "for device\n");
     EXPECT_EQ(result.json()["records"][0]["host"], -1);
 }
 

@@ -373,11 +373,17 @@ TEST(CliRun, BytesThatAreNoUtf8AreLatin1InJson) {
 }
 
 TEST(CliRun, WithoutRootTheMessageSaysSo) {
-    CliMachine machine({});
+    recording::RecordedHostData data;
+    data.files["/proc/partitions"] = "   8 0 1 sda\n   8 16 1 sdb\n";
+    data.devices["/dev/sda"].openError = EACCES;
+    data.devices["/dev/sdb"].openError = EACCES;
+    CliMachine machine(data);
     cli::Surroundings surroundings;
     surroundings.isRoot = false;
-    expectRefused(machine.run({"devices"}, surroundings), 1, "run it as root");
-    expectRefused(machine.run({"devices"}), 1, "try 'scsitool rescan'");
+    const std::string why =
+        "scsitool: 2 of 2 disks cannot be opened: permission denied: /dev/sda /dev/sdb";
+    EXPECT_EQ(machine.run({"devices"}, surroundings).err, why + "; run it as root\n");
+    EXPECT_EQ(machine.run({"devices"}).err, why + "\n");
 }
 
 TEST(CliRun, ADeviceThatDeniesAccessIsNamed) {

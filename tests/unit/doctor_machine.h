@@ -10,16 +10,14 @@
 
 namespace test {
 
-/// The guarded machine with every tool that an operation asks for: nothing is to be found there.
-inline recording::RecordedHostData soundMachine() {
-    recording::RecordedHostData data = guardedMachine();
-    for (const char* tool : {"/sbin/multipath", "/usr/sbin/dmsetup", "/sbin/pidof", "/sbin/powermt",
-                             "/sbin/iscsiadm", "/bin/ls", "/usr/bin/sg_inq"}) {
-        data.files[tool] = "";
+/// Every tool that an operation asks for, and what those answer that only read.
+inline void addTools(recording::RecordedHostData& data) {
+    for (const char* tool :
+         {"/sbin/multipath", "/usr/sbin/dmsetup", "/sbin/pidof", "/sbin/powermt", "/sbin/iscsiadm",
+          "/bin/ls", "/usr/bin/sg_inq", "/usr/bin/rescan-scsi-bus.sh", "/proc/scsi/scsi"}) {
+        data.files.emplace(tool, "");
     }
     data.files["/etc/iscsi/initiatorname.iscsi"] = "InitiatorName=iqn.2026-01.org.acme:h\n";
-    data.files["/proc/partitions"] =
-        "   8 16 1048576 sdb\n   8 32 1048576 sdc\n   8 48 1048576 sdd\n";
     data.commands.push_back({"/sbin/pidof -x multipathd", {"412"}});
     for (const char* driver : {"qla2xxx", "qla2300", "lpfc"}) {
         data.commands.push_back(
@@ -28,6 +26,26 @@ inline recording::RecordedHostData soundMachine() {
     data.commands.push_back({"/bin/ls /sys/class/fc_host/", {"host2"}});
     data.files["/sys/class/fc_host/host2/port_name"] = "0x21000024ff3a6e10\n";
     data.directories["/sys/class/"] = {".", "..", "block", "fc_host", "scsi_device"};
+}
+
+/// The guarded machine with all that a sound one has: nothing is to be found there.
+inline recording::RecordedHostData soundMachine() {
+    recording::RecordedHostData data = guardedMachine();
+    addTools(data);
+    data.files["/proc/partitions"] =
+        "   8 16 1048576 sdb\n   8 32 1048576 sdc\n   8 48 1048576 sdd\n";
+    std::uint32_t word = 0x02000500;
+    for (const char* disk : {"/dev/sdb", "/dev/sdc", "/dev/sdd"}) {
+        recording::RecordedDevice& device = data.devices[disk];
+        device.pages[0x00] = recording::Bytes{0x00, 0x00, 0x00, 0x02, 0x00, 0x83};
+        device.idLun = disk == std::string("/dev/sdd") ? 0x04000100 : word;
+        word += 0x01000000;
+    }
+    data.directories["/dev/mapper/"] = {".", "..", "control", "mpatha"};
+    recording::RecordedDevice map = data.devices["/dev/sdd"];
+    map.number = data.devices["/dev/dm-0"].number;
+    map.inUse = false;
+    data.devices["/dev/dm-0"] = map;
     return data;
 }
 
