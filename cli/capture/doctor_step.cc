@@ -6,7 +6,7 @@ namespace cli {
 
 void askDoctor(host::Host& host) {
     const HostView view = {host};
-    doctor::examine(view, true);
+    doctor::examine(view, true, 0);
 }
 
 }  // namespace cli

@@ -1,3 +1,4 @@
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/doctor/doctor_text.h"
 #include "cli/doctor/examination.h"
@@ -13,7 +14,9 @@ class Doctor : public Command {
     }
 
     Report run(Context& context) override {
-        const doctor::Examination found = doctor::examine(context.view(), context.isRoot);
+        askAhead(context, "", interviews::volume());
+        const doctor::Examination found =
+            doctor::examine(context.view(), context.isRoot, context.options.deadline);
         Report report;
         report.data["abilities"] = doctor::abilitiesJson(found.abilities);
         report.data["findings"] = doctor::findingsJson(found.findings);

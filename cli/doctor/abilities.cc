@@ -30,7 +30,7 @@ std::vector<std::string> nodesOf(const std::vector<DiskSeen>& disks, Condition i
     std::vector<std::string> nodes;
     for (const DiskSeen& disk : disks) {
         if (isMeant(disk)) {
-            nodes.push_back(disk.node);
+            nodes.push_back(disk.node());
         }
     }
     return nodes;
@@ -38,12 +38,11 @@ std::vector<std::string> nodesOf(const std::vector<DiskSeen>& disks, Condition i
 
 // It came to the device, whatever that said.
 bool tookCommand(const DiskSeen& disk) {
-    return disk.answer.kind == guard::Answer::Kind::kConnected || disk.answer.qualifier != 0 ||
-           disk.answer.error > 0;
+    return disk.seen.inquiryResult.value_or(-1) >= 0;
 }
 
 std::string openText(const DiskSeen& disk) {
-    return disk.node + ": " + std::strerror(disk.openError);
+    return disk.node() + ": " + std::strerror(disk.openError());
 }
 
 }  // namespace
@@ -90,11 +89,12 @@ void Abilities::find(Kind kind, const std::vector<std::string>& devices, const s
 void Abilities::tryDisks() {
     Ability ability = {"open disks", {}, {}, {}};
     const auto& disks = m_seen.disks;
-    const auto denied = nodesOf(disks, [](const auto& disk) { return isDenied(disk.openError); });
-    const auto opened = nodesOf(disks, [](const auto& disk) { return disk.openError == 0; });
+    const auto denied = nodesOf(disks, [](const auto& disk) { return isDenied(disk.openError()); });
+    const auto opened = nodesOf(disks, [](const auto& disk) { return disk.seen.openResult == 0; });
     if (!denied.empty()) {
-        const auto first = std::find_if(disks.begin(), disks.end(),
-                                        [](const auto& disk) { return isDenied(disk.openError); });
+        const auto first = std::find_if(disks.begin(), disks.end(), [](const auto& disk) {
+            return isDenied(disk.openError());
+        });
         const bool isUser = !m_view.isRecorded() && !m_isRoot;
         ability.lack(openText(*first),
                      isUser ? "run it as root" : "give it the device nodes of the disks");
@@ -114,7 +114,8 @@ void Abilities::tryCommands() {
         const auto first = std::find_if(disks.begin(), disks.end(),
                                         [](const auto& disk) { return disk.answersSgIoOnly; });
         const std::string seen =
-            "SCSI_IOCTL_SEND_COMMAND: " + first->answer.why + ", where SG_IO " + "is answered";
+            "SCSI_IOCTL_SEND_COMMAND: " + picture::errorText(*first->seen.inquiryResult) +
+            ", where SG_IO " + "is answered";
         ability.lack(seen, "boot a kernel that takes the ioctl");
         find(Kind::kNoSendCommand, refused, seen);
     } else if (std::none_of(disks.begin(), disks.end(), tookCommand)) {
@@ -172,10 +173,9 @@ void Abilities::tryRescan() {
 void Abilities::tryStaleRemoval() {
     Ability ability = {"remove-stale", {}, {}, {}};
     const std::string path = script();
-    const auto answering =
-        std::find_if(m_seen.disks.begin(), m_seen.disks.end(), [](const DiskSeen& disk) {
-            return disk.answer.kind == guard::Answer::Kind::kConnected && !disk.genericNode.empty();
-        });
+    const auto answering = std::find_if(
+        m_seen.disks.begin(), m_seen.disks.end(),
+        [](const DiskSeen& disk) { return disk.isConnected() && !disk.genericNode.empty(); });
     if (path.empty()) {
         const Ability& rescan = m_list.back();
         ability.state = Ability::State::kDoesNot;

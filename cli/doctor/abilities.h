@@ -52,7 +52,6 @@ class Abilities {
     std::string script() const;
     bool isOldKernel() const;
     std::vector<std::string> sessions() const;
-    std::vector<std::string> mapNodes() const;
 
     const HostView& m_view;
     const Survey& m_seen;

@@ -36,19 +36,11 @@ void Abilities::tryMaps() {
     for (const auto& [name, tool] : kTools) {
         Ability ability = {name, {}, {}, {}};
         needs(ability, tool, howToInstall(tool));
-        if (ability.state == Ability::State::kDoesNot && !m_seen.maps.empty()) {
-            find(Kind::kNoMultipathTool, mapNodes(), ability.missing);
+        if (ability.state == Ability::State::kDoesNot && !m_seen.maps().empty()) {
+            find(Kind::kNoMultipathTool, m_seen.maps(), ability.missing);
         }
         add(std::move(ability));
     }
-}
-
-std::vector<std::string> Abilities::mapNodes() const {
-    std::vector<std::string> nodes;
-    for (const std::string& map : m_seen.maps) {
-        nodes.push_back("/dev/mapper/" + map);
-    }
-    return nodes;
 }
 
 void Abilities::tryFlush() {
@@ -76,8 +68,8 @@ void Abilities::tryFlush() {
     } else {
         needs(ability, kMultipath, howToInstall(kMultipath));
     }
-    if (kind && !m_seen.maps.empty()) {
-        find(*kind, mapNodes(), ability.missing);
+    if (kind && !m_seen.maps().empty()) {
+        find(*kind, m_seen.maps(), ability.missing);
     }
     add(std::move(ability));
 }

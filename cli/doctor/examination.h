@@ -19,7 +19,8 @@ struct Examination {
 
 /// Examines a host. Everything is read; nothing is changed, and no lock is taken. `isRoot` says
 /// whether who asks is root, which counts on a live machine alone.
-Examination examine(const HostView& view, bool isRoot);
+/// `deadline` is how many seconds a disk was waited for, for the text of its state.
+Examination examine(const HostView& view, bool isRoot, unsigned deadline);
 
 }  // namespace cli::doctor
 

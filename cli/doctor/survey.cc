@@ -2,34 +2,38 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
+#include <memory>
+#include <set>
 
+#include "cli/common/record_list.h"
+#include "cli/doctor/identity_findings.h"
+#include "cli/picture/drawing.h"
 #include "cli/prune/look.h"
-#include "recording/guard/kernel/scsi_devices.h"
 #include "scsitool/discovery/device_discovery_linux.h"
+#include "scsitool/dmp/dmp_discovery_manager.h"
+#include "scsitool/udid/device_udid_factory.h"
 
 namespace cli::doctor {
 namespace {
 
 namespace guard = recording::guard;
-using guard::Answer;
 using guard::Evidence;
+using picture::ScsiAddress;
+
+// In these states a command waits, possibly for good.
+bool isHeldBack(const std::string& state) {
+    return state == "blocked" || state == "created-blocked" || state == "quiesce";
+}
 
 bool isRefusal(int error) {
     return error == -ENOTTY || error == -EINVAL || error == -EOPNOTSUPP;
 }
 
-int openErrorOf(host::Host& host, const std::string& node) {
-    const int descriptor = host.openDevice(node, host::OpenMode::kReadWriteNonBlocking);
-    if (descriptor < 0) {
-        return -descriptor;
-    }
-    host.closeDevice(descriptor);
-    return 0;
-}
-
-// The same INQUIRY by the other interface.
+// INQUIRY by the other interface.
 bool answersSgIo(host::Host& host, const std::string& node) {
     constexpr std::uint8_t kLength = 36;
+    constexpr std::size_t kSenseLength = 32;
     constexpr unsigned kTimeout = 10000;  // milliseconds
     const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
     if (descriptor < 0) {
@@ -38,73 +42,144 @@ bool answersSgIo(host::Host& host, const std::string& node) {
     host::SgIoRequest request;
     request.cdb = {0x12, 0, 0, 0, kLength, 0};
     request.data.resize(kLength);
-    request.sense.resize(32);
+    request.sense.resize(kSenseLength);
     request.timeout = kTimeout;
     const int result = host.sgIo(descriptor, request);
     host.closeDevice(descriptor);
     return result == 0 && request.status == 0 && request.hostStatus == 0;
 }
 
-DiskSeen lookAt(const HostView& view, const prune::DiskSighting& sighting) {
-    Evidence evidence(view.host, view.isRecorded());
-    DiskSeen disk;
-    disk.node = sighting.shown;
-    disk.address = sighting.address;
-    disk.answer = sighting.answer;
-    disk.genericNode = guard::ScsiDevices(evidence).genericNodeAt(sighting.address);
-    return disk;
-}
+/// Asks the devices that an enumeration asks, without its lock.
+class Round {
+  public:
+    Round(const HostView& view, unsigned deadline)
+        : m_view(view),
+          m_deadline(deadline),
+          m_watch(view.host),
+          m_evidence(view.host, view.isRecorded()) {}
 
-void lookCloser(const HostView& view, DiskSeen& disk) {
-    disk.openError = openErrorOf(view.host, disk.node);
-    disk.answersSgIoOnly = isRefusal(disk.answer.error) && answersSgIo(view.host, disk.node);
-}
+    Survey take() {
+        picture::KernelView kernel(m_view.host, m_view.isRecorded());
+        for (const picture::KernelDisk& disk : kernel.disks()) {
+            m_states["/dev/" + disk.name] = disk.state.state;
+        }
+        askAll();
+        Survey found;
+        found.picture = picture::pictureOf(
+            picture::drawDevices({m_devices, m_records, m_watch},
+                                 {m_view.host, m_view.isRecorded(), m_deadline, "", true}));
+        for (const picture::Device& device : found.picture.devices) {
+            if (device.kind == picture::Kind::kDisk) {
+                found.disks.push_back(lookAt(device));
+            }
+        }
+        found.identities = std::move(m_identities);
+        found.untold = m_evidence.failures();
+        return found;
+    }
 
-bool isListed(const std::vector<DiskSeen>& disks, const std::string& node) {
-    return std::any_of(disks.begin(), disks.end(),
-                       [&node](const DiskSeen& disk) { return disk.node == node; });
-}
-
-// Those of /proc/partitions, where sysfs does not show them.
-void addUnlisted(const HostView& view, Survey& found) {
-    const host::Scope scope(view.host);
-    CLinuxDeviceDiscovery discovery;
-    for (const std::string& node : discovery.enumerateNativeDevicePaths()) {
-        if (!isListed(found.disks, node)) {
-            Evidence evidence(view.host, view.isRecorded());
-            DiskSeen disk;
-            disk.node = node;
-            disk.answer = guard::askDisk(evidence, node);
-            found.disks.push_back(std::move(disk));
+  private:
+    void askAll() {
+        const host::Scope scope(m_watch);
+        CDmpDiscoveryManager manager;
+        manager.enumerateDmpDevices(m_pseudoDevices);
+        for (const auto& [node, info] : m_pseudoDevices) {
+            ask(node, info);
+        }
+        CLinuxDeviceDiscovery discovery;
+        for (const std::string& node : discovery.enumerateNativeDevicePaths()) {
+            SDeviceInfo info;
+            info.deviceName = node;
+            ask(node, info);
         }
     }
-}
 
-void add(const std::vector<std::string>& failures, Survey& found) {
-    found.untold.insert(found.untold.end(), failures.begin(), failures.end());
-}
+    void ask(const std::string& node, SDeviceInfo info) {
+        if (isHeldBack(m_states[node])) {
+            return;
+        }
+        for (auto& record : owned(m_discovery.validateDevice(node))) {
+            const udid::Explanation explanation = udid::explain(m_factory, *record);
+            info.uid = explanation.udid;
+            m_devices[node] = info;
+            // What does not answer is named by nobody: that is found of it already.
+            if (info.dmpClaimLevel == 0 &&
+                m_watch.seen(node).answer.kind == guard::Answer::Kind::kConnected) {
+                addIdentityFindings(explanation, *record, m_identities);
+            }
+            m_records[node] = record.get();
+            m_owned.push_back(std::move(record));
+        }
+    }
+
+    DiskSeen lookAt(const picture::Device& device) {
+        DiskSeen disk;
+        disk.device = &device;
+        disk.seen = m_watch.seen(device.name);
+        disk.state = m_states[device.name];
+        const std::string folder = "/sys/class/block/" + device.kernelName + "/";
+        disk.isWriteProtected = m_evidence.file(folder + "ro").value_or("") == "1\n";
+        disk.answersSgIoOnly =
+            isRefusal(disk.seen.inquiryResult.value_or(0)) && answersSgIo(m_view.host, device.name);
+        takeWord(disk);
+        if (device.address) {
+            disk.genericNode = guard::ScsiDevices(m_evidence).genericNodeAt(*device.address);
+            if (disk.isConnected() && !device.kernelName.empty()) {
+                disk.verdict = judge(disk);
+            }
+        }
+        return disk;
+    }
+
+    // By the same comparison as prune.
+    prune::Verdict judge(const DiskSeen& disk) const {
+        const prune::View kernel = {m_view.host, m_view.isRecorded()};
+        prune::DiskSighting sighting;
+        sighting.address = *disk.device->address;
+        sighting.answer = disk.seen.answer;
+        sighting.kernel = prune::kernelIdentity(kernel, sighting.address);
+        sighting.live = prune::liveIdentity(kernel, disk.node(), sighting.answer);
+        return prune::judgeDisk(sighting);
+    }
+
+    void takeWord(DiskSeen& disk) const {
+        const auto record = m_records.find(disk.node());
+        if (record != m_records.end() && record->second->m_port >= 0) {
+            const CScsiDeviceData& at = *record->second;
+            disk.word = ScsiAddress{static_cast<std::uint32_t>(at.m_port), at.m_bus,
+                                    static_cast<std::uint32_t>(at.m_target),
+                                    static_cast<std::uint64_t>(at.m_lun)};
+        }
+    }
+
+    const HostView& m_view;
+    const unsigned m_deadline;
+    AnswerWatch m_watch;
+    Evidence m_evidence;
+    CUDIDFactory m_factory;
+    CLinuxDeviceDiscovery m_discovery;
+    std::map<std::string, std::string> m_states;
+    DeviceMap m_pseudoDevices;
+    DeviceMap m_devices;
+    std::map<std::string, const CScsiDeviceData*> m_records;
+    RecordList m_owned;
+    std::vector<Finding> m_identities;
+};
 
 }  // namespace
 
-Survey survey(const HostView& view) {
-    const prune::View kernel = {view.host, view.isRecorded()};
-    Survey found;
-    const auto disks = prune::findDisks(kernel);
-    add(disks.failures, found);
-    for (const guard::ScsiAddress& address : disks.list) {
-        const prune::DiskSighting sighting = prune::lookAtDisk(kernel, address);
-        if (sighting.isThere) {
-            found.disks.push_back(lookAt(view, sighting));
+std::vector<std::string> Survey::maps() const {
+    std::vector<std::string> nodes;
+    for (const picture::Device& device : picture.devices) {
+        if (device.kind == picture::Kind::kMap) {
+            nodes.push_back(device.name);
         }
     }
-    addUnlisted(view, found);
-    for (DiskSeen& disk : found.disks) {
-        lookCloser(view, disk);
-    }
-    const auto maps = prune::findMaps(kernel);
-    found.maps = maps.list;
-    add(maps.failures, found);
-    return found;
+    return nodes;
+}
+
+Survey survey(const HostView& view, unsigned deadline) {
+    return Round(view, deadline).take();
 }
 
 }  // namespace cli::doctor

@@ -74,14 +74,14 @@ std::string asKernelHas(std::string field) {
     return field.erase(field.find_last_not_of(' ') + 1);
 }
 
-Identity kernelIdentity(ScsiDevices& devices, const ScsiAddress& address) {
+Identity identityAt(ScsiDevices& devices, const ScsiAddress& address) {
     return {devices.attributeAt(address, "vendor"), devices.attributeAt(address, "model"),
             devices.attributeAt(address, "type"),
             devices.pageAt(address, guard::kIdentificationPage),
             devices.pageAt(address, guard::kSerialNumberPage)};
 }
 
-Identity liveIdentity(Evidence& evidence, const std::string& node, const Answer& answer) {
+Identity identityBehind(Evidence& evidence, const std::string& node, const Answer& answer) {
     return {asKernelHas(answer.vendor), asKernelHas(answer.product),
             std::to_string(answer.deviceType),
             guard::askPage(evidence, node, guard::kIdentificationPage).content,
@@ -153,11 +153,22 @@ DiskSighting lookAtDisk(const View& view, const ScsiAddress& address) {
         name.empty() ? scsi.genericNodeAt(address) : blocks.node(name).value_or("");
     disk.answer = ask(evidence, node, disk.state);
     if (disk.answer.kind == Answer::Kind::kConnected) {
-        disk.kernel = kernelIdentity(scsi, address);
-        disk.live = liveIdentity(evidence, node, disk.answer);
+        disk.kernel = identityAt(scsi, address);
+        disk.live = identityBehind(evidence, node, disk.answer);
     }
     disk.failures = evidence.failures();
     return disk;
+}
+
+Identity kernelIdentity(const View& view, const ScsiAddress& address) {
+    Evidence evidence(view.host, view.isRecorded);
+    ScsiDevices devices(evidence);
+    return identityAt(devices, address);
+}
+
+Identity liveIdentity(const View& view, const std::string& node, const Answer& answer) {
+    Evidence evidence(view.host, view.isRecorded);
+    return identityBehind(evidence, node, answer);
 }
 
 Found<std::string> findMaps(const View& view) {

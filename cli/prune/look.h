@@ -28,6 +28,12 @@ Found<recording::guard::ScsiAddress> findDisks(const View& view);
 /// one that comes back meanwhile is seen to live.
 DiskSighting lookAtDisk(const View& view, const recording::guard::ScsiAddress& address);
 
+/// What the kernel has noted of the disk at an address, and what the disk answers by now; `answer`
+/// is what it said to INQUIRY.
+Identity kernelIdentity(const View& view, const recording::guard::ScsiAddress& address);
+Identity liveIdentity(const View& view, const std::string& node,
+                      const recording::guard::Answer& answer);
+
 /// The names of the multipath maps, in their order.
 Found<std::string> findMaps(const View& view);
 

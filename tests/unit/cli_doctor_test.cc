@@ -299,7 +299,10 @@ std::vector<Lack> lacks() {
         {"powermt",
          [](Data& data) {
              data.files.erase("/sbin/powermt");
+             const recording::RecordedDevice disk = data.devices["/dev/sdb"];
              test::addBlock(data, "emcpowera", test::blockNumber(120, 0));
+             data.devices["/dev/emcpowera"] = disk;
+             data.devices["/dev/emcpowera"].number = test::blockNumber(120, 0);
          },
          "refresh PowerPath devices",
          "there is no /sbin/powermt",
@@ -341,6 +344,20 @@ TEST(Doctor, SaysWhatIsMissingAndWhatBringsIt) {
     }
 }
 
+TEST(Doctor, FindsEveryAbilitysKind) {
+    std::set<std::string> found = {"DOC002"};  // below
+    for (const Lack& lack : lacks()) {
+        found.insert(lack.codes.begin(), lack.codes.end());
+    }
+    std::set<std::string> kinds;
+    for (const cli::doctor::KindText& kind : cli::doctor::kindTexts()) {
+        if (kind.kind <= cli::doctor::Kind::kNoPowerPathTool) {
+            kinds.insert(kind.code);
+        }
+    }
+    EXPECT_EQ(found, kinds);
+}
+
 // The kernel of sdb takes no SCSI_IOCTL_SEND_COMMAND.
 RecordedHostData withoutTheIoctl() {
     RecordedHostData data = soundMachine();
@@ -359,7 +376,7 @@ TEST(Doctor, TellsAKernelWithoutTheIoctlFromASilentDisk) {
     const Json ability = abilityOf(found, "send SCSI commands");
     EXPECT_EQ(ability["works"], false);
     EXPECT_EQ(ability["missing"],
-              "SCSI_IOCTL_SEND_COMMAND: Inappropriate ioctl for device, where SG_IO is answered");
+              "SCSI_IOCTL_SEND_COMMAND: inappropriate ioctl for device, where SG_IO is answered");
     EXPECT_EQ(ability["remedy"], "boot a kernel that takes the ioctl");
     EXPECT_THAT(codesIn(found), testing::Contains("DOC002"));
     EXPECT_EQ(found.json()["findings"][0]["devices"], Json({"/dev/sdb", "/dev/sdc", "/dev/sdd"}));
@@ -374,6 +391,7 @@ TEST(Doctor, WhatDoesNotMatterOnAHostIsNoFinding) {
     test::takeCommandAway(data, "/sbin/pidof -x multipathd");
     auto& names = data.directories["/sys/class/block/"];
     names.erase(std::find(names.begin(), names.end(), "dm-0"));
+    data.directories["/dev/mapper/"] = {".", "..", "control"};
     data.directories.erase("/sys/class/iscsi_session/");
     const CliResult found = runOnMachine(data, {"doctor", "--json"});
     EXPECT_THAT(codesIn(found), IsEmpty());
