@@ -130,6 +130,24 @@ std::string whatTells(const std::vector<Device>& devices, const Volume& volume) 
     return volume.sizeKb ? sizeText(*volume.sizeKb) : "neither name nor size";
 }
 
+Contradiction sharedUdid(const std::vector<Device>& devices, const std::string& udid,
+                         const std::vector<Side>& sides) {
+    const std::string count = std::to_string(sides.size());
+    return contradiction(
+        FoundKind::kTwoVolumesOneUdid,
+        count + " volumes have the UDID " + udid + ": " + sidesText(devices, sides), sides,
+        [&](const std::string& own) { return "one UDID, " + count + " volumes: " + own; });
+}
+
+Contradiction sharedName(const std::vector<Device>& devices, const std::string& name,
+                         const std::vector<Side>& sides) {
+    const std::string count = std::to_string(sides.size());
+    return contradiction(
+        FoundKind::kOneVolumeTwoUdids,
+        "the volume " + name + " has " + count + " UDIDs: " + sidesText(devices, sides), sides,
+        [&](const std::string&) { return "one volume, " + count + " UDIDs: " + name; });
+}
+
 void addSharedUdids(const std::vector<Device>& devices, const std::vector<Volume>& volumes,
                     Found& found) {
     std::map<std::string, std::vector<const Volume*>> byUdid;
@@ -146,11 +164,7 @@ void addSharedUdids(const std::vector<Device>& devices, const std::vector<Volume
         for (const Volume* const volume : sharing) {
             sides.push_back({whatTells(devices, *volume), volume->devices});
         }
-        const std::string count = std::to_string(sharing.size());
-        found.push_back(contradiction(
-            FoundKind::kTwoVolumesOneUdid,
-            count + " volumes have the UDID " + udid + ": " + sidesText(devices, sides), sides,
-            [&](const std::string& own) { return "one UDID, " + count + " volumes: " + own; }));
+        found.push_back(sharedUdid(devices, udid, sides));
     }
 }
 
@@ -187,12 +201,7 @@ void addSharedNames(const std::vector<Device>& devices, const std::vector<Volume
     }
     for (const auto& [name, sides] : byName) {
         if (sides.size() > 1) {
-            const std::string count = std::to_string(sides.size());
-            const std::string mark = "one volume, " + count + " UDIDs: " + name;
-            found.push_back(contradiction(
-                FoundKind::kOneVolumeTwoUdids,
-                "the volume " + name + " has " + count + " UDIDs: " + sidesText(devices, sides),
-                sides, [&](const std::string&) { return mark; }));
+            found.push_back(sharedName(devices, name, sides));
         }
     }
 }

@@ -12,8 +12,8 @@
 #include "recording/guard/effect/scsi_address.h"
 
 /// One picture of a host's SCSI storage as plain data: the library's device map and records joined
-/// with what the kernel lists. `draw` (drawing.h) makes it; everything here is pure and works on
-/// values alone.
+/// with what the kernel lists. An `Enumeration` (enumeration.h) makes it; everything here is pure
+/// and works on values alone.
 ///
 ///     Enumeration enumeration(context);         // enumeration.h: asks, and looks on
 ///     enumeration.run(...);
