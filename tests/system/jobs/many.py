@@ -4,9 +4,9 @@ import collections
 from lab import disks_of
 from lab.job import Hardware
 
-TYPICAL_SECONDS = 15
+TYPICAL_SECONDS = 40
 
-DISKS = 256
+DISKS = 512
 # Far fewer than there are disks, and enough for the libraries that the command loads.
 DESCRIPTORS = 32
 
