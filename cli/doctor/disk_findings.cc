@@ -8,7 +8,6 @@ namespace {
 
 using picture::Condition;
 using picture::ScsiAddress;
-using prune::isGone;
 
 constexpr std::uint64_t kHighest = 255;  // eight bits of the address word
 

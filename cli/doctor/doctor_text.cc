@@ -25,12 +25,15 @@ Json textOrNull(const std::string& text) {
 
 // Indented, and continued under itself where the width is short.
 std::string paragraph(const std::string& label, const std::string& text, const Layout& layout) {
-    const std::string indent = "  " + std::string(label.size(), ' ');
+    const std::string first = "  " + label;
+    const std::string indent(first.size(), ' ');
     const std::size_t room =
         layout.width > indent.size() + 1 ? layout.width - indent.size() : text.size() + 1;
     std::string result;
     for (const std::string& piece : wrapped(visible(text), room)) {
-        result += (result.empty() ? "  " + label : indent) + piece + "\n";
+        result += result.empty() ? first : indent;
+        result += piece;
+        result += '\n';
     }
     return result;
 }
