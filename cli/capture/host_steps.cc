@@ -23,16 +23,18 @@ void askProcess(host::Host& host, const std::string& folder, std::set<std::strin
     if (!mounts.empty() && mountsSeen.insert(mounts).second) {
         readFiles(host, folder, {"mountinfo"});
     }
-    for (const std::string& descriptor : namesIn(host, folder + "fd/")) {
+    const std::string descriptors = folder + "fd/";
+    const std::string states = folder + "fdinfo/";
+    for (const std::string& descriptor : namesIn(host, descriptors)) {
         // A socket or a pipe has no path. What is open for reading alone is not looked at: a stat
         // of a file on a dead server does not come back.
-        if (linkTarget(host, folder + "fd/" + descriptor).compare(0, 1, "/") != 0) {
+        if (linkTarget(host, descriptors + descriptor).compare(0, 1, "/") != 0) {
             continue;
         }
-        const std::string info = host.readFile(folder + "fdinfo/" + descriptor).content;
+        const std::string info = host.readFile(states + descriptor).content;
         if (recording::guard::isOpenForWriting(info)) {
             host::DeviceNumber number;
-            host.deviceNumber(folder + "fd/" + descriptor, number);
+            host.deviceNumber(descriptors + descriptor, number);
         }
     }
 }
@@ -61,8 +63,9 @@ void askTables(host::Host& host) {
     readFiles(host, "/proc/self/", {"mountinfo"});
     // The drivers of old kernels, each with a file an adapter.
     for (const std::string& driver : namesIn(host, "/proc/scsi/")) {
-        for (const std::string& adapter : namesIn(host, "/proc/scsi/" + driver + "/")) {
-            host.readFile("/proc/scsi/" + driver + "/" + adapter);
+        const std::string adapters = "/proc/scsi/" + driver + "/";
+        for (const std::string& adapter : namesIn(host, adapters)) {
+            host.readFile(adapters + adapter);
         }
     }
 }

@@ -58,8 +58,9 @@ void askScsiDevices(host::Host& host) {
         askScsiAttributes(host, folder);
         namesIn(host, folder);
         namesIn(host, folder + "block/");
-        for (const std::string& node : namesIn(host, folder + "scsi_generic/")) {
-            readFiles(host, folder + "scsi_generic/" + node + "/", {"dev"});
+        const std::string generic = folder + "scsi_generic/";
+        for (const std::string& node : namesIn(host, generic)) {
+            readFiles(host, (generic + node).append("/"), {"dev"});
         }
         // It may only be written: whether it is there is all that can be asked.
         host.writeAccess(folder + "delete");
@@ -82,8 +83,9 @@ void askScsiDevices(host::Host& host) {
 void askTargets(host::Host& host) {
     const std::string cores = "/sys/kernel/config/target/core/";
     for (const std::string& core : namesIn(host, cores)) {
-        for (const std::string& device : namesIn(host, cores + core + "/")) {
-            readFiles(host, cores + core + "/" + device + "/",
+        const std::string folder = cores + core + "/";
+        for (const std::string& device : namesIn(host, folder)) {
+            readFiles(host, (folder + device).append("/"),
                       {"enable", "udev_path", "wwn/vpd_unit_serial"});
         }
     }

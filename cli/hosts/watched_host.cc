@@ -77,7 +77,7 @@ void WatchedHost::keep(const std::string& command, const host::CommandResult& re
     effect.result.waitStatus = result.waitStatus;
     effect.result.timedOut = result.timedOut;
     for (const std::string& line : result.lines) {
-        const std::size_t cost = sizeof(line) + line.size();
+        const std::size_t cost = sizeof(std::string) + line.size();
         if (effect.linesLeftOut != 0 || cost > m_outputLeft) {
             ++effect.linesLeftOut;
             continue;
