@@ -95,16 +95,25 @@ TEST(Round, OfNothingIsOver) {
     EXPECT_EQ(round.forkError(), 0);
 }
 
+// Under the address sanitizer a fork copies the tables of the shadow memory: a tenth of a second.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kForksAreCheap = false;
+#elif defined(__has_feature)
+constexpr bool kForksAreCheap = !__has_feature(address_sanitizer);
+#else
+constexpr bool kForksAreCheap = true;
+#endif
+
 TEST(Round, AsksNoMoreAtATimeThanItMay) {
     for (const unsigned jobs : {1U, 3U, 16U}) {
         Counters at(2);
-        Round round(names(40),
+        Round round(names(3 * jobs),
                     [&](const std::string& name) {
                         const std::uint32_t together = ++at[0];
                         std::uint32_t most = at[1];
                         while (most < together && !at[1].compare_exchange_weak(most, together)) {
                         }
-                        ::usleep(5000);
+                        ::usleep(50'000);
                         --at[0];
                         return echo(name);
                     },
@@ -112,7 +121,7 @@ TEST(Round, AsksNoMoreAtATimeThanItMay) {
         round.settle();
         expectAllSaid(round);
         EXPECT_LE(at[1], jobs);
-        EXPECT_GE(at[1], std::min(jobs, 8U));
+        EXPECT_GE(at[1], std::min(jobs, kForksAreCheap ? 8U : 2U));
     }
 }
 
@@ -168,10 +177,13 @@ TEST(Round, WaitsOnWithoutADeadline) {
 TEST(Round, GivesUpManySilentOnesTogether) {
     const std::pair<std::size_t, std::uint64_t> kCases[] = {{64, 2000}, {1000, 5000}};
     for (const auto& [items, most] : kCases) {
+        if (!kForksAreCheap && items > 64) {
+            continue;
+        }
         const std::uint64_t begun = now();
         Round round(names(items), [](const std::string&) -> std::string { hang(); }, {16, 1}, {});
         round.settle();
-        EXPECT_LT(now() - begun, 1000 + most) << items;
+        EXPECT_LT(now() - begun, 1000 + (kForksAreCheap ? most : 20 * most)) << items;
         EXPECT_EQ(count(round, End::kGivenUp), items);
     }
 }
@@ -285,6 +297,9 @@ TEST(Round, LeavesWhatIsTooLongToItsCaller) {
 }
 
 TEST(Round, TellsHowFarItIsAtMostTenTimesASecond) {
+    if (!kForksAreCheap) {
+        GTEST_SKIP() << "with slow forks there is more than one in hand";
+    }
     std::vector<AskingProgress> told;
     const std::uint64_t begun = now();
     Round round(
