@@ -45,9 +45,9 @@ def family_nodes(guest):
             for lun, node in disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "iscsi_tcp")).items()}
 
 
-def device_map(guest):
+def device_map(guest, status=0):
     """The UDIDs that `devices` prints, by name."""
-    return {entry["name"]: entry["udid"] for entry in guest.scsitool("devices")["devices"]}
+    return {entry["name"]: entry["udid"] for entry in guest.scsitool("devices", status=status)["devices"]}
 
 
 def check_name_and_discovery(guest, checks):
@@ -114,7 +114,7 @@ def check_new_unit(guest, checks):
 def check_withdrawn_unit(guest, checks, nodes):
     """A withdrawn volume stays behind as a disk that does not answer, and disturbs no other."""
     del target.units[ADDED_LUN]
-    udids = device_map(guest)
+    udids = device_map(guest, status=3)
     checks.true("a withdrawn volume loses its UDID", ADDED_UDID not in udids.values(), udids)
     checks.equal("a withdrawn volume disturbs no other", {node: udids.get(node) for node in nodes.values()},
                  {nodes[lun]: family.udid for lun, family in FAMILIES.items()})
