@@ -1,7 +1,9 @@
 // Holds what asking disks side by side brings, and what it costs where it brings nothing, against
 // the limits. Both ways are measured in turns, so that whatever else the machine does meanwhile
 // meets both.
+#include <sys/wait.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -19,6 +21,8 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr int kMostTimes = 4;  // the rounds of a case
 
 /// Disks that take some time for each answer.
 class SlowHost : public host::ForwardingHost {
@@ -57,9 +61,34 @@ double seconds(host::Host& machine, std::vector<std::string> options) {
     return std::chrono::duration<double>(Clock::now() - begun).count();
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+// Each run in a process of its own, as a command is one: the memory that one run leaves behind is
+// neither a gift to the next nor something that each page of is copied for because workers share
+// it.
+double secondsApart(host::Host& machine, const std::vector<std::string>& options) {
+    int ends[2];
+    if (::pipe(ends) != 0) {
+        std::perror("pipe");
+        std::exit(1);
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const double result = seconds(machine, options);
+        ::_exit(::write(ends[1], &result, sizeof result) == sizeof result ? 0 : 1);
+    }
+    ::close(ends[1]);
+    double result = 0;
+    const bool isRead = ::read(ends[0], &result, sizeof result) == sizeof result;
+    ::close(ends[0]);
+    if (child < 0 || !isRead || ::waitpid(child, nullptr, 0) != child) {
+        std::fprintf(stderr, "no run came to its end\n");
+        std::exit(1);
+    }
+    return result;
+}
+
+// What else the machine does only makes a run longer.
+double shortest(const std::vector<double>& values) {
+    return *std::min_element(values.begin(), values.end());
 }
 
 bool holds(const Case& one) {
@@ -67,23 +96,26 @@ bool holds(const Case& one) {
     SlowHost machine(memory, one.microseconds);
     std::vector<double> alone;
     std::vector<double> together;
-    for (int round = 0; round < one.rounds; ++round) {
-        alone.push_back(seconds(machine, {"--jobs", "1", "--deadline", "0"}));
-        together.push_back(seconds(machine, {}));
+    const auto gain = [&] { return shortest(alone) / shortest(together); };
+    // A busy machine needs more rounds for one that nothing disturbed.
+    for (int round = 0;
+         round < one.rounds || (round < kMostTimes * one.rounds && gain() < one.leastGain);
+         ++round) {
+        alone.push_back(secondsApart(machine, {"--jobs", "1", "--deadline", "0"}));
+        together.push_back(secondsApart(machine, {}));
     }
-    const double gain = median(alone) / median(together);
     std::printf(
         "%6zu disks that %s: %7.3f s one after the other, %7.3f s side by side, %.2f times"
         " as fast (at least %.2f)\n",
-        one.disks, one.what, median(alone), median(together), gain, one.leastGain);
-    return gain >= one.leastGain;
+        one.disks, one.what, shortest(alone), shortest(together), gain(), one.leastGain);
+    return gain() >= one.leastGain;
 }
 
 }  // namespace
 
 int main() {
     constexpr Case kCases[] = {{"take 1 ms an answer", 1000, 1000, 3, 12.0},
-                               {"answer at once", 10000, 0, 9, 0.33}};
+                               {"answer at once", 10000, 0, 9, 0.9}};
     int status = 0;
     for (const Case& one : kCases) {
         if (!holds(one)) {

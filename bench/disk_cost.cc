@@ -22,7 +22,7 @@
 namespace {
 
 constexpr unsigned char kInquiry = 0x12;
-constexpr unsigned char kAllocation = 255;
+constexpr unsigned char kAllocation = 252;  // as the library asks for it
 
 std::vector<std::string> wholeDisks() {
     std::vector<std::string> disks;

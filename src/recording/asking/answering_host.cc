@@ -127,11 +127,34 @@ int AnsweringHost::openDevice(const std::string& path, host::OpenMode mode) {
     if (m_isStale && mode == host::OpenMode::kReadWriteNonBlocking) {
         begin(m_asking.devicesAfterEffect);
     }
-    const auto item = m_items.find(path);
-    if (item != m_items.end()) {
-        return openAsked(item->second, mode);
+    if (isAsked(path)) {
+        return openAsked(m_item, mode);
     }
     return isGivenUp(path) ? -ETIMEDOUT : ForwardingHost::openDevice(path, mode);
+}
+
+// Finds the item. They are opened in the order in which they were listed, each of them twice.
+bool AnsweringHost::isAsked(const std::string& path) {
+    const std::size_t items = m_round != nullptr ? m_round->names().size() : 0;
+    for (const std::size_t near : {m_item, m_item + 1}) {
+        if (near < items && m_round->names()[near] == path) {
+            m_item = near;
+            return true;
+        }
+    }
+    const auto found = m_items.find(path);
+    if (found == m_items.end()) {
+        return false;
+    }
+    m_item = found->second;
+    return true;
+}
+
+AnsweringHost::Open* AnsweringHost::findOpen(int descriptor) {
+    const auto found = std::find_if(m_open.begin(), m_open.end(), [descriptor](const Open& open) {
+        return open.descriptor == descriptor;
+    });
+    return found == m_open.end() ? nullptr : &*found;
 }
 
 int AnsweringHost::openAsked(std::size_t item, host::OpenMode mode) {
@@ -156,7 +179,7 @@ int AnsweringHost::openAsked(std::size_t item, host::OpenMode mode) {
         return answer.result;
     }
     const int descriptor = m_nextDescriptor++;
-    m_open[descriptor] = {std::move(transcript), path, mode, -1};
+    m_open.push_back({descriptor, std::move(transcript), path, mode, -1});
     return descriptor;
 }
 
@@ -174,12 +197,12 @@ std::shared_ptr<Transcript> AnsweringHost::transcriptOf(std::size_t item) {
 }
 
 int AnsweringHost::closeDevice(int descriptor) {
-    const auto found = m_open.find(descriptor);
-    if (found == m_open.end()) {
+    Open* const found = findOpen(descriptor);
+    if (found == nullptr) {
         return ForwardingHost::closeDevice(descriptor);
     }
-    const Open open = std::move(found->second);
-    m_open.erase(found);
+    const Open open = std::move(*found);
+    m_open.erase(m_open.begin() + (found - m_open.data()));
     Transcript::Answer answer;
     const bool isAnswered = open.transcript->next(Question::kClose, {}, answer);
     const int closed = open.real >= 0 ? ForwardingHost::closeDevice(open.real) : 0;
@@ -188,13 +211,13 @@ int AnsweringHost::closeDevice(int descriptor) {
 
 // Answers a question to a device that was asked. `pass` puts it to the device itself.
 template <class Request, class Pass>
-int AnsweringHost::answered(int descriptor, Question question, const std::string& key,
+int AnsweringHost::answered(int descriptor, Question question, std::string_view key,
                             Request& request, const Pass& pass) {
-    const auto found = m_open.find(descriptor);
-    if (found == m_open.end()) {
+    Open* const found = findOpen(descriptor);
+    if (found == nullptr) {
         return pass(descriptor);
     }
-    Open& open = found->second;
+    Open& open = *found;
     Transcript::Answer answer;
     if (open.transcript->next(question, key, answer) && questions::take(answer, request)) {
         return answer.result;

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -68,6 +68,7 @@ class AnsweringHost : public host::ForwardingHost {
   private:
     /// An open that was answered for.
     struct Open {
+        int descriptor = -1;
         std::shared_ptr<Transcript> transcript;
         std::string path;
         host::OpenMode mode = host::OpenMode::kReadOnly;
@@ -78,10 +79,12 @@ class AnsweringHost : public host::ForwardingHost {
     void forget();
     void giveUp(const std::string& path);
     bool isGivenUp(const std::string& path);
+    bool isAsked(const std::string& path);
+    Open* findOpen(int descriptor);
     int openAsked(std::size_t item, host::OpenMode mode);
     std::shared_ptr<Transcript> transcriptOf(std::size_t item);
     template <class Request, class Pass>
-    int answered(int descriptor, Transcript::Question question, const std::string& key,
+    int answered(int descriptor, Transcript::Question question, std::string_view key,
                  Request& request, const Pass& pass);
 
     const AskingLimits m_limits;
@@ -90,8 +93,9 @@ class AnsweringHost : public host::ForwardingHost {
     bool m_isStale = false;  // the answers have been thrown away
     std::unique_ptr<Round> m_round;
     std::unordered_map<std::string, std::size_t> m_items;
+    std::size_t m_item = 0;  // that was found last
     std::vector<std::shared_ptr<Transcript>> m_transcripts;
-    std::map<int, Open> m_open;
+    std::vector<Open> m_open;  // few at a time
     int m_nextDescriptor;
     std::vector<std::string> m_asked;  // in the rounds before this one; some more than once
     std::set<std::string> m_givenUp;

@@ -71,11 +71,9 @@ std::string keyOf(host::OpenMode mode) {
     return {static_cast<char>(mode)};
 }
 
-std::string keyOf(const host::CommandBuffer& buffer) {
+std::string_view keyOf(const host::CommandBuffer& buffer) {
     const bool sendsData = lengthAt(buffer, 0) != 0;
-    return sendsData
-               ? std::string()
-               : std::string(reinterpret_cast<const char*>(buffer.data()), kHeader + kLargestBlock);
+    return {reinterpret_cast<const char*>(buffer.data()), sendsData ? 0 : kHeader + kLargestBlock};
 }
 
 std::string keyOf(const host::SgIoRequest& request) {

@@ -2,6 +2,7 @@
 #define SCSITOOL_RECORDING_ASKING_QUESTIONS_H
 
 #include <string>
+#include <string_view>
 
 #include "recording/asking/transcript.h"
 #include "scsitool/host/host.h"
@@ -11,9 +12,9 @@
 namespace recording::questions {
 
 std::string keyOf(host::OpenMode mode);
-/// The head of the buffer and the largest command block. Empty for a request that sends data: it is
-/// not put down.
-std::string keyOf(const host::CommandBuffer& buffer);
+/// The head of the buffer and the largest command block, which lie in the buffer: the answer is
+/// going to overwrite them. Empty for a request that sends data: it is not put down.
+std::string_view keyOf(const host::CommandBuffer& buffer);
 std::string keyOf(const host::SgIoRequest& request);
 
 /// The response or the sense data without the zeros behind them; nothing where the request did not

@@ -44,7 +44,7 @@ int TranscribingHost::closeDevice(int descriptor) {
 }
 
 int TranscribingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const std::string key = keyOf(buffer);
+    const std::string key(keyOf(buffer));
     const int result = ReadForwardingHost::sendCommand(descriptor, buffer);
     if (isOpen(descriptor) && !key.empty()) {
         m_transcript.add(Question::kCommand, key, {result, dataOf(result, buffer)});

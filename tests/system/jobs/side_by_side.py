@@ -1,25 +1,19 @@
-"""Many disks of an array that takes its time, asked side by side; one of them silent, and all of them."""
-import statistics
-
+"""Many disks of an array, asked side by side; one of them silent, and all of them."""
 from iscsi_target import Target
 from lab import disks_of
 from lab.initiator import start_initiator
 from lab.job import Hardware
 from plain_unit import plain_unit
 
-TYPICAL_SECONDS = 90
+TYPICAL_SECONDS = 75
 
 IQN = "iqn.2026-01.lab.example:slow"
 DISKS = 64
-SECONDS_AN_ANSWER = 0.005
 SILENT = 17
 DEADLINE = 3
 # How much longer than the deadline it may take, whatever does not answer.
 GRACE = 2
-ROUNDS = 3
 TRIES = 3
-# The guest has one processor, and an emulated one: there a process costs as much as ten commands of this array.
-LEAST_GAIN = 1
 ALONE = "scsitool --jobs 1 --deadline 0"
 # The kernel gives a command of the initiator up and sends it again by then.
 RETRY_SECONDS = 90
@@ -39,7 +33,6 @@ def run(guest, _, checks):
     disks_of.wait_for_disks(guest, DISKS)
     nodes = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "iscsi_tcp"))
     check_outputs(guest, checks)
-    check_times(guest, checks)
     everything = guest.scsitool("devices")["devices"]
     check_one_silent(guest, checks, nodes[SILENT], everything)
     check_all_silent(guest, checks, nodes)
@@ -71,28 +64,6 @@ def check_outputs(guest, checks):
                          "for kind in '' .out .err; do cmp /run/alone$kind /run/asked$kind; done\n"
                          "[ -s /run/asked ] && [ -s /run/asked.out ]", status=None)
         checks.equal(f"{command}: output and trace are the same", str(told.stdout + told.stderr), "")
-
-
-def check_times(guest, checks):
-    """Side by side is faster; what others take for the same disks stands beside it."""
-    target.seconds_an_answer = SECONDS_AN_ANSWER
-    ways = {
-        "scsitool --jobs 1 --deadline 0 devices": f"{ALONE} devices",
-        "scsitool devices": "scsitool devices",
-        "lsscsi -U": "lsscsi -U",
-        "lsblk -J": "lsblk -J",
-        "sg_inq once a disk": "for disk in /dev/sd*; do sg_inq $disk; done",
-    }
-    taken = {what: [] for what in ways}
-    for _ in range(ROUNDS):
-        for what, script in ways.items():
-            taken[what].append(seconds_of(guest, script))
-    target.seconds_an_answer = 0
-    medians = {what: statistics.median(values) for what, values in taken.items()}
-    checks.lines += [f"        {seconds:7.3f} s  {what}" for what, seconds in medians.items()]
-    gain = medians["scsitool --jobs 1 --deadline 0 devices"] / medians["scsitool devices"]
-    checks.true(f"{DISKS} disks that take {SECONDS_AN_ANSWER * 1000:.0f} ms a command: {gain:.1f} times as fast, at least "
-                f"{LEAST_GAIN}", gain >= LEAST_GAIN, taken)
 
 
 def check_one_silent(guest, checks, node, everything):
@@ -130,5 +101,7 @@ def check_left_behind(guest, checks, when):
 def check_end(guest, checks, everything):
     """When the disks answer again, what hung ends and all is as before."""
     target.silent = frozenset()
-    guest.wait_for("the processes that hung", "! pidof scsitool >/dev/null", RETRY_SECONDS)
+    # The kernel may have given the disks up until their commands' time is over; pidof passes over a process that hangs.
+    guest.wait_for("the disks", f"scsitool --deadline {DEADLINE} devices >/dev/null 2>&1", RETRY_SECONDS)
+    guest.wait_for("the processes that hung", "! grep -qs '^[0-9]* (scsitool)' /proc/[0-9]*/stat", RETRY_SECONDS)
     checks.equal("the disks are all there again", guest.scsitool("devices")["devices"], everything)
