@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Holds the cost of an enumeration against its limits: instructions a device (callgrind, so the
-# figures repeat), their growth from 100 to 100,000 devices, and bytes kept a device.
+# figures repeat), their growth from 100 to 100,000 devices, and bytes kept a device; then what
+# whole commands cost.
 set -euo pipefail
 top=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 program=${1:-$top/build/release/bench/enumerate_once}
@@ -43,4 +44,5 @@ expect test "${instructions[100]}" -le $most_instructions
 expect test "${growth#-}" -le $most_growth_percent
 expect test "${bytes[100000]}" -le $most_bytes
 "$(dirname -- "$program")/asking_check" || status=1
+"$top/bench/views_check.py" "$(dirname -- "$program")/../cli/scsitool" || status=1
 exit $status

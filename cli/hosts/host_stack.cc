@@ -51,9 +51,10 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
     }
     recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
     if (!options.hostFile.empty()) {
-        m_recording = recording::loadRecordedHost(options.hostFile);
+        m_recording = std::make_shared<const recording::RecordedTree>(
+            recording::loadRecordedHost(options.hostFile));
         m_refusal.emplace();
-        m_hosts.push_back(std::make_unique<recording::RecordedHost>(*m_recording, journal));
+        m_hosts.push_back(std::make_unique<recording::RecordedHost>(journal, m_recording));
         below = m_hosts.back().get();
     }
     if (options.dryRun) {
@@ -64,13 +65,14 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
         m_dryRunJournal = journalStream != nullptr ? nullptr : &effects;
         m_hosts.push_back(std::make_unique<recording::DryRunHost>(*below, effects));
         below = m_hosts.back().get();
-    } else if (journalStream != nullptr && !m_recording) {
+    } else if (journalStream != nullptr && m_recording == nullptr) {
         m_hosts.push_back(std::make_unique<recording::JournalingHost>(*below, journal));
         below = m_hosts.back().get();
     }
     auto guard = std::make_unique<recording::GuardedHost>(
         *below, [this]() -> host::Host& { return aside(); },
-        m_recording ? recording::Silence::kIsNoEvidence : recording::Silence::kIsRefusal);
+        m_recording != nullptr ? recording::Silence::kIsNoEvidence
+                               : recording::Silence::kIsRefusal);
     m_guard = guard.get();
     m_hosts.push_back(std::move(guard));
     // Above whatever journals or judges: what an interruption has prevented was not attempted.
@@ -81,13 +83,13 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
 HostStack::~HostStack() = default;
 
 host::Host& HostStack::aside() {
-    if (!m_recording) {
+    if (m_recording == nullptr) {
         // A disk that was given up must not hold up the command's own questions either.
         return m_answering != nullptr ? *m_answering : m_live;
     }
     if (m_aside == nullptr) {
         recording::Journal& unread = *m_journals.emplace_back(makeJournal(nullptr));
-        m_aside = std::make_unique<recording::RecordedHost>(*m_recording, unread);
+        m_aside = std::make_unique<recording::RecordedHost>(unread, m_recording);
     }
     return *m_aside;
 }

@@ -12,7 +12,7 @@
 #include "recording/asking/answering_host.h"
 #include "recording/effects/journal.h"
 #include "recording/guard/guarded_host.h"
-#include "recording/replay/recorded_host_data.h"
+#include "recording/replay/recorded_tree.h"
 #include "scsitool/host/host.h"
 #include "scsitool/host/linux_host.h"
 
@@ -43,7 +43,7 @@ class HostStack {
 
     /// What the recorded host was loaded from; null on this machine.
     const recording::RecordedHostData* recording() const {
-        return m_recording ? &*m_recording : nullptr;
+        return m_recording != nullptr ? &m_recording->data() : nullptr;
     }
 
     /// What has disks asked side by side; null where they are not: on a recorded host, and for one
@@ -58,7 +58,7 @@ class HostStack {
     host::Host& m_live;
     std::unique_ptr<recording::AnsweringHost> m_answering;  // on the live one
     std::optional<host::LiveHostRefusal> m_refusal;  // set for as long as a recording stands in
-    std::optional<recording::RecordedHostData> m_recording;
+    std::shared_ptr<const recording::RecordedTree> m_recording;
     std::vector<std::unique_ptr<recording::Journal>> m_journals;
     std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before
     const recording::Journal* m_dryRunJournal = nullptr;

@@ -35,14 +35,12 @@ int waitStatusOf(const RecordedCommand& command) {
 }  // namespace
 
 RecordedHost::RecordedHost(RecordedHostData data, Journal& journal)
-    : m_journal(journal),
-      m_tree(std::move(data.files), data.directories, data.directoryErrors, std::move(data.devices),
-             std::move(data.links)),
-      m_hostName(std::move(data.hostName)),
-      m_kernelRelease(std::move(data.kernelRelease)),
-      m_nextDescriptor(kFirstDescriptor) {
-    for (RecordedCommand& command : data.commands) {
-        m_commands[command.command].inOrder.push_back(std::move(command));
+    : RecordedHost(journal, std::make_shared<const RecordedTree>(std::move(data))) {}
+
+RecordedHost::RecordedHost(Journal& journal, std::shared_ptr<const RecordedTree> tree)
+    : m_journal(journal), m_tree(std::move(tree)), m_nextDescriptor(kFirstDescriptor) {
+    for (const RecordedCommand& command : m_tree->data().commands) {
+        m_commands[command.command].inOrder.push_back(&command);
     }
 }
 
@@ -56,7 +54,7 @@ bool RecordedHost::isClaimed(const RecordedDevice& device) const {
 }
 
 int RecordedHost::openDevice(const std::string& path, host::OpenMode mode) {
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     if (entry.node == nullptr) {
         return entry.error != 0 ? -entry.error : -ENOENT;
     }
@@ -96,7 +94,7 @@ const RecordedTree::Node* RecordedHost::nodeOf(int descriptor) const {
 
 host::ReadResult RecordedHost::readFile(const std::string& path) {
     host::ReadResult result;
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     result.openError = entry.file == nullptr ? whyNoFile(entry) : entry.file->error;
     if (result.openError == 0) {
         result.readError = entry.file->readError;
@@ -108,7 +106,7 @@ host::ReadResult RecordedHost::readFile(const std::string& path) {
 host::AppendResult RecordedHost::appendFile(const std::string& path, const std::string& text,
                                             const host::BeforeWrite& beforeWrite) {
     host::AppendResult result;
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     result.openError = entry.file == nullptr ? whyNoFile(entry) : entry.file->error;
     if (result.openError == 0) {
         if (beforeWrite) {
@@ -120,34 +118,34 @@ host::AppendResult RecordedHost::appendFile(const std::string& path, const std::
 }
 
 bool RecordedHost::pathExists(const std::string& path) {
-    return m_tree.find(path).error == 0;
+    return m_tree->find(path).error == 0;
 }
 
 bool RecordedHost::isDirectory(const std::string& path) {
-    return m_tree.find(path).directory != nullptr;
+    return m_tree->find(path).directory != nullptr;
 }
 
 host::DirectoryListing RecordedHost::listDirectory(const std::string& path) {
     host::DirectoryListing listing;
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     if (entry.directory != nullptr) {
         listing.names = *entry.directory;
         listing.openError = entry.directoryError;
         return listing;
     }
     listing.openError = entry.error != 0 ? entry.error : ENOTDIR;
-    if (m_tree.isInhabited(path)) {
+    if (m_tree->isInhabited(path)) {
         m_journal.addUnanswered("directory " + path);
     }
     return listing;
 }
 
 int RecordedHost::readLink(const std::string& path, std::string& target) {
-    return m_tree.readLink(path, target);
+    return m_tree->readLink(path, target);
 }
 
 int RecordedHost::deviceNumber(const std::string& path, host::DeviceNumber& number) {
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     if (entry.error != 0) {
         return -entry.error;
     }
@@ -156,7 +154,7 @@ int RecordedHost::deviceNumber(const std::string& path, host::DeviceNumber& numb
 }
 
 int RecordedHost::writeAccess(const std::string& path) {
-    const RecordedTree::Entry entry = m_tree.find(path);
+    const RecordedTree::Entry entry = m_tree->find(path);
     if (entry.file != nullptr) {
         return -entry.file->error;
     }
@@ -180,7 +178,7 @@ host::CommandResult RecordedHost::runCommand(const std::string& command, int tim
     }
     Answers& answers = found->second;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const RecordedCommand& answer = answers.inOrder[answers.next];
+    const RecordedCommand& answer = *answers.inOrder[answers.next];
     if (answers.next + 1 < answers.inOrder.size()) {
         ++answers.next;
     }
@@ -209,14 +207,15 @@ int RecordedHost::semaphoreUser(int /*identifier*/) {
 }
 
 std::string RecordedHost::kernelRelease() {
-    return m_kernelRelease;
+    return m_tree->data().kernelRelease;
 }
 
 int RecordedHost::hostName(std::string& name) {
-    if (!m_hostName) {
+    const std::optional<std::string>& recorded = m_tree->data().hostName;
+    if (!recorded) {
         return -EIO;
     }
-    name = *m_hostName;
+    name = *recorded;
     return 0;
 }
 

@@ -2,8 +2,8 @@
 #define SCSITOOL_RECORDING_REPLAY_RECORDED_HOST_H
 
 #include <cstddef>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -36,6 +36,8 @@ class RecordedHost : public host::Host {
   public:
     /// The journal must outlive the host.
     RecordedHost(RecordedHostData data, Journal& journal);
+    /// One of several hosts of one recording: each goes through the answers on its own.
+    RecordedHost(Journal& journal, std::shared_ptr<const RecordedTree> tree);
 
     int openDevice(const std::string& path, host::OpenMode mode) override;
     int closeDevice(int descriptor) override;
@@ -71,7 +73,7 @@ class RecordedHost : public host::Host {
         bool isExclusive = false;
     };
     struct Answers {
-        std::vector<RecordedCommand> inOrder;
+        std::vector<const RecordedCommand*> inOrder;
         std::size_t next = 0;
     };
 
@@ -82,10 +84,8 @@ class RecordedHost : public host::Host {
     bool isClaimed(const RecordedDevice& device) const;
 
     Journal& m_journal;
-    const RecordedTree m_tree;
+    const std::shared_ptr<const RecordedTree> m_tree;
     std::unordered_map<std::string, Answers> m_commands;
-    const std::optional<std::string> m_hostName;
-    const std::string m_kernelRelease;
     Semaphores m_semaphores;
 
     mutable std::mutex m_mutex;  // guards what follows and the place in each command's answers

@@ -19,37 +19,31 @@ std::string withoutLastSlashes(std::string path) {
 
 }  // namespace
 
-RecordedTree::RecordedTree(std::map<std::string, RecordedFile> files,
-                           const std::map<std::string, std::vector<std::string>>& directories,
-                           const std::map<std::string, int>& directoryErrors,
-                           std::map<std::string, RecordedDevice> devices,
-                           std::map<std::string, std::string> links)
-    : m_files(std::move(files)), m_links(std::move(links)) {
-    for (auto file = m_files.begin(); file != m_files.end();) {
+RecordedTree::RecordedTree(RecordedHostData data) : m_data(std::move(data)) {
+    static const std::vector<std::string> kNoNames;
+    for (const auto& [path, file] : m_data.files) {
         // What was looked for in vain is not there, and neither is a directory for its sake.
-        if (file->second.error == ENOENT) {
-            file = m_files.erase(file);
-            continue;
+        if (file.error != ENOENT) {
+            noteDirectoriesAbove(path);
         }
-        noteDirectoriesAbove(file->first);
-        ++file;
     }
-    for (const auto& directory : directories) {
-        const std::string path = withoutLastSlashes(directory.first);
-        noteDirectoriesAbove(path);
-        m_directories[path] = directory.second;
-    }
-    for (const auto& [path, error] : directoryErrors) {
+    for (const auto& [path, names] : m_data.directories) {
         const std::string directory = withoutLastSlashes(path);
         noteDirectoriesAbove(directory);
-        m_directories[directory];
-        m_directoryErrors[directory] = error;
+        m_directories[directory].names = &names;
     }
-    for (auto& device : devices) {
-        noteDirectoriesAbove(device.first);
-        m_devices[device.first] = {device.first, std::move(device.second)};
+    for (const auto& [path, error] : m_data.directoryErrors) {
+        const std::string directory = withoutLastSlashes(path);
+        noteDirectoriesAbove(directory);
+        Directory& entry = m_directories[directory];
+        entry.names = entry.names != nullptr ? entry.names : &kNoNames;
+        entry.error = error;
     }
-    for (const auto& link : m_links) {
+    for (const auto& [path, device] : m_data.devices) {
+        noteDirectoriesAbove(path);
+        m_devices.emplace(path, Node{path, device});
+    }
+    for (const auto& link : m_data.links) {
         noteDirectoriesAbove(link.first);
     }
 }
@@ -74,22 +68,29 @@ bool RecordedTree::isDirectory(const std::string& place) const {
     return place.empty() || m_directories.count(place) != 0 || m_inhabited.count(place) != 0;
 }
 
+const RecordedFile* RecordedTree::fileAt(const std::string& path) const {
+    const auto file = m_data.files.find(path);
+    return file == m_data.files.end() || file->second.error == ENOENT ? nullptr : &file->second;
+}
+
 RecordedTree::Entry RecordedTree::entryAt(const std::string& path) const {
     Entry entry;
-    const auto file = m_files.find(path);
-    const auto node = m_devices.find(path);
-    const auto directory = m_directories.find(withoutLastSlashes(path));
-    if (file != m_files.end()) {
-        entry.file = &file->second;
-    } else if (node != m_devices.end()) {
-        entry.node = &node->second;
-    } else if (directory != m_directories.end()) {
-        entry.directory = &directory->second;
-        const auto error = m_directoryErrors.find(directory->first);
-        entry.directoryError = error != m_directoryErrors.end() ? error->second : 0;
-    } else {
-        entry.error = ENOENT;
+    entry.file = fileAt(path);
+    if (entry.file != nullptr) {
+        return entry;
     }
+    const auto node = m_devices.find(path);
+    if (node != m_devices.end()) {
+        entry.node = &node->second;
+        return entry;
+    }
+    const auto directory = m_directories.find(withoutLastSlashes(path));
+    if (directory != m_directories.end()) {
+        entry.directory = directory->second.names;
+        entry.directoryError = directory->second.error;
+        return entry;
+    }
+    entry.error = ENOENT;
     return entry;
 }
 
@@ -129,9 +130,9 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
             continue;
         }
         const std::string candidate = std::string(place).append("/").append(name);
-        const auto link = m_links.find(candidate);
-        if (link == m_links.end() || (isLast && !followLast)) {
-            const bool isLeaf = m_files.count(candidate) != 0 || m_devices.count(candidate) != 0;
+        const auto link = m_data.links.find(candidate);
+        if (link == m_data.links.end() || (isLast && !followLast)) {
+            const bool isLeaf = fileAt(candidate) != nullptr || m_devices.count(candidate) != 0;
             error = isLeaf && !isLast ? ENOTDIR : 0;
             place = candidate;
             continue;
@@ -148,8 +149,8 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
 
 int RecordedTree::readLink(const std::string& path, std::string& target) const {
     // What was recorded under this very path answers by itself, as in `find`.
-    const auto exact = m_links.find(path);
-    if (exact != m_links.end()) {
+    const auto exact = m_data.links.find(path);
+    if (exact != m_data.links.end()) {
         target = exact->second;
         return 0;
     }
@@ -157,8 +158,8 @@ int RecordedTree::readLink(const std::string& path, std::string& target) const {
     // A link named with a "/" behind it is what it points to.
     const bool isItself = !path.empty() && path.back() != '/';
     const std::string place = follow(path, !isItself, error);
-    const auto link = m_links.find(place);
-    if (error == 0 && isItself && link != m_links.end()) {
+    const auto link = m_data.links.find(place);
+    if (error == 0 && isItself && link != m_data.links.end()) {
         target = link->second;
         return 0;
     }

@@ -1,8 +1,8 @@
 #ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
 #define SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
 
-#include <map>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -18,8 +18,8 @@ namespace recording {
 class RecordedTree {
   public:
     struct Node {
-        std::string path;
-        RecordedDevice device;
+        const std::string& path;
+        const RecordedDevice& device;
     };
     /// What lies at a path: one of the three, or the errno that stands for it.
     struct Entry {
@@ -30,11 +30,12 @@ class RecordedTree {
         int error = 0;
     };
 
-    RecordedTree(std::map<std::string, RecordedFile> files,
-                 const std::map<std::string, std::vector<std::string>>& directories,
-                 const std::map<std::string, int>& directoryErrors,
-                 std::map<std::string, RecordedDevice> devices,
-                 std::map<std::string, std::string> links);
+    explicit RecordedTree(RecordedHostData data);
+    RecordedTree(const RecordedTree&) = delete;
+    RecordedTree& operator=(const RecordedTree&) = delete;
+
+    /// What it was made of.
+    const RecordedHostData& data() const { return m_data; }
 
     /// Follows links; ENOENT, ENOTDIR or ELOOP where nothing is found.
     Entry find(const std::string& path) const;
@@ -44,18 +45,24 @@ class RecordedTree {
     bool isInhabited(const std::string& path) const;
 
   private:
+    struct Directory {
+        const std::vector<std::string>* names = nullptr;
+        int error = 0;
+    };
+
     Entry entryAt(const std::string& path) const;
+    /// None for what was looked for in vain: it is not there.
+    const RecordedFile* fileAt(const std::string& path) const;
     /// The same place without ".", ".." and links (the last component's only if asked for); "" is
     /// the root.
     std::string follow(const std::string& path, bool followLast, int& error) const;
     bool isDirectory(const std::string& place) const;
     void noteDirectoriesAbove(const std::string& path);
 
-    std::map<std::string, RecordedFile> m_files;
-    std::map<std::string, std::vector<std::string>> m_directories;  // without the last "/"
-    std::map<std::string, int> m_directoryErrors;                   // the same
-    std::unordered_map<std::string, Node> m_devices;
-    std::map<std::string, std::string> m_links;
+    // Large hosts are asked over and over: what follows points into it and copies nothing.
+    const RecordedHostData m_data;
+    std::unordered_map<std::string, Directory> m_directories;  // without the last "/"
+    std::unordered_map<std::string_view, Node> m_devices;
     std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
 };
 
