@@ -6,11 +6,13 @@
 #include <utility>
 
 #include "cli/base/failure.h"
+#include "cli/help/catalogue.h"
+#include "cli/help/examples.h"
 
 namespace cli {
 namespace {
 
-constexpr int kHighestLevel = 9;
+constexpr unsigned kHighestLevel = 9;
 constexpr unsigned kMostJobs = 1024;
 constexpr unsigned kLongestDeadline = 3600;
 
@@ -30,7 +32,9 @@ CLI::Validator numberFrom(unsigned lowest, unsigned highest, const std::string& 
 }
 
 void declareOptions(CLI::App& app, Options& options) {
-    app.add_option("--host", options.hostFile, "Work on a recorded host instead of this machine")
+    app.add_option("--host", options.hostFile,
+                   "Work on a recorded host instead of this machine (- is standard "
+                   "input)")
         ->type_name("FILE");
     app.add_option("--journal", options.journalFile,
                    "Append every effect on the host to FILE, one JSON object a line (- is "
@@ -41,7 +45,7 @@ void declareOptions(CLI::App& app, Options& options) {
         app.add_option("--trace", options.traceLevel,
                        "Write trace lines up to LEVEL (1 errors ... 6 detail, 8 operator)")
             ->type_name("LEVEL")
-            ->check(CLI::Range(1, kHighestLevel));
+            ->check(numberFrom(1, kHighestLevel, "--trace"));
     app.add_option("--trace-file", options.traceFile,
                    "Where trace lines go (default - is standard error)")
         ->type_name("FILE")
@@ -58,6 +62,37 @@ void declareOptions(CLI::App& app, Options& options) {
     app.add_flag("--json", options.json, "Print one JSON document");
 }
 
+std::vector<std::string> commandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+void addLongNames(std::vector<std::string>& names, const CLI::App& app) {
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+}
+
+// A word that nothing of the command line takes, and what it may have been meant for.
+std::string unexpected(const std::string& word, const CLI::App& app,
+                       const std::vector<CLI::App*>& chosen) {
+    if (word[0] != '-') {
+        return "unexpected argument '" + word + "'";
+    }
+    std::vector<std::string> names;
+    addLongNames(names, app);
+    for (const CLI::App* command : chosen) {
+        addLongNames(names, *command);
+    }
+    return "unknown option '" + word + "'" +
+           help::suggestion(word.substr(0, word.find('=')), names);
+}
+
 // A message of the parser speaks of its own terms; what a user gets wrong most is said plainly.
 std::string explained(const CLI::ParseError& error, const CLI::App& app) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
@@ -66,15 +101,19 @@ std::string explained(const CLI::ParseError& error, const CLI::App& app) {
         const auto word = std::find_if(unknown.begin(), unknown.end(),
                                        [](const std::string& text) { return text[0] != '-'; });
         if (word != unknown.end()) {
-            return "unknown command '" + *word + "'; 'scsitool --help' lists the commands";
+            return "unknown command '" + *word + "'" + help::suggestion(*word, commandNames(app)) +
+                   "; 'scsitool help' lists the commands";
         }
         if (error.get_name() == "RequiredError") {
-            return unknown.empty() ? "no command given; 'scsitool --help' lists the commands"
-                                   : "unknown option '" + unknown.front() +
-                                         "'; 'scsitool --help' lists the options";
+            return unknown.empty() ? "no command given; 'scsitool help' lists the commands"
+                                   : unexpected(unknown.front(), app, chosen) +
+                                         "; 'scsitool help' lists the options";
         }
     }
-    std::string text = error.what();
+    const std::vector<std::string> left = app.remaining(true);
+    const bool isExtra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    std::string text =
+        isExtra && !left.empty() ? unexpected(left.front(), app, chosen) : error.what();
     text.erase(text.find_last_not_of(" \n.") + 1);
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text + "; see 'scsitool " + (chosen.empty() ? "" : chosen.front()->get_name() + " ") +
@@ -96,11 +135,17 @@ Request readCommandLine(const CommandList& commands, const std::vector<std::stri
     CLI::App& app = *request.app;
     app.require_subcommand(1);
     app.fallthrough();
-    app.set_version_flag("--version", "scsitool " + versionText());
+    app.set_version_flag("-V,--version", "scsitool " + versionText());
     declareOptions(app, request.options);
+    app.footer("Example:\n  scsitool volumes");
     std::vector<std::pair<CLI::App*, Command*>> declared;
     for (const auto& command : commands) {
-        declared.emplace_back(command->declare(app), command.get());
+        CLI::App* const added = command->declare(app);
+        const std::string example = help::exampleOf(added->get_name());
+        if (!example.empty()) {
+            added->footer("Example:\n  " + example);
+        }
+        declared.emplace_back(added, command.get());
     }
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {

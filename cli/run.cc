@@ -225,6 +225,9 @@ class Run {
             return true;
         }
         const int error = errno;
+        if (error == EPIPE) {
+            return true;  // a reader that has seen enough, as "| head" has
+        }
         say(std::string("cannot write to standard output") +
                 (error != 0 ? std::string(": ") + std::strerror(error) : ""),
             kFailed);

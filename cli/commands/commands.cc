@@ -25,6 +25,7 @@ CommandList makeCommands() {
     commands.push_back(makeIscsi());
     commands.push_back(makeWwpn());
     commands.push_back(makeCapture());
+    commands.push_back(makeHelp());
     return commands;
 }
 

@@ -48,6 +48,7 @@ std::unique_ptr<Command> makeFlushMultipath();
 std::unique_ptr<Command> makeIscsi();
 std::unique_ptr<Command> makeWwpn();
 std::unique_ptr<Command> makeCapture();
+std::unique_ptr<Command> makeHelp();
 
 }  // namespace cli
 

@@ -17,6 +17,8 @@ int addressWords(int descriptor, AddressWords& words);
 int sgIo(int descriptor, SgIoRequest& request);
 int deviceSize(int descriptor, std::uint64_t& bytes);
 ReadResult readFile(const std::string& path);
+/// What is left to read of a descriptor, at most as much as a file may have.
+ReadResult readToTheEnd(int descriptor);
 AppendResult appendFile(const std::string& path, const std::string& text,
                         const BeforeWrite& beforeWrite);
 bool pathExists(const std::string& path);

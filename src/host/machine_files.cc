@@ -54,15 +54,20 @@ int closeOnce(int descriptor) {
 }
 
 ReadResult readFile(const std::string& path) {
-    ReadResult result;
     const Descriptor file(openRegular(path, O_RDONLY));
     if (!file.isOpen()) {
+        ReadResult result;
         result.openError = -file.get();
         return result;
     }
+    return readToTheEnd(file.get());
+}
+
+ReadResult readToTheEnd(int descriptor) {
+    ReadResult result;
     char buffer[16384];
     for (;;) {
-        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        const ssize_t got = ::read(descriptor, buffer, sizeof buffer);
         if (mayRetry(got)) {
             continue;
         }

@@ -47,7 +47,7 @@ bool isMissing(const std::string& path, struct stat& status) {
 }  // namespace
 
 ReadResult readInputFile(const std::string& path) {
-    return machine::readFile(path);
+    return path == "-" ? machine::readToTheEnd(STDIN_FILENO) : machine::readFile(path);
 }
 
 bool isOneFile(const std::string& left, const std::string& right) {

@@ -101,5 +101,6 @@ CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(wri
     "unknown_command": ["frobnicate"],
     "no_command": [],
     "help": ["--help"],
+    "help_command": ["help", "rescan"],
     "version": ["--version"],
 }

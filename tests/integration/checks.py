@@ -109,20 +109,38 @@ def hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read(scsitool, _samples):
     return problems
 
 
-def output_that_nobody_takes_is_a_failure(scsitool, _samples):
+def output_that_cannot_be_kept_is_a_failure(scsitool, _samples):
     problems = []
     for arguments in (["devices"], ["devices", "--json"]):
         with open("/dev/full", "w") as full:
             result = scsitool.run([*sample("families"), *arguments], stdout=full)
         problems += one_line(result, "cannot write to standard output: No space left on device")
+        if result.returncode != 1:
+            problems.append(f"exit status {result.returncode}")
+    return problems
+
+
+def a_reader_that_goes_away_changes_nothing(scsitool, _samples):
+    problems = []
+    for arguments in (["devices"], ["devices", "--json"], ["help"]):
         reading, writing = os.pipe()
         os.close(reading)
         result = scsitool.run([*sample("families"), *arguments], stdout=writing)
         os.close(writing)
-        problems += one_line(result, "cannot write to standard output: Broken pipe")
-        if result.returncode != 1:
-            problems.append(f"exit status {result.returncode}")
+        if result.returncode != 0 or result.stderr:
+            problems.append(f"{arguments}: exit status {result.returncode}, {result.stderr!r}")
     return problems
+
+
+def a_recorded_host_comes_from_standard_input(scsitool, _samples):
+    problems = []
+    direct = scsitool.run([*sample("families"), "devices"])
+    with open(ROOT / "samples" / "families.json", "rb") as file:
+        piped = scsitool.run(["--host", "-", "devices"], stdin=file)
+    if (piped.stdout, piped.returncode) != (direct.stdout, direct.returncode):
+        problems.append("another answer than by its name")
+    empty = scsitool.run(["--host", "-", "devices"], stdin=subprocess.DEVNULL)
+    return problems + one_line(empty, "standard input:")
 
 
 def on_a_terminal(scsitool, arguments, columns):
@@ -266,7 +284,9 @@ CHECKS = (
     device_maps_are_those_of_the_samples,
     trace_lines_come_in_their_order,
     hexadecimal_pages_are_what_sg_vpd_and_sg_inq_read,
-    output_that_nobody_takes_is_a_failure,
+    output_that_cannot_be_kept_is_a_failure,
+    a_reader_that_goes_away_changes_nothing,
+    a_recorded_host_comes_from_standard_input,
     tables_fit_the_terminal,
     a_sample_leaves_no_question_unanswered,
     closed_standard_streams_leave_the_journal_whole,

@@ -168,7 +168,7 @@ def compare_documentation(scsitool, update):
         page.write_text(found, encoding="utf-8")
         return []
     help_text = scsitool.run(["--help"]).stdout
-    commands = re.findall(r"^  ([a-z-]+) ", help_text.split("Subcommands:")[1], re.MULTILINE)
+    commands = re.findall(r"^  ([a-z-]+) ", help_text.split("Subcommands:")[1].split("Example:")[0], re.MULTILINE)
     problems += [f"docs/scsitool.md: no example of {command}" for command in commands
                  if not any(command in example.split() for example in examples)]
     return problems

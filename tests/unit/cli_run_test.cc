@@ -38,7 +38,7 @@ void expectRefused(const CliResult& result, int status, const std::string& part)
 
 TEST(CliRun, NoCommandIsRefused) {
     CliMachine machine({});
-    expectRefused(machine.run({}), 2, "no command given; 'scsitool --help' lists the commands");
+    expectRefused(machine.run({}), 2, "no command given; 'scsitool help' lists the commands");
 }
 
 TEST(CliRun, AnUnknownCommandIsNamed) {
@@ -50,7 +50,8 @@ TEST(CliRun, AnUnknownCommandIsNamed) {
 TEST(CliRun, AnUnknownOptionIsNamed) {
     CliMachine machine({});
     expectRefused(machine.run({"--bogus"}), 2, "unknown option '--bogus'");
-    expectRefused(machine.run({"devices", "--bogus"}), 2, "--bogus; see 'scsitool devices --help'");
+    expectRefused(machine.run({"devices", "--bogus"}), 2,
+                  "'--bogus'; see 'scsitool devices --help'");
 }
 
 TEST(CliRun, AMissingArgumentIsNamed) {
@@ -218,6 +219,27 @@ TEST(CliRun, OutputThatCannotBeWrittenIsAFailure) {
         EXPECT_EQ(cli::run({command}, out, err, {}, machine.host()), 1);
         EXPECT_EQ(err.str(),
                   "scsitool: cannot write to standard output: No space left on device\n");
+    }
+}
+
+// A reader that has gone away.
+class ClosedPipe : public FullBuffer {
+  public:
+    std::streamsize xsputn(const char* /*s*/, std::streamsize /*n*/) override {
+        errno = EPIPE;
+        return 0;
+    }
+};
+
+TEST(CliRun, AReaderThatGoesAwayChangesNothing) {
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"devices"}, {"--help"}, {"devices", "--json"}}) {
+        CliMachine machine(healthyHost());
+        ClosedPipe pipe;
+        std::ostream out(&pipe);
+        std::ostringstream err;
+        EXPECT_EQ(cli::run(arguments, out, err, {}, machine.host()), 0);
+        EXPECT_EQ(err.str(), "");
     }
 }
 

@@ -28,6 +28,43 @@ TEST(InputFile, IsReadAlsoWhileTheMachineIsRefused) {
     EXPECT_EQ(host::readInputFile("/dev/null").openError, EINVAL);
 }
 
+// Gives the process another standard input.
+class StandardInput {
+  public:
+    explicit StandardInput(int descriptor) : m_former(::dup(STDIN_FILENO)) {
+        ::dup2(descriptor, STDIN_FILENO);
+    }
+    ~StandardInput() {
+        ::dup2(m_former, STDIN_FILENO);
+        ::close(m_former);
+    }
+    StandardInput(const StandardInput&) = delete;
+    StandardInput& operator=(const StandardInput&) = delete;
+
+  private:
+    int m_former;
+};
+
+TEST(InputFile, ADashIsStandardInputWhateverThatIs) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const StandardInput input(ends[0]);
+    ASSERT_EQ(::write(ends[1], "from a pipe", 11), 11);
+    ::close(ends[1]);
+    ::close(ends[0]);
+    const host::ReadResult read = host::readInputFile("-");
+    EXPECT_EQ(read.error(), 0);
+    EXPECT_EQ(read.content, "from a pipe");
+    EXPECT_EQ(host::readInputFile("-").content, "");
+}
+
+TEST(InputFile, ADirectoryAsStandardInputIsAnError) {
+    const int directory = ::open("/", O_RDONLY | O_CLOEXEC);
+    const StandardInput input(directory);
+    ::close(directory);
+    EXPECT_EQ(host::readInputFile("-").readError, EISDIR);
+}
+
 class OneFile : public testing::Test {
   protected:
     std::string path(const std::string& name) const { return m_directory.path() + "/" + name; }

@@ -12,7 +12,8 @@
 namespace host {
 
 /// Reads a file that the program was told to read (a recorded host, mailed pages), of at most 64
-/// MiB, with the result of `Host::readFile`.
+/// MiB, with the result of `Host::readFile`. "-" is standard input, whatever it is, to its end;
+/// `readError` is EINTR when a signal ended that (`host::interruption`).
 SCSITOOL_EXPORT ReadResult readInputFile(const std::string& path);
 
 /// Tells whether two paths lead to one file on disk, under whatever names and links. Of files that

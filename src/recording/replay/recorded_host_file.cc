@@ -205,11 +205,12 @@ RecordedHostData parseRecordedHost(const std::string& text, const std::string& n
 
 RecordedHostData loadRecordedHost(const std::string& path) {
     const host::ReadResult read = host::readInputFile(path);
+    const std::string name = path == "-" ? "standard input" : path;
     if (read.error() != 0) {
-        throw RecordedHostError(printable(path, 4096) + ": cannot be read: " +
+        throw RecordedHostError(printable(name, 4096) + ": cannot be read: " +
                                 std::generic_category().message(read.error()));
     }
-    return parseRecordedHost(read.content, path);
+    return parseRecordedHost(read.content, name);
 }
 
 }  // namespace recording

@@ -26,7 +26,8 @@ class RecordedHostError : public std::runtime_error {
 /// RecordedHostError.
 RecordedHostData parseRecordedHost(const std::string& text, const std::string& name);
 
-/// A recorded host from a file of this machine, of at most 64 MiB. Throws RecordedHostError.
+/// A recorded host from a file of this machine ("-": from standard input), of at most 64 MiB.
+/// Throws RecordedHostError.
 RecordedHostData loadRecordedHost(const std::string& path);
 
 }  // namespace recording

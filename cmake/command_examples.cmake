@@ -1,0 +1,22 @@
+# Writes the examples of the commands' help, one line a command, from the document that describes the
+# commands: what is shown there is run by the tests, so help shows nothing that does not work.
+function(write_command_examples document output)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${document})
+  file(STRINGS ${document} lines REGEX "^(## |### |\\$ scsitool )")
+  set(command "")
+  set(text "")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "^### ([a-z-]+)")
+      set(command ${CMAKE_MATCH_1})
+    elseif(line MATCHES "^## ")
+      set(command "")
+    elseif(command AND line MATCHES "^\\$ (.*)")
+      # On the host itself: the shipped hosts are where the document can be tried.
+      string(REGEX REPLACE " --host samples/[^ ]*" "" example "${CMAKE_MATCH_1}")
+      string(REGEX REPLACE "([\"\\\\])" "\\\\\\1" example "${example}")
+      string(APPEND text "{\"${command}\", \"${example}\"},\n")
+      set(command "")
+    endif()
+  endforeach()
+  file(CONFIGURE OUTPUT ${output} CONTENT "${text}" @ONLY)
+endfunction()
