@@ -5,8 +5,9 @@
 #include "cli/common/mailed_pages.h"
 #include "cli/common/record_list.h"
 #include "cli/output/explain_text.h"
+#include "cli/picture/identity_text.h"
 #include "recording/replay/recorded_host.h"
-#include "scsitool/udid/explanation.h"
+#include "scsitool/udid/account.h"
 
 namespace cli {
 namespace {
@@ -50,11 +51,11 @@ class Explain : public Command {
         askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));
         const RecordList records = owned(discovery.validateDevice(m_name));
         for (const auto& record : records) {
-            udid::Explanation explanation = udid::explain(factory, *record);
+            udid::Account account = udid::account(factory, *record);
             if (record->m_pages.empty()) {
-                explanation.remarks.push_back(whyNoAnswer(context, m_name));
+                account.explanation.remarks.push_back(whyNoAnswer(context, m_name));
             }
-            add(explanation, context, report);
+            add(account, *record, context, report);
         }
         if (records.empty()) {
             report.failure = whyNotFound(context, m_name);
@@ -73,17 +74,23 @@ class Explain : public Command {
         Report report;
         report.data["explanations"] = Json::array();
         for (const auto& record : owned(discovery.validateDevice(MailedPages::deviceName()))) {
-            udid::Explanation explanation = udid::explain(factory, *record);
+            udid::Account account = udid::account(factory, *record);
             const std::vector<std::string> remarks = pages.remarks(*record);
-            explanation.remarks.insert(explanation.remarks.end(), remarks.begin(), remarks.end());
-            add(explanation, context, report);
+            std::vector<std::string>& all = account.explanation.remarks;
+            all.insert(all.end(), remarks.begin(), remarks.end());
+            add(account, *record, context, report);
         }
         return report;
     }
 
-    static void add(const udid::Explanation& explanation, const Context& context, Report& report) {
-        report.data["explanations"].push_back(explanationJson(explanation));
-        report.text += explanationText(explanation, context.layout);
+    static void add(const udid::Account& account, const CScsiDeviceData& record,
+                    const Context& context, Report& report) {
+        const picture::IdentityFields fields = picture::fieldsOf(record, &account.identity);
+        Json json = explanationJson(account.explanation);
+        picture::addFields(json, fields);
+        report.data["explanations"].push_back(std::move(json));
+        report.text +=
+            explanationText(account.explanation, picture::shownFields(fields), context.layout);
     }
 
     std::string m_name;

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <utility>
 
 #include "cli/base/failure.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
 #include "cli/output/inquiry_text.h"
+#include "cli/picture/identity_text.h"
 #include "cli/picture/kernel_view.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
@@ -56,8 +58,13 @@ class Inquiry : public Command {
         report.data["records"] = Json::array();
         for (const auto& record : records) {
             const std::string hctl = wholeAddress(context, record->m_deviceName);
-            report.data["records"].push_back(recordJson(*record, hctl));
-            report.text += m_hex ? recordHex(*record, only) : recordText(*record, hctl);
+            const picture::IdentityFields fields =
+                picture::fieldsOf(*record, context.hosts.aside());
+            Json json = recordJson(*record, hctl);
+            picture::addFields(json, fields);
+            report.data["records"].push_back(std::move(json));
+            report.text += m_hex ? recordHex(*record, only)
+                                 : recordText(*record, hctl, picture::shownFields(fields));
         }
         if (records.empty()) {
             report.failure = whyNotFound(context, m_name);

@@ -3,6 +3,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
+#include "cli/picture/identity_text.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -24,10 +25,13 @@ class Udid : public Command {
         CUDIDFactory factory;
         context.traceInto(factory);
         askAhead(context, m_name, interviews::udid(), m_rescanIfMissing);
+        udid::IdentityCollector identities;
+        const udid::ReportScope listening(&identities);
         const std::string udid = factory.getCachedUniqueDeviceID(m_name.c_str(), m_rescanIfMissing);
         Report report;
         report.data["name"] = jsonText(m_name);
         report.data["udid"] = jsonText(udid);
+        picture::addFields(report.data, fieldsIn(factory, identities));
         report.text = visible(udid) + "\n";
         addRescanDoubts(report, context);
         if (udid.empty()) {
@@ -40,6 +44,17 @@ class Udid : public Command {
     }
 
   private:
+    // Those of the record that the UDID is of; none for a device that is not there.
+    picture::IdentityFields fieldsIn(const CUDIDFactory& factory,
+                                     const udid::IdentityCollector& identities) const {
+        for (const auto& record : factory.records()) {
+            if (record->m_deviceName == m_name) {
+                return picture::fieldsOf(*record, identities.of(m_name));
+            }
+        }
+        return {};
+    }
+
     std::string m_name;
     bool m_rescanIfMissing = false;
     ForceOption m_force;

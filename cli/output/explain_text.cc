@@ -249,7 +249,7 @@ std::string outcomeText(const Explanation& explanation) {
 }
 
 std::string field(const char* name, const std::string& value) {
-    return fmt::format("{:<10}{}\n", name, visible(value));
+    return fmt::format("{:<14}{}\n", name, visible(value));
 }
 
 }  // namespace
@@ -278,11 +278,15 @@ Json explanationJson(const Explanation& explanation) {
     return json;
 }
 
-std::string explanationText(const Explanation& explanation, const Layout& layout) {
+std::string explanationText(const Explanation& explanation, const NamedTexts& more,
+                            const Layout& layout) {
     std::string text = field("Device", explanation.deviceName);
     text += field("Vendor", explanation.vendor);
     text += field("Product", explanation.product);
     text += field("Firmware", explanation.firmware);
+    for (const auto& [name, value] : more) {
+        text += field(name, value);
+    }
     for (const std::string& remark : explanation.remarks) {
         text += field("Note", remark);
     }

@@ -3,17 +3,19 @@
 
 #include <string>
 
+#include "cli/output/inquiry_text.h"
 #include "cli/output/report.h"
 #include "cli/output/table.h"
-#include "scsitool/udid/explanation.h"
+#include "scsitool/udid/account.h"
 
 namespace cli {
 
 /// An explanation as JSON.
 Json explanationJson(const udid::Explanation& explanation);
 
-/// An explanation for people. Its last line is the UDID.
-std::string explanationText(const udid::Explanation& explanation, const Layout& layout);
+/// An explanation for people, `more` behind what the device is. Its last line is the UDID.
+std::string explanationText(const udid::Explanation& explanation, const NamedTexts& more,
+                            const Layout& layout);
 
 }  // namespace cli
 

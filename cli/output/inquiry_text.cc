@@ -136,7 +136,8 @@ Json recordJson(const CScsiDeviceData& record, const std::string& hctl) {
     return json;
 }
 
-std::string recordText(const CScsiDeviceData& record, const std::string& hctl) {
+std::string recordText(const CScsiDeviceData& record, const std::string& hctl,
+                       const NamedTexts& more) {
     std::vector<std::string> supported;
     for (const unsigned code : record.m_supportedPages) {
         supported.push_back(fmt::format("{:02x}", code));
@@ -147,6 +148,9 @@ std::string recordText(const CScsiDeviceData& record, const std::string& hctl) {
     text += field("Firmware", record.m_firmwareLevel);
     text += field("Address", addressText(record, hctl));
     text += field("Claim level", std::to_string(record.m_dmpClaimLevel));
+    for (const auto& [name, value] : more) {
+        text += field(name, value);
+    }
     text += field("Supported pages", supported.empty() ? "none" : joined(supported, " "));
     for (const auto& [code, page] : record.m_pages) {
         const Bytes bytes = bytesOf(page);

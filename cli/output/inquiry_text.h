@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/output/report.h"
@@ -27,8 +28,12 @@ std::string pageDump(const std::vector<std::uint8_t>& bytes,
 /// tell: the record's is the address word's, with eight bits of each number.
 Json recordJson(const CScsiDeviceData& record, const std::string& hctl);
 
-/// A record for people; `hctl` as above.
-std::string recordText(const CScsiDeviceData& record, const std::string& hctl);
+/// Names and texts that stand in lines of their own.
+using NamedTexts = std::vector<std::pair<const char*, std::string>>;
+
+/// A record for people; `hctl` as above, `more` before the pages.
+std::string recordText(const CScsiDeviceData& record, const std::string& hctl,
+                       const NamedTexts& more);
 
 /// Pages as sg_vpd and sg_inq read them with --inhex: a block a page, a comment line in front. Both
 /// tools take the first page of a file. Only the page of key `only`, if that is not empty.

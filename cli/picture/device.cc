@@ -42,6 +42,14 @@ void markDevices(Picture& picture) {
 
 }  // namespace
 
+IdentityFields fieldsOf(const Picture& picture, const Volume& volume) {
+    IdentityFields fields;
+    for (const std::size_t place : volume.devices) {
+        complete(fields, picture.devices[place].fields);
+    }
+    return fields;
+}
+
 Picture pictureOf(std::vector<Device> devices) {
     std::sort(devices.begin(), devices.end(),
               [](const Device& a, const Device& b) { return a.name < b.name; });

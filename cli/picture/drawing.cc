@@ -110,8 +110,10 @@ class Drawing {
         takeLibrary(device);
         measure(device);
         if (!isAnswering(device.state.condition) && identityOf(device).empty() && device.address) {
-            device.lastKnownUdid =
-                lastKnownUdid(m_kernel.scsiDevices(), *device.address, device.name, m_hostName);
+            const LastKnown known =
+                lastKnown(m_kernel.scsiDevices(), *device.address, device.name, m_hostName);
+            device.lastKnownUdid = known.udid;
+            picture::complete(device.fields, known.fields);
         }
     }
 
@@ -131,6 +133,9 @@ class Drawing {
         device.product = record.m_productId;
         device.revision = record.m_firmwareLevel;
         device.names = namesOf(record);
+        device.fields = fieldsOf(record, m_sighting.identities != nullptr
+                                             ? m_sighting.identities->of(device.name)
+                                             : nullptr);
         if (!device.sizeKb && record.m_sizeKb != 0) {
             device.sizeKb = record.m_sizeKb;
         }

@@ -17,6 +17,8 @@ struct Sighting {
     DeviceMap devices;                                      ///< what the library lists
     std::map<std::string, const CScsiDeviceData*> records;  ///< its records, by name
     const AnswerWatch& answers;
+    /// What the UDIDs say, by the names; null when none was asked for.
+    const udid::IdentityCollector* identities = nullptr;
 };
 
 /// Where and how it is drawn.

@@ -13,6 +13,7 @@ const DeviceMap& Enumeration::run(bool rescan, const std::string& name,
                                   const std::string& scriptArguments) {
     m_only = name;
     const host::Scope scope(m_watch);
+    const udid::ReportScope listening(&m_identities);
     m_factory.enumerateDeviceMap(rescan, false, false, name, scriptArguments);
     return m_factory.deviceMap();
 }
@@ -28,7 +29,7 @@ int Enumeration::runNative(std::vector<CScsiDeviceData>& disks) {
 }
 
 Picture Enumeration::picture() {
-    Sighting sighting = {m_factory.deviceMap(), {}, m_watch};
+    Sighting sighting = {m_factory.deviceMap(), {}, m_watch, &m_identities};
     for (const auto& record : m_factory.records()) {
         sighting.records[record->m_deviceName] = record.get();
     }

@@ -39,6 +39,7 @@ class Enumeration {
     const Context& m_context;
     CUDIDFactory m_factory;
     AnswerWatch m_watch;
+    udid::IdentityCollector m_identities;
     std::string m_only;
     bool m_withMaps = true;
     std::vector<CScsiDeviceData> m_disks;  // of runNative

@@ -7,8 +7,8 @@
 #include "scsitool/host/forwarding_host.h"
 #include "scsitool/scsi/pages.h"
 #include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/account.h"
 #include "scsitool/udid/device_udid_factory.h"
-#include "scsitool/udid/explanation.h"
 
 namespace cli::picture {
 namespace {
@@ -99,8 +99,8 @@ bool isPathUdid(const std::string& udid, const std::string& node, const std::str
     return behind == CStringTool::tostrupper(hostName) || behind == "UNKNOWN";
 }
 
-std::string lastKnownUdid(ScsiDevices& kept, const ScsiAddress& address, const std::string& node,
-                          const std::string& hostName) {
+LastKnown lastKnown(ScsiDevices& kept, const ScsiAddress& address, const std::string& node,
+                    const std::string& hostName) {
     const KeptDisk disk = keptDisk(kept, address);
     if (!isWhole(disk.device.standardInquiry->bytes)) {
         return {};
@@ -116,7 +116,8 @@ std::string lastKnownUdid(ScsiDevices& kept, const ScsiAddress& address, const s
     for (const auto& record : owned(discovery.validateDevice(node))) {
         NoDevice noDevice(host);
         const host::Scope aside(noDevice);
-        const udid::Explanation explanation = udid::explain(factory, *record);
+        const udid::Account account = udid::account(factory, *record);
+        const udid::Explanation& explanation = account.explanation;
         const bool isBuilt = explanation.outcome == udid::Outcome::kClaimed ||
                              explanation.outcome == udid::Outcome::kFallback;
         const bool isGuessed =
@@ -124,7 +125,7 @@ std::string lastKnownUdid(ScsiDevices& kept, const ScsiAddress& address, const s
                         [&](const udid::ExplainedPage& page) { return isGuess(page, disk); });
         if (isBuilt && !isGuessed && !noDevice.isAsked() &&
             !isPathUdid(explanation.udid, node, hostName)) {
-            return explanation.udid;
+            return {explanation.udid, fieldsOf(*record, &account.identity)};
         }
     }
     return {};

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/picture/identity_fields.h"
 #include "cli/picture/state.h"
 #include "cli/picture/unit_name.h"
 #include "recording/guard/effect/scsi_address.h"
@@ -50,6 +51,8 @@ struct Device {
     std::string vendor;                   ///< of the library's record
     std::string product;
     std::string revision;
+    /// What its UDID and pages say, or what the last known ones said.
+    IdentityFields fields;
     UnitNames names;      ///< what it calls its logical unit now (page 0x83)
     UnitNames keptNames;  ///< the same in the page that the kernel keeps since it found the disk
     /// Kernel names of the disks below a map or pseudo-device, as the kernel relates them.
@@ -107,6 +110,11 @@ const char* nameOf(Contradiction::Kind kind);
 /// Finds all of them, the worst kind first, in the order of the devices.
 std::vector<Contradiction> contradictionsIn(const std::vector<Device>& devices,
                                             const std::vector<Volume>& volumes);
+
+struct Picture;
+
+/// What the devices of a volume say of it; the first that says something counts.
+IdentityFields fieldsOf(const Picture& picture, const Volume& volume);
 
 struct Picture {
     std::vector<Device> devices;  ///< in ascending byte order of the names, as the device map

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "cli/base/text.h"
+#include "cli/picture/identity_text.h"
 
 namespace cli::picture {
 namespace {
@@ -130,10 +131,12 @@ Json volumeJson(const Picture& picture, const Volume& volume) {
         {"devices", Json::array()},
         {"identity", identityJson(volume.isLastKnown ? "" : volume.udid, volume.isPathUdid)},
         {"last_known_udid", volume.isLastKnown ? jsonText(volume.udid) : Json(nullptr)}};
+    addVolumeFields(json, fieldsOf(picture, volume));
     for (const std::size_t place : volume.devices) {
         Json device = {{"name", jsonText(picture.devices[place].name)},
                        {"claim_level", picture.devices[place].claimLevel}};
         describe(device, picture.devices[place]);
+        addFields(device, picture.devices[place].fields);
         json["devices"].push_back(std::move(device));
     }
     return json;
@@ -198,6 +201,7 @@ void addToDeviceMap(Json& devices, const Picture& picture) {
         const Device& device = *found->second;
         if (json.contains("udid")) {
             json["identity"] = identityJson(device.udid, device.isPathUdid);
+            addFields(json, device.fields);
         }
         describe(json, device);
     }
@@ -210,6 +214,7 @@ Json unidentifiedJson(const Picture& picture) {
             Json json = {{"name", jsonText(device.name)}};
             describe(json, device);
             json["size_kb"] = sizeJson(device.sizeKb);
+            addFields(json, device.fields);
             list.push_back(std::move(json));
         }
     }

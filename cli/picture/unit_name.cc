@@ -2,24 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
-#include "recording/guard/kernel/answering.h"
 #include "recording/text/hex.h"
 
 namespace cli::picture {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using recording::Association;
+using recording::Designator;
 
 constexpr std::array<Strength, 5> kStrongestFirst = {
     Strength::kNaa6, Strength::kNaa, Strength::kEui64, Strength::kT10Vendor, Strength::kScsiName};
-
-// Designator types (SPC-4, byte 1 of a designation descriptor).
-constexpr unsigned kT10Vendor = 1;
-constexpr unsigned kEui64 = 2;
-constexpr unsigned kNaa = 3;
-constexpr unsigned kScsiName = 8;
 
 // Text of a device: its end is where a NUL, or padding, begins.
 std::string textOf(const Bytes& value) {
@@ -47,21 +41,19 @@ std::optional<UnitName> naaName(const Bytes& value) {
                : std::nullopt;
 }
 
-std::optional<UnitName> nameIn(const Bytes& designator) {
-    constexpr std::size_t kHeader = 4;
-    constexpr unsigned kTypeMask = 0x0F;
-    const Bytes value(designator.begin() + kHeader, designator.end());
-    if (value.empty() || isBlank(value)) {
+std::optional<UnitName> nameIn(const Designator& designator) {
+    const Bytes& value = designator.value;
+    if (!designator.isWhole() || value.empty() || isBlank(value)) {
         return std::nullopt;
     }
-    switch (designator[1] & kTypeMask) {
-        case kT10Vendor:
+    switch (designator.type) {
+        case recording::kT10VendorName:
             return UnitName{Strength::kT10Vendor, "t10." + textOf(value)};
-        case kEui64:
+        case recording::kEui64Name:
             return UnitName{Strength::kEui64, "eui." + recording::toHex(value)};
-        case kNaa:
+        case recording::kNaaName:
             return naaName(value);
-        case kScsiName:
+        case recording::kScsiNameString:
             return UnitName{Strength::kScsiName, textOf(value)};
         default:
             return std::nullopt;
@@ -77,15 +69,30 @@ UnitNames ofStrength(const UnitNames& names, Strength strength) {
 
 }  // namespace
 
-UnitNames unitNames(const Bytes& page) {
+UnitNames namesOf(const std::vector<Designator>& designators, Association association) {
     UnitNames names;
-    for (const Bytes& designator : recording::guard::logicalUnitNames(page)) {
-        const auto name = nameIn(designator);
+    for (const Designator& designator : designators) {
+        const auto name = designator.association == association ? nameIn(designator) : std::nullopt;
         if (name && std::find(names.begin(), names.end(), *name) == names.end()) {
             names.push_back(*name);
         }
     }
     return names;
+}
+
+UnitNames unitNames(const Bytes& page) {
+    return namesOf(recording::designatorsIn(page, 0), Association::kLogicalUnit);
+}
+
+std::optional<unsigned> portNumber(const std::vector<Designator>& designators, unsigned type) {
+    constexpr std::size_t kBytes = 4;
+    for (const Designator& designator : designators) {
+        if (designator.association == Association::kTargetPort && designator.type == type &&
+            designator.isWhole() && designator.length == kBytes) {
+            return designator.value[2] * 256U + designator.value[3];
+        }
+    }
+    return std::nullopt;
 }
 
 std::string shownName(const UnitNames& names) {

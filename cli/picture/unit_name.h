@@ -2,8 +2,11 @@
 #define SCSITOOL_CLI_PICTURE_UNIT_NAME_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "recording/pages/designators.h"
 
 namespace cli::picture {
 
@@ -25,6 +28,15 @@ using UnitNames = std::vector<UnitName>;
 /// The names in a page 0x83, its header taken off. Only designators of association 0 count: those
 /// of a target port differ from path to path. An identifier of zeros or blanks names nothing.
 UnitNames unitNames(const std::vector<std::uint8_t>& page);
+
+/// The names that designators of one association give, none twice.
+UnitNames namesOf(const std::vector<recording::Designator>& designators,
+                  recording::Association association);
+
+/// The number in the first designator of the target port that is of this type: its relative number
+/// or its group.
+std::optional<unsigned> portNumber(const std::vector<recording::Designator>& designators,
+                                   unsigned type);
 
 /// The strongest of the names, which is what a person is shown; empty without any.
 std::string shownName(const UnitNames& names);

@@ -55,7 +55,9 @@ std::string CDefaultUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     if (findIdentifier(*device, info)) {
         body.field("unitSerialNumber", info.unitSerialNumber);
         body.literal(udid::udid_separator);
+        const std::size_t start = body.size();
         body.field("serialShort", info.serialShort);
+        body.says(udid::Fact::kVolumeId, start);
         return body.take();
     }
     std::string hostName;

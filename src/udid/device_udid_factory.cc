@@ -5,6 +5,7 @@
 
 #include "scsi/record_list.h"
 #include "scsitool/tools/string_tool.h"
+#include "scsitool/udid/identity.h"
 #include "scsitool/udid/reporter.h"
 #include "scsitool/udid/taq_udid_generator.h"
 #include "scsitool/udid/udid_text.h"
@@ -126,6 +127,9 @@ void CUDIDFactory::enterDevice(CScsiDeviceData& device) {
 }
 
 std::string CUDIDFactory::getUniqueDeviceID(CScsiDeviceData* device) {
+    if (udid::IdentityReporter* const listener = udid::identityReporter()) {
+        listener->began(*device);
+    }
     const auto preset = m_presetDeviceMap.find(device->m_deviceName);
     if (preset != m_presetDeviceMap.end()) {
         udid::remark("the caller assigned this UDID in advance");

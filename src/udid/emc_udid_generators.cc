@@ -32,18 +32,33 @@ constexpr std::size_t kSymmetrixVolumeBytes = 4;
 constexpr std::size_t kSymmetrixOldVolume = 38;
 constexpr std::size_t kSymmetrixOldVolumeBytes = 3;
 
-// The check hands its text back without a source; what it read is known here. A text that passed
-// ends in the separator.
-void addSerial(udid::UdidText& body, unsigned page, int start, std::string text, bool passed) {
+// The check hands its text back without a source. It is the page's where the page holds it; an
+// overriding check may have made another one. A text that passed ends in the separator.
+void addSerial(udid::UdidText& body, const udid::SourcePage& page, int start, std::string text,
+               bool passed) {
     const std::size_t separator = std::strlen(udid::udid_separator);
     const std::size_t serial = text.size() - (passed ? std::min(separator, text.size()) : 0);
     const std::string rest = text.substr(serial);
     text.resize(serial);
-    body.piece({udid::Format::kText, page, static_cast<std::size_t>(start), kSerialCharacters,
-                std::move(text)});
+    const auto offset = static_cast<std::size_t>(start);
+    const std::size_t first = body.size();
+    if (page.view.text(offset, kSerialCharacters) == text) {
+        body.piece({udid::Format::kText, page.code, offset, kSerialCharacters, std::move(text)});
+    } else {
+        body.literal(text);
+    }
     if (passed) {
+        body.says(udid::Fact::kArraySerial, first);
         body.literal(rest);
     }
+}
+
+void remarkNoSerial(const CScsiDeviceData& record, unsigned page, const char* missing,
+                    const char* rejected) {
+    const auto stored = record.m_pages.find(page);
+    const bool isThere =
+        stored != record.m_pages.end() && scsi::PageView(stored->second).hasBuffer();
+    udid::remark(isThere ? rejected : missing);
 }
 
 }  // namespace
@@ -90,20 +105,25 @@ bool CEmcClariionUdidGenerator::checkForArraySerialNo(unsigned char** page, unsi
 std::string CEmcClariionUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     udid::UdidText body;
     const auto readSerial = [&](unsigned code, int lengthIndex, int start) {
-        const scsi::PageView page = udid::takePage(*device, code).view;
+        const udid::SourcePage taken = udid::takePage(*device, code);
+        const scsi::PageView& page = taken.view;
+        udid::decides(taken, static_cast<std::size_t>(lengthIndex), 1);
         // The published check takes what it does not change as if it might.
         auto* bytes = const_cast<unsigned char*>(page.data());
         std::string serial;
         const bool passed = checkForArraySerialNo(&bytes, static_cast<unsigned>(page.length()),
                                                   lengthIndex, start, serial);
-        addSerial(body, code, start, std::move(serial), passed);
+        addSerial(body, taken, start, std::move(serial), passed);
         return passed;
     };
     if (!readSerial(scsi::kClariionArray, kArraySerialLengthByte, kArraySerialStart)) {
-        udid::remark("page 0xC0 holds no alphanumeric array serial, page 0x80 is tried");
+        remarkNoSerial(*device, scsi::kClariionArray, "page 0xC0 is missing, page 0x80 is tried",
+                       "page 0xC0 holds no alphanumeric array serial, page 0x80 is tried");
         body.clear();
         if (!readSerial(scsi::kUnitSerialNumber, kUnitSerialLengthByte, kUnitSerialStart)) {
-            udid::remark("the serial of page 0x80 is not alphanumeric, it is used as it is");
+            remarkNoSerial(*device, scsi::kUnitSerialNumber,
+                           "page 0x80 is missing: the UDID has no array part",
+                           "the serial of page 0x80 is not alphanumeric, it is used as it is");
             traceTo(m_traceLog, 2, "Invalid EnclosureID %s found for Clariion", body.str().c_str());
         }
     }
@@ -127,7 +147,10 @@ std::string CEmcSymmetrixUdidGenerator::getUniqueDeviceID(CScsiDeviceData* devic
     udid::UdidText body;
     body.literal("00");
     body.bytes(inquiry, Format::kHexLower, kSymmetrixSerial, kSymmetrixSerialBytes);
+    body.says(udid::Fact::kArraySerial, 0);
     body.literal(udid::udid_separator);
+    udid::decides(inquiry, kSymmetrixVolume, 1);
+    const std::size_t volume = body.size();
     if (inquiry.view[kSymmetrixVolume] == 0) {
         udid::remark("INQUIRY byte 132 is 0, so the volume is taken from bytes 38 to 40");
         body.literal("0");
@@ -135,5 +158,6 @@ std::string CEmcSymmetrixUdidGenerator::getUniqueDeviceID(CScsiDeviceData* devic
     } else {
         body.bytes(inquiry, Format::kText, kSymmetrixVolume, kSymmetrixVolumeBytes);
     }
+    body.says(udid::Fact::kVolumeId, volume);
     return body.take();
 }

@@ -27,7 +27,18 @@ void ExplanationCollector::begin(const std::string& generator) {
     m_inBody = false;
 }
 
+void ExplanationCollector::decided(unsigned page, std::size_t offset, std::size_t length) {
+    const auto isTold = [&](const DecidingBytes& other) {
+        return other.page == page && other.range.offset == offset && other.range.length == length;
+    };
+    std::vector<DecidingBytes>& told = m_account.deciding;
+    if (std::none_of(told.begin(), told.end(), isTold)) {
+        told.push_back({page, {offset, length}});
+    }
+}
+
 void ExplanationCollector::stepped(Step step, const std::string& text) {
+    IdentityCollector::stepped(step, text);
     switch (step) {
         case Step::kAsked:
             begin(text);
@@ -123,6 +134,7 @@ void ExplanationCollector::addedField(const std::string& field, const std::strin
 }
 
 void ExplanationCollector::cleared() {
+    IdentityCollector::cleared();
     std::vector<Piece>& dropped = report().dropped;
     dropped.insert(dropped.end(), pieces().begin(), pieces().end());
     pieces().clear();

@@ -4,18 +4,19 @@
 #include <map>
 #include <string>
 
-#include "scsitool/udid/explanation.h"
+#include "scsitool/udid/account.h"
 
 namespace udid {
 
 /// Gathers what the factory and the generators report of one record.
-class ExplanationCollector : public Reporter {
+class ExplanationCollector : public IdentityCollector {
   public:
     /// Both outlive the collector. A piece may come from a page of the record that nobody asked
     /// for.
-    ExplanationCollector(Explanation& explanation, const CScsiDeviceData& record)
-        : m_explanation(explanation), m_record(record) {}
+    ExplanationCollector(Account& account, const CScsiDeviceData& record)
+        : m_account(account), m_explanation(account.explanation), m_record(record) {}
 
+    void decided(unsigned page, std::size_t offset, std::size_t length) override;
     void stepped(Step step, const std::string& text) override;
     void compared(const Comparison& comparison) override;
     void readPage(unsigned page, const scsi::PageView& view) override;
@@ -32,6 +33,7 @@ class ExplanationCollector : public Reporter {
     ExplainedPage* find(unsigned code);
     bool holdsPageOf(const Piece& piece);
 
+    Account& m_account;
     Explanation& m_explanation;
     const CScsiDeviceData& m_record;
     std::map<std::string, Piece> m_fields;

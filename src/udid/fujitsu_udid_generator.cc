@@ -29,7 +29,8 @@ std::string CFujitsuEternusUdidGenerator::getUniqueDeviceID(CScsiDeviceData* dev
     const udid::SourcePage inquiry =
         udid::require(*device, udid::kInquiryData, kInquiryNeeds, {udid::kInvalidEnclosureData});
     udid::UdidText body;
-    body.bytes(inquiry, Format::kTrimmedText, scsi::kVendorSpecific, kArrayIdentifierCharacters);
+    body.fact(udid::Fact::kArraySerial, inquiry, Format::kTrimmedText, scsi::kVendorSpecific,
+              kArrayIdentifierCharacters);
     body.literal(udid::udid_separator);
     body.unitName(udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
                                 {udid::kInvalidPageData, this}),

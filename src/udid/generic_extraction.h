@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 
 #include "scsitool/scsi/pages.h"
-#include "scsitool/udid/reporter.h"
+#include "scsitool/udid/udid_text.h"
+#include "udid/page_title.h"
 
 /// What the parts of the generic extraction share.
 namespace udid::generic {
@@ -41,6 +43,14 @@ inline void reportShortSerial(Format format, unsigned page, std::size_t offset, 
                               const char* text) {
     if (Reporter* const listener = reporter()) {
         listener->found("serialShort", {format, page, offset, length, text});
+    }
+}
+
+/// Remarks that a page says that it is another one.
+inline void remarkOtherCode(const SourcePage& page) {
+    if (reporter() != nullptr) {
+        const std::string other = pageTitle(page.view[scsi::kPageCode], true);
+        remark((pageTitle(page.code) + " says that it is " + other).c_str());
     }
 }
 

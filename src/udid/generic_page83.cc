@@ -40,6 +40,10 @@ constexpr std::array<SScsiIdSearchValues, 13> kSearchTable = {{
 // in the first four bytes of the identifier.
 constexpr std::size_t kLeastRead = kDescriptorHeader + 4;
 
+// In the first designation descriptor the third byte is reserved; before SPC-3 an identifier stood
+// here.
+constexpr std::size_t kFirstReserved = kPageHeader + 2;
+
 // A descriptor, or a whole page, as contiguous bytes: those of the page where it holds all of them,
 // else a copy that is made whole with zeros.
 class WholeBytes {
@@ -105,6 +109,22 @@ int searchRow(CGenericUdidGenerator& generator, CDeviceScsiInfo& info, const scs
     return kNotTaken;
 }
 
+// Reports what the search goes by: the length of the page and what each descriptor is.
+void reportHeaders(const udid::SourcePage& page) {
+    if (udid::identityReporter() == nullptr) {
+        return;
+    }
+    const scsi::PageView& view = page.view;
+    udid::decides(page, scsi::kPageLengthLow, 1);
+    for (std::size_t start = kPageHeader; start <= view[scsi::kPageLengthLow] + std::size_t{3};
+         start += kDescriptorHeader + view[start + scsi::kDescriptorLength]) {
+        udid::decides(page, start, kDescriptorHeader);
+        if ((view[start + 1] & 0xF) == kNaa) {
+            udid::decides(page, start + kDescriptorHeader, 1);
+        }
+    }
+}
+
 // Reports a page of the older layout; a long one does not fit whole.
 void reportPreSpc3(const char* serialShort, int maxLength) {
     const std::size_t written = maxLength > 0 ? V_strnlen(serialShort, sizeOf(maxLength)) : 0;
@@ -125,15 +145,17 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
     const scsi::PageView& view = page.view;
     if (!view.hasBuffer()) {
         traceTo(m_traceLog, 1, "%s: page 0x83 is NULL", kName);
+        udid::remark("page 0x83 is missing");
         return kNotTaken;
     }
-    if (view[1] != kDeviceIdentification) {
+    udid::decides(page, scsi::kPageCode, 1);
+    if (view[scsi::kPageCode] != kDeviceIdentification) {
         traceTo(m_traceLog, 1, "%s: Invalid page 0x83", kName);
+        remarkOtherCode(page);
         return kNotTaken;
     }
-    // In a designation descriptor the third byte is reserved; before SPC-3 an identifier stood
-    // here.
-    if (view[6] != 0) {
+    udid::decides(page, kFirstReserved, 1);
+    if (view[kFirstReserved] != 0) {
         const WholeBytes whole(view, 0);
         const int status = checkFillPreSPC3Page0x83(info, whole.data(), kSearchTable[0], serial,
                                                     serialShort, maxLength);
@@ -141,6 +163,7 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
         reportPreSpc3(serialShort, maxLength);
         return status;
     }
+    reportHeaders(page);
     const Buffers out = {serial, serialShort, maxLength, wwn, wwnVendorExtension, tgptGroup};
     for (std::size_t row = 0; row < kSearchTable.size(); ++row) {
         std::size_t start = 0;
@@ -156,5 +179,6 @@ int CGenericUdidGenerator::getInformationFromPage83(CScsiDeviceData* device, CDe
         }
         return status;
     }
+    udid::remark("page 0x83 has no designator of a kind that is taken");
     return kNotTaken;
 }

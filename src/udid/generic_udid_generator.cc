@@ -29,6 +29,23 @@ void fillIdentity(CScsiDeviceData& device, const std::string& enclosure, CDevice
     V_strlcpy(info.unitSerialNumber, enclosure.c_str(), sizeof info.unitSerialNumber);
 }
 
+void remarkLongSerial(int length, int most) {
+    if (udid::reporter() != nullptr) {
+        const std::string text = "the serial of page 0x80 has " + std::to_string(length) +
+                                 " bytes, at most " + std::to_string(most) + " are taken";
+        udid::remark(text.c_str());
+    }
+}
+
+void remarkShortModel(std::size_t length) {
+    if (udid::reporter() != nullptr) {
+        const std::string text = "vendor and product, which go before this identifier, have " +
+                                 std::to_string(length) + " characters here, " +
+                                 std::to_string(kVendorModelLength) + " are needed";
+        udid::remark(text.c_str());
+    }
+}
+
 // Reports the unit serial number as it stands in the record of the extraction: without blanks at
 // either end, up to its first NUL.
 void reportUnitSerial(std::size_t length, const std::string& serial) {
@@ -94,17 +111,22 @@ int CGenericUdidGenerator::getInformationFromPage80(CScsiDeviceData* device, CDe
     const udid::SourcePage page = udid::takePage(*device, kUnitSerialNumber);
     if (!page.view.hasBuffer()) {
         traceTo(m_traceLog, 1, "%s: For device:[%s], page 0x80 is NULL", kName, path);
+        udid::remark("page 0x80 is missing");
         return kNotTaken;
     }
-    if (page.view[1] != kUnitSerialNumber) {
+    udid::decides(page, scsi::kPageCode, 1);
+    if (page.view[scsi::kPageCode] != kUnitSerialNumber) {
         traceTo(m_traceLog, 1, "%s: For device[%s], Invalid page 0x80", kName, path);
+        remarkOtherCode(page);
         return kNotTaken;
     }
+    udid::decides(page, scsi::kPageLengthLow, 1);
     const int length = page.view[scsi::kPageLengthLow];
     const int need = length + kVendorModelLength + 1;
     if (need > maxLength) {
         traceTo(m_traceLog, 1, "%s: For device:[%s], length %d too short - need %d\n", kName, path,
                 maxLength, need);
+        remarkLongSerial(length, maxLength - kVendorModelLength - 1);
         return kNotTaken;
     }
     const std::string bytes = page.view.bytes(kPageHeader, static_cast<std::size_t>(length));
@@ -136,6 +158,7 @@ int CGenericUdidGenerator::prependVendorModel(CDeviceScsiInfo& info, char* out) 
         traceTo(m_traceLog, 1, "%s: expected length %d, got length %d\n",
                 "CGenericUdidGenerator::prependVendorModel", kVendorModelLength,
                 static_cast<int>(length));
+        remarkShortModel(length);
         return -1;
     }
     return kVendorModelLength;
@@ -148,6 +171,7 @@ std::string CGenericUdidGenerator::getEnclousureId(CScsiDeviceData* device) {
         reportUnitSerial(0, std::string());
         return std::string();
     }
+    udid::decides(page, scsi::kPageLengthLow, 1);
     const std::size_t length = page.view[scsi::kPageLengthLow];
     std::string serial = page.view.bytes(kPageHeader, length);
     reportUnitSerial(length, serial);

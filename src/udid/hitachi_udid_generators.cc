@@ -14,6 +14,7 @@ constexpr const udid::Family& kXp = udid::familyOf<CHpXpUdidGenerator>(udid::kFa
 
 constexpr std::size_t kNeeds = 56;
 constexpr std::size_t kField = scsi::kVendorSpecific;  // 20 characters of text
+constexpr std::size_t kKindCharacters = 2;             // they tell how the serial is written
 constexpr std::size_t kLogicalDevice = kField + 8;
 constexpr std::size_t kLogicalDeviceCharacters = 4;
 
@@ -28,7 +29,7 @@ constexpr SerialPlace kFiveHexDigits = {Format::kDecimalOfHexText, kField + 3, 5
 constexpr SerialPlace kFourHexDigits = {Format::kDecimalOfHexText, kField + 4, 4};
 
 SerialPlace hitachiSerial(const scsi::PageView& inquiry) {
-    const std::string kind = inquiry.text(kField, 2);
+    const std::string kind = inquiry.text(kField, kKindCharacters);
     if (kind == "D6") {
         return kFourHexDigits;
     }
@@ -39,12 +40,13 @@ SerialPlace hitachiSerial(const scsi::PageView& inquiry) {
 }
 
 void addSerial(udid::UdidText& body, const udid::SourcePage& inquiry, const SerialPlace& place) {
-    body.bytes(inquiry, place.format, place.offset, place.length);
+    body.fact(udid::Fact::kArraySerial, inquiry, place.format, place.offset, place.length);
 }
 
 void addLogicalDevice(udid::UdidText& body, const udid::SourcePage& inquiry) {
     body.literal(udid::udid_separator);
-    body.bytes(inquiry, Format::kDecimalOfHexText, kLogicalDevice, kLogicalDeviceCharacters);
+    body.fact(udid::Fact::kVolumeId, inquiry, Format::kDecimalOfHexText, kLogicalDevice,
+              kLogicalDeviceCharacters);
 }
 
 }  // namespace
@@ -61,6 +63,7 @@ std::string CHitachiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::SourcePage inquiry =
         udid::require(*device, udid::kInquiryData, kNeeds, {udid::kInvalidPageData, this});
     udid::UdidText body;
+    udid::decides(inquiry, kField, kKindCharacters);
     addSerial(body, inquiry, hitachiSerial(inquiry.view));
     addLogicalDevice(body, inquiry);
     return body.take();
@@ -78,7 +81,8 @@ std::string CHpXpUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::SourcePage inquiry =
         udid::require(*device, udid::kInquiryData, kNeeds, {udid::kInvalidPageData, this});
     udid::UdidText body;
-    if (inquiry.view.text(kField, 2) == "50") {
+    udid::decides(inquiry, kField, kKindCharacters);
+    if (inquiry.view.text(kField, kKindCharacters) == "50") {
         addSerial(body, inquiry, kFiveHexDigits);
     } else {
         udid::remark("INQUIRY bytes 36 and 37 are not \"50\": the array serial is 0");

@@ -5,6 +5,7 @@
 #include "scsitool/udid/udid_text.h"
 #include "udid/families.h"
 
+using udid::Fact;
 using udid::Format;
 
 namespace {
@@ -43,7 +44,7 @@ std::string CHpEvaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::SourcePage inquiry =
         udid::require(*device, udid::kInquiryData, kEvaNeeds, {udid::kInvalidEnclosureData});
     udid::UdidText body;
-    body.bytes(inquiry, Format::kHexUpperDashes, kEvaNode, kEvaNodeBytes);
+    body.fact(Fact::kArraySerial, inquiry, Format::kHexUpperDashes, kEvaNode, kEvaNodeBytes);
     body.literal(udid::udid_separator);
     const udid::SourcePage names = udid::require(*device, scsi::kDeviceIdentification,
                                                  kEvaNamesNeed, {udid::kInvalidPageData, this});
@@ -63,11 +64,12 @@ bool CHpMsaUdidGenerator::claimDevice(CScsiDeviceData* device) {
 std::string CHpMsaUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::Failure failure = {udid::kInvalidDeviceData, this};
     udid::UdidText body;
-    body.bytes(udid::require(*device, udid::kInquiryData, kMsaNeeds, failure), Format::kText,
-               kMsaSerial, kMsaSerialCharacters);
+    body.fact(Fact::kArraySerial, udid::require(*device, udid::kInquiryData, kMsaNeeds, failure),
+              Format::kText, kMsaSerial, kMsaSerialCharacters);
     body.literal(udid::udid_separator);
-    body.bytes(udid::require(*device, scsi::kDeviceIdentification, kMsaNamesNeed, failure),
-               Format::kText, kMsaName, kMsaNameCharacters);
+    body.fact(Fact::kVolumeId,
+              udid::require(*device, scsi::kDeviceIdentification, kMsaNamesNeed, failure),
+              Format::kText, kMsaName, kMsaNameCharacters);
     return body.take();
 }
 
@@ -83,7 +85,9 @@ std::string CHp3parUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::SourcePage serial = udid::require(*device, scsi::kUnitSerialNumber,
                                                   k3parSerialNeeds, {udid::kInvalidEnclosureData});
     udid::UdidText body;
-    body.bytes(serial, Format::kTrimmedText, scsi::kPageHeader, serial.view[scsi::kPageLengthLow]);
+    udid::decides(serial, scsi::kPageLengthLow, 1);
+    body.fact(Fact::kArraySerial, serial, Format::kTrimmedText, scsi::kPageHeader,
+              serial.view[scsi::kPageLengthLow]);
     body.literal(udid::udid_separator);
     body.unitName(udid::require(*device, scsi::kDeviceIdentification, k3parNamesNeed,
                                 {udid::kInvalidPageData, this}),

@@ -6,6 +6,7 @@
 #include "scsitool/udid/udid_text.h"
 #include "udid/families.h"
 
+using udid::Fact;
 using udid::Format;
 using udid::Rule;
 
@@ -51,6 +52,7 @@ void addProduct(udid::UdidText& body, const CScsiDeviceData& record, const std::
 udid::SourcePage requireSerialPage(const CScsiDeviceData& record, const CUdidGenerator& generator) {
     const udid::SourcePage page =
         udid::require(record, scsi::kUnitSerialNumber, 1, {udid::kInvalidPageData, &generator});
+    udid::decides(page, scsi::kPageLengthLow, 1);
     const unsigned length = page.view[scsi::kPageLengthLow];
     if (length > page.view.length()) {
         udid::fail({udid::kInvalidPageSize}, "the page length of page 0x80 is " +
@@ -71,7 +73,7 @@ void addSubsystem(udid::UdidText& body, const CScsiDeviceData& record) {
     const udid::SourcePage page = udid::takeIfLong(record, scsi::kEngenioSubsystem, kSubsystemNeeds,
                                                    "the array's part is empty");
     if (page.view.hasBuffer()) {
-        body.bytes(page, Format::kHexLower, kSubsystemName, kLongName);
+        body.fact(Fact::kArraySerial, page, Format::kHexLower, kSubsystemName, kLongName);
     }
     body.literal(udid::udid_separator);
 }
@@ -83,7 +85,7 @@ void addDs8000Array(udid::UdidText& body, const CScsiDeviceData& record) {
     }
     udid::requireBytes(inquiry, kInquiryNeeds, {udid::kInvalidPageSize});
     body.literal("IBM.2107-");
-    body.bytes(inquiry, Format::kText, scsi::kVendorSpecific, kSerialCharacters);
+    body.fact(Fact::kArraySerial, inquiry, Format::kText, scsi::kVendorSpecific, kSerialCharacters);
     body.literal(udid::udid_separator);
 }
 
@@ -94,8 +96,8 @@ void addDs4100Array(udid::UdidText& body, const CScsiDeviceData& record) {
         return;
     }
     body.literal("IBM.1724-");
-    body.bytes(inquiry, Format::kText, scsi::kVendorSpecific,
-               inquiry.view.length() - scsi::kVendorSpecific);
+    body.fact(Fact::kArraySerial, inquiry, Format::kText, scsi::kVendorSpecific,
+              inquiry.view.length() - scsi::kVendorSpecific);
     body.literal(udid::udid_separator);
 }
 
@@ -134,19 +136,20 @@ std::string CIbmUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     } else if (isESS(product)) {
         const udid::SourcePage serial = requireSerialPage(*device, *this);
         addProduct(body, *device, product);
-        body.bytes(serial, Format::kText, scsi::kPageHeader, kSerialCharacters);
+        body.fact(Fact::kArraySerial, serial, Format::kText, scsi::kPageHeader, kSerialCharacters);
         body.literal(udid::udid_separator);
     } else if (isFASTT(product)) {
         const udid::SourcePage array = requireArrayPage(*device, *this);
         addProduct(body, *device, product);
-        body.bytes(array, Format::kHexLower, kArrayName, kLongName);
+        body.fact(Fact::kArraySerial, array, Format::kHexLower, kArrayName, kLongName);
         body.literal(udid::udid_separator);
     } else {
         failOnProduct(product);
     }
-    body.bytes(udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
-                             {udid::kInvalidPageData, this}),
-               Format::kHexLower, kUnitNumber, kUnitNumberBytes);
+    body.fact(Fact::kVolumeId,
+              udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
+                            {udid::kInvalidPageData, this}),
+              Format::kHexLower, kUnitNumber, kUnitNumberBytes);
     return body.take();
 }
 

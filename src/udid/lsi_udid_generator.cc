@@ -29,7 +29,8 @@ std::string CLsiUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     const udid::SourcePage array =
         udid::require(*device, scsi::kEngenioArray, kArrayNeeds, {udid::kInvalidEnclosureData});
     udid::UdidText body;
-    body.bytes(array, udid::Format::kHexLower, kArrayName, kArrayNameBytes);
+    body.fact(udid::Fact::kArraySerial, array, udid::Format::kHexLower, kArrayName,
+              kArrayNameBytes);
     body.literal(udid::udid_separator);
     const udid::SourcePage names = udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
                                                  {udid::kInvalidPageData, this});

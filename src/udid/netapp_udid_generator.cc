@@ -76,9 +76,12 @@ std::string CNetAppUdidGenerator::getEnclosureID(CScsiDeviceData* device) {
         return {};
     }
     const scsi::PageView reply(request.data.data(), request.data.size());
-    udid::ControllerIdentifier found = udid::findControllerIdentifier(reply);
-    if (udid::Reporter* const listener = udid::reporter()) {
+    udid::Reporter* const listener = udid::reporter();
+    if (listener != nullptr) {
         listener->readPage(udid::kControllerReply, reply);
+    }
+    udid::ControllerIdentifier found = udid::findControllerIdentifier(reply);
+    if (listener != nullptr) {
         listener->found(kIdentifierField,
                         {udid::Format::kText, udid::kControllerReply, found.offset,
                          udid::kControllerIdentifierBytes, found.text});
@@ -94,6 +97,7 @@ std::string CNetAppUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
     }
     udid::UdidText body;
     body.field(kIdentifierField, enclosure);
+    body.says(udid::Fact::kArraySerial, 0);
     body.literal(udid::udid_separator);
     const auto& supported = device->m_supportedPages;
     if (std::find(supported.begin(), supported.end(), scsi::kDeviceIdentification) ==
@@ -101,8 +105,9 @@ std::string CNetAppUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         udid::remark("the device does not list page 0x83");
         throw CUdidGeneratorException(udid::kInvalidPageData, m_vendor, "0x83");
     }
-    body.bytes(udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
-                             {udid::kInvalidDeviceData, this}),
-               udid::Format::kHexLower, kUnitName, kUnitNameBytes);
+    body.fact(udid::Fact::kVolumeId,
+              udid::require(*device, scsi::kDeviceIdentification, kNamesNeed,
+                            {udid::kInvalidDeviceData, this}),
+              udid::Format::kHexLower, kUnitName, kUnitNameBytes);
     return body.take();
 }

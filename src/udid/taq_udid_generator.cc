@@ -36,6 +36,8 @@ std::string CTAQUdidGenerator::getUniqueDeviceID(CScsiDeviceData* device) {
         return body.take();
     }
     body.literal("disk-scsi-");
+    const std::size_t start = body.size();
     body.field("serialShort", info.serialShort);
+    body.says(udid::Fact::kVolumeId, start);
     return body.take();
 }

@@ -1,6 +1,10 @@
 #include "scsitool/udid/udid_text.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "udid/format_table.h"
+#include "udid/page_title.h"
 
 namespace udid {
 namespace {
@@ -17,14 +21,6 @@ constexpr unsigned kLogicalUnit = 0;
 constexpr unsigned kNaa = 3;
 constexpr unsigned kRegisteredExtended = 6;
 
-std::string titleOf(unsigned page) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    if (page == kInquiryData) {
-        return "the standard INQUIRY data";
-    }
-    return std::string("page 0x") + kDigits[page >> 4 & 0xF] + kDigits[page & 0xF];
-}
-
 // A page without bytes counts as missing.
 bool hasFewer(const SourcePage& page, std::size_t needed) {
     return !page.view.hasBuffer() || page.view.length() < needed;
@@ -32,7 +28,7 @@ bool hasFewer(const SourcePage& page, std::size_t needed) {
 
 // "page 0x83 has 52 bytes, 68 are needed".
 std::string shortage(const SourcePage& page, std::size_t needed) {
-    std::string text = titleOf(page.code);
+    std::string text = pageTitle(page.code);
     if (!page.view.hasBuffer()) {
         return text + " is missing";
     }
@@ -61,6 +57,14 @@ void remarkOtherName(const SourcePage& names) {
 }
 
 }  // namespace
+
+std::string pageTitle(unsigned page, bool isVpd) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    if (page == kInquiryData && !isVpd) {
+        return "the standard INQUIRY data";
+    }
+    return std::string("page 0x") + kDigits[page >> 4 & 0xF] + kDigits[page & 0xF];
+}
 
 void fail(const Failure& failure, const std::string& reason) {
     remark(reason.c_str());
@@ -108,10 +112,18 @@ SourcePage takeIfLong(const CScsiDeviceData& record, unsigned code, std::size_t 
 }
 
 void requirePageLength(const SourcePage& page, unsigned needed, const Failure& failure) {
+    decides(page, scsi::kPageLength, sizeof(std::uint16_t));
     const unsigned length = page.view.word(scsi::kPageLength);
     if (length < needed) {
-        fail(failure, "the page length of " + titleOf(page.code) + " is " + std::to_string(length) +
-                          ", at least " + std::to_string(needed) + " is needed");
+        fail(failure, "the page length of " + pageTitle(page.code) + " is " +
+                          std::to_string(length) + ", at least " + std::to_string(needed) +
+                          " is needed");
+    }
+}
+
+void decides(const SourcePage& page, std::size_t offset, std::size_t length) {
+    if (IdentityReporter* const listener = identityReporter()) {
+        listener->decided(page.code, offset, length);
     }
 }
 
@@ -142,7 +154,14 @@ void UdidText::unitName(const SourcePage& names, Format format) {
     if (m_reporter != nullptr) {
         remarkOtherName(names);
     }
-    bytes(names, format, kName, kNameBytes);
+    fact(Fact::kVolumeId, names, format, kName, kNameBytes);
+}
+
+void UdidText::fact(Fact fact, const SourcePage& page, Format format, std::size_t offset,
+                    std::size_t count) {
+    const std::size_t start = size();
+    bytes(page, format, offset, count);
+    says(fact, start);
 }
 
 void UdidText::recordField(const CScsiDeviceData& record, Format format,
@@ -173,6 +192,12 @@ void UdidText::field(const char* name, std::string_view text) {
     m_text += text;
     if (m_reporter != nullptr) {
         m_reporter->addedField(name, std::string(text));
+    }
+}
+
+void UdidText::says(Fact fact, std::size_t start) const {
+    if (IdentityReporter* const listener = identityReporter()) {
+        listener->told(fact, m_text.substr(std::min(start, m_text.size())));
     }
 }
 

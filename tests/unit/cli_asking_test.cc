@@ -156,7 +156,7 @@ std::string withoutCommandLine(std::string text) {
     for (const char* const line :
          {"\"--jobs\",", "\"1\",", "\"--deadline\",", "\"0\",", "\"16\","}) {
         const std::size_t at = text.find(line);
-        if (at != std::string::npos) {
+        if (at < text.find("exit_status")) {
             const std::size_t begin = text.rfind('\n', at) + 1;
             text.erase(begin, text.find('\n', at) + 1 - begin);
         }

@@ -30,11 +30,17 @@ TEST(CliDevices, JsonHasOneEntryADevice) {
     ASSERT_EQ(devices.size(), 4U);
     EXPECT_EQ(devices[0].dump(),
               R"({"name":"/dev/mapper/control","udid":"UDID######/DEV/MAPPER/CONTROL@DB01",)"
-              R"("claim_level":16,"native_paths":[],"identity":"path","address":null,"hctl":null,)"
+              R"("claim_level":16,"native_paths":[],"identity":"path","family":null,)"
+              R"("array_serial":null,"volume_id":null,"logical_unit_name":null,"serial":null,)"
+              R"("target_port":null,"port_group":null,"address":null,"hctl":null,)"
               R"("state":"no SCSI disk","last_known_udid":null,"marks":[]})");
     EXPECT_EQ(devices[1].dump(),
               std::string(R"({"name":"/dev/mapper/mpatha","udid":")") + kVolume +
-                  R"(","claim_level":16,"native_paths":[],"identity":"unit","address":null,)"
+                  R"(","claim_level":16,"native_paths":[],"identity":"unit",)"
+                  R"("family":"Everything else","array_serial":null,)"
+                  R"("volume_id":"5000C50012345678",)"
+                  R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12",)"
+                  R"("target_port":null,"port_group":null,"address":null,)"
                   R"("hctl":null,"state":"ok","last_known_udid":null,"marks":[]})");
     EXPECT_EQ(devices[3]["name"], "/dev/sdb");
     EXPECT_EQ(devices[3]["address"].dump(), "[3,0,5,1]");
@@ -141,10 +147,16 @@ TEST(CliVolumes, JsonNamesSizePathsAndAddresses) {
     EXPECT_EQ(volumes[0]["paths"], 2);
     EXPECT_EQ(volumes[0]["devices"][0].dump(),
               R"({"name":"/dev/mapper/mpatha","claim_level":16,"address":null,"hctl":null,)"
-              R"("state":"ok","last_known_udid":null,"marks":[]})");
+              R"("state":"ok","last_known_udid":null,"marks":[],)"
+              R"("family":"Everything else","array_serial":null,"volume_id":"5000C50012345678",)"
+              R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12","target_port":null,)"
+              R"("port_group":null})");
     EXPECT_EQ(volumes[0]["devices"][2].dump(),
               R"({"name":"/dev/sdb","claim_level":0,"address":[3,0,5,1],"hctl":"3:0:5:1",)"
-              R"("state":"ok","last_known_udid":null,"marks":[]})");
+              R"("state":"ok","last_known_udid":null,"marks":[],)"
+              R"("family":"Everything else","array_serial":null,"volume_id":"5000C50012345678",)"
+              R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12","target_port":null,)"
+              R"("port_group":null})");
     EXPECT_EQ(document["unidentified"].dump(), "[]");
     EXPECT_EQ(document["contradictions"].dump(), "[]");
 }
@@ -201,7 +213,9 @@ TEST(CliDisks, ListsDisksWithTheirSize) {
               R"("last_known_udid":null,"marks":[]})");
     EXPECT_EQ(document["unidentified"].dump(),
               R"([{"name":"/dev/sdc","address":null,"hctl":null,"state":"gone",)"
-              R"("last_known_udid":null,"marks":[],"size_kb":2097152}])");
+              R"("last_known_udid":null,"marks":[],"size_kb":2097152,"family":null,)"
+              R"("array_serial":null,"volume_id":null,"logical_unit_name":null,"serial":null,)"
+              R"("target_port":null,"port_group":null}])");
 }
 
 TEST(CliDisks, AHostWithoutDisksIsAFailure) {
@@ -225,7 +239,10 @@ TEST(CliInquiry, JsonIsTheWholeRecord) {
         R"({"name":"/dev/sda","vendor":"ACME","product":"Disk","firmware":"0430","host":2,)"
         R"("channel":0,"target":5,"lun":1,"hctl":null,"claim_level":0,"bus_type":0,"multipath":0,)"
         R"("size_kb":0,"os":"Linux","supported_pages":[0,128,131],)"
-        R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"}})");
+        R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"},)"
+        R"("family":"Everything else","array_serial":null,"volume_id":"5000C50012345678",)"
+        R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12","target_port":null,)"
+        R"("port_group":null})");
 }
 
 TEST(CliInquiry, TextShowsIdentityAddressAndPages) {
@@ -237,6 +254,10 @@ TEST(CliInquiry, TextShowsIdentityAddressAndPages) {
                                           "Firmware          0430\n"
                                           "Address           2:0:5:1 (host:channel:target:lun)\n"
                                           "Claim level       0\n"
+                                          "Family            Everything else\n"
+                                          "Volume            5000C50012345678\n"
+                                          "Unit name         naa.5000c50012345678\n"
+                                          "Unit serial       AB12\n"
                                           "Supported pages   00 80 83\n"
                                           "\n"
                                           "standard INQUIRY data, 96 bytes\n"

@@ -64,47 +64,53 @@ TEST(CliExplain, ShowsForPeopleWhatMadeTheUdid) {
     const CliResult result = machine.run(argumentsFor(sampleNamed("Ess"), folder));
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.out,
-              "Device    /dev/sda\n"
-              "Vendor    IBM\n"
-              "Product   2105F20\n"
-              "Firmware  0001\n"
-              "Note      the pages are those of files; the device name /dev/sda and the host name "
-              "localhost are made up\n"
-              "Note      page 00 was not given: it is made of the pages that were\n"
-              "\n"
-              "GENERATOR         ANSWER    BECAUSE\n"
-              "HP:MSA            declines  product \"2105F20\" does not contain \"MSA\"\n"
-              "HP:HSV            declines  vendor \"IBM\" is none of \"COMPAQ\", \"HP\"\n"
-              "HP:XP             declines  vendor \"IBM\" is not \"HP\"\n"
-              "IBM:TOTALSTORAGE  claims    vendor \"IBM\" begins with \"IBM\"\n"
-              "                            product \"2105F20\" contains \"2105\"\n"
-              "\n"
-              "In brackets: the bytes that stand in the UDID.\n"
-              "VPD page 0x80, unit serial number, 12 bytes\n"
-              "  00  00 80 00 08[31 30 38 32  33 34 35]36              ....10823456\n"
-              "\n"
-              "standard INQUIRY data, 96 bytes\n"
-              "  00  00 00 06 02 5b 00 00 02  49 42 4d 20 20 20 20 20  ....[...IBM     \n"
-              "  10 [32 31 30 35]46 32 30 20  20 20 20 20 20 20 20 20  2105F20         \n"
-              "  20  30 30 30 31 00 00 00 00  00 00 00 00 00 00 00 00  0001............\n"
-              "  48 more bytes, all 00\n"
-              "\n"
-              "VPD page 0x83, device identification, 24 bytes\n"
-              "  00  00 83 00 14 01 03 00 10  60 06 01 60 a1 b2 c3 d4  ........`..`....\n"
-              "  10  11 22 33 44 55 66[77 88]                          .\"3DUfw.\n"
-              "\n"
-              "PART    PAGE  BYTES  FORMAT     TEXT\n"
-              "prefix               literal    UDID##IBM##TOTALSTORAGE##\n"
-              "body                 literal    IBM.\n"
-              "body    std   16-19  text       2105\n"
-              "body                 literal    -\n"
-              "body    80    4-10   text       1082345\n"
-              "body                 literal    ##\n"
-              "body    83    22-23  hex-lower  7788\n"
-              "\n"
-              "Made by IBM:TOTALSTORAGE, in upper case:\n"
-              "UDID##IBM##TOTALSTORAGE##IBM.2105-1082345##7788\n");
+    EXPECT_EQ(
+        result.out,
+        "Device        /dev/sda\n"
+        "Vendor        IBM\n"
+        "Product       2105F20\n"
+        "Firmware      0001\n"
+        "Family        IBM ESS, DS8000, SVC\n"
+        "Array serial  1082345\n"
+        "Volume        7788\n"
+        "Unit name     naa.60060160a1b2c3d41122334455667788\n"
+        "Unit serial   10823456\n"
+        "Note          the pages are those of files; the device name /dev/sda and the host name "
+        "localhost are made up\n"
+        "Note          page 00 was not given: it is made of the pages that were\n"
+        "\n"
+        "GENERATOR         ANSWER    BECAUSE\n"
+        "HP:MSA            declines  product \"2105F20\" does not contain \"MSA\"\n"
+        "HP:HSV            declines  vendor \"IBM\" is none of \"COMPAQ\", \"HP\"\n"
+        "HP:XP             declines  vendor \"IBM\" is not \"HP\"\n"
+        "IBM:TOTALSTORAGE  claims    vendor \"IBM\" begins with \"IBM\"\n"
+        "                            product \"2105F20\" contains \"2105\"\n"
+        "\n"
+        "In brackets: the bytes that stand in the UDID.\n"
+        "VPD page 0x80, unit serial number, 12 bytes\n"
+        "  00  00 80 00 08[31 30 38 32  33 34 35]36              ....10823456\n"
+        "\n"
+        "standard INQUIRY data, 96 bytes\n"
+        "  00  00 00 06 02 5b 00 00 02  49 42 4d 20 20 20 20 20  ....[...IBM     \n"
+        "  10 [32 31 30 35]46 32 30 20  20 20 20 20 20 20 20 20  2105F20         \n"
+        "  20  30 30 30 31 00 00 00 00  00 00 00 00 00 00 00 00  0001............\n"
+        "  48 more bytes, all 00\n"
+        "\n"
+        "VPD page 0x83, device identification, 24 bytes\n"
+        "  00  00 83 00 14 01 03 00 10  60 06 01 60 a1 b2 c3 d4  ........`..`....\n"
+        "  10  11 22 33 44 55 66[77 88]                          .\"3DUfw.\n"
+        "\n"
+        "PART    PAGE  BYTES  FORMAT     TEXT\n"
+        "prefix               literal    UDID##IBM##TOTALSTORAGE##\n"
+        "body                 literal    IBM.\n"
+        "body    std   16-19  text       2105\n"
+        "body                 literal    -\n"
+        "body    80    4-10   text       1082345\n"
+        "body                 literal    ##\n"
+        "body    83    22-23  hex-lower  7788\n"
+        "\n"
+        "Made by IBM:TOTALSTORAGE, in upper case:\n"
+        "UDID##IBM##TOTALSTORAGE##IBM.2105-1082345##7788\n");
 }
 
 TEST(CliExplain, JsonHoldsTheWholeExplanation) {
@@ -166,7 +172,7 @@ TEST(CliExplain, ADeviceThatAnswersNothingIsExplainedToo) {
     CliMachine machine(smallHost());
     const CliResult result = machine.run({"explain", "/dev/mapper/control"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.out.find("Note      the device opens and did not answer INQUIRY: "
+    EXPECT_NE(result.out.find("Note          the device opens and did not answer INQUIRY: "
                               "Inappropriate ioctl for device\n"),
               std::string::npos);
     EXPECT_NE(result.out.find("(default)          claims    it claims every device\n"),
@@ -198,11 +204,13 @@ TEST(CliExplain, PresetAndTaqAreExplained) {
     CliMachine machine(smallHost());
     const std::string preset = folder.write("preset", R"({"/dev/sda":"mine##1"})");
     EXPECT_EQ(machine.run({"explain", "/dev/sda", "--preset", preset}).out,
-              "Device    /dev/sda\n"
-              "Vendor    ACME\n"
-              "Product   Disk\n"
-              "Firmware  0430\n"
-              "Note      the caller assigned this UDID in advance\n"
+              "Device        /dev/sda\n"
+              "Vendor        ACME\n"
+              "Product       Disk\n"
+              "Firmware      0430\n"
+              "Unit name     naa.5000c50012345678\n"
+              "Unit serial   AB12\n"
+              "Note          the caller assigned this UDID in advance\n"
               "\n"
               "Assigned in advance, in upper case:\n"
               "MINE##1\n");

@@ -182,7 +182,7 @@ TEST_F(ExplanationTest, ATwiceRejectedSerialIsShownAsItIsUsed) {
     const Explanation explanation = explained(record);
     const GeneratorReport& report = explanation.generators.back();
     EXPECT_EQ(report.remarks,
-              (Lines{"page 0xC0 holds no alphanumeric array serial, page 0x80 is tried",
+              (Lines{"page 0xC0 is missing, page 0x80 is tried",
                      "the serial of page 0x80 is not alphanumeric, it is used as it is"}));
     EXPECT_EQ(lines(report.body).front(), "text 128:4+14 CX-500");
     EXPECT_EQ(report.pages, (std::vector<unsigned>{0xC0, 0x80, 0x83}));
@@ -220,7 +220,8 @@ TEST_F(ExplanationTest, TheLastResortIsTheDeviceNameAtTheHost) {
     EXPECT_EQ(lines(explanation.generators.back().body),
               (Lines{"device-name /dev/sda", "literal @", "host-name db01"}));
     EXPECT_EQ(explanation.generators.back().remarks,
-              Lines{"neither page 0x83 nor page 0x80 has an identifier to use"});
+              (Lines{"page 0x83 is missing", "page 0x80 is missing",
+                     "neither page 0x83 nor page 0x80 has an identifier to use"}));
     EXPECT_EQ(lines(explanation.generators.back().prefix),
               (Lines{"literal UDID##", "right-trimmed-text ACME", "literal ##",
                      "blanks-as-underscores DISK", "literal ##"}))

@@ -85,7 +85,11 @@ TEST(PictureHosts, WithAllPathsDownEveryDiskHasItsRow) {
     EXPECT_EQ(document["unidentified"][3].dump(),
               R"({"name":"/dev/sdc","address":[2,0,0,2],"hctl":"2:0:0:2",)"
               R"("state":"no answer in 10 s","last_known_udid":")" +
-                  kSecond + R"(","marks":[],"size_kb":1048576})");
+                  kSecond +
+                  R"(","marks":[],"size_kb":1048576,"family":"Everything else",)"
+                  R"("array_serial":null,"volume_id":"6000000A000000000000000000000002",)"
+                  R"("logical_unit_name":"naa.6000000a000000000000000000000002","serial":"A2",)"
+                  R"("target_port":null,"port_group":null})");
     const auto volumes = run(host, {"volumes", "--json"}).json()["volumes"];
     ASSERT_EQ(volumes.size(), 2U);
     EXPECT_EQ(volumes[0]["udid"], "");

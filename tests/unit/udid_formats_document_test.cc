@@ -41,6 +41,22 @@ TEST(UdidFormatsDocument, ShowsNoFamilysUdidThatIsNotASamples) {
     EXPECT_GE(found, 20);
 }
 
+TEST(UdidFormatsDocument, SaysWhichPartIsWhichOfFamiliesThatThereAre) {
+    const std::string text = document();
+    const std::string title = "| `family` | `array_serial` | `volume_id` |\n|---|---|---|\n";
+    std::istringstream rows(text.substr(text.find(title) + title.size()));
+    std::set<std::string> families;
+    for (const udid::Family& family : udid::kFamilies) {
+        families.insert(family.name);
+    }
+    int found = 0;
+    for (std::string row; std::getline(rows, row) && !row.empty(); ++found) {
+        const std::string name = row.substr(2, row.find(" | ") - 2);
+        EXPECT_EQ(families.count(name), 1U) << row;
+    }
+    EXPECT_EQ(found, 13);
+}
+
 TEST(UdidFormatsDocument, ExplainsEveryFormat) {
     const std::string text = document();
     for (const udid::FormatRow& row : udid::kFormatTable) {

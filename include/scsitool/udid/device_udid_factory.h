@@ -15,8 +15,8 @@
 class CUDIDFactory;
 
 namespace udid {
-struct Explanation;
-SCSITOOL_EXPORT Explanation explain(CUDIDFactory& factory, const CScsiDeviceData& record);
+struct Account;
+SCSITOOL_EXPORT Account account(CUDIDFactory& factory, const CScsiDeviceData& record);
 }  // namespace udid
 
 /// The library's main entry point: finds the host's SCSI disks and computes for each a Unique
@@ -83,7 +83,7 @@ class SCSITOOL_EXPORT CUDIDFactory : public qzfi_pdk_4_4::CFiTraceable {
     DeviceMap m_presetDeviceMap;  ///< UDIDs that the caller assigned, by device name
 
   private:
-    friend udid::Explanation udid::explain(CUDIDFactory& factory, const CScsiDeviceData& record);
+    friend udid::Account udid::account(CUDIDFactory& factory, const CScsiDeviceData& record);
 
     // A pointer that is no variable would take the base's operation and leave discovery and the
     // generators out: it does not compile.

@@ -11,6 +11,7 @@
 #include "scsitool/scsi/page_view.h"
 #include "scsitool/scsi/pages.h"
 #include "scsitool/udid/device_udid_generator.h"
+#include "scsitool/udid/identity.h"
 #include "scsitool/udid/reporter.h"
 
 /// What a generator works with: pages, the bytes that it demands of them, and the text that it
@@ -51,6 +52,8 @@ SCSITOOL_EXPORT SourcePage takeIfLong(const CScsiDeviceData& record, unsigned co
 SCSITOOL_EXPORT void requirePageLength(const SourcePage& page, unsigned needed,
                                        const Failure& failure);
 
+/// Reports bytes of a page that decide how others are read; costs nothing while nobody listens.
+SCSITOOL_EXPORT void decides(const SourcePage& page, std::size_t offset, std::size_t length);
 /// Reports why the work took this turn; costs nothing while nobody listens.
 SCSITOOL_EXPORT void remark(const char* text);
 
@@ -64,8 +67,11 @@ class SCSITOOL_EXPORT UdidText {
     void bytes(const SourcePage& page, Format format, std::size_t offset, std::size_t count);
     /// The 16 bytes from byte 8 of page 0x83: the name of the logical unit when the page's first
     /// designator is an NAA IEEE Registered Extended name. It is taken whatever it is, and
-    /// remarked when it is something else.
+    /// remarked when it is something else. It is told as the volume's name.
     void unitName(const SourcePage& names, Format format);
+    /// Bytes of a page that say a fact of the volume.
+    void fact(Fact fact, const SourcePage& page, Format format, std::size_t offset,
+              std::size_t count);
     /// Text of the record that comes from a field of the standard INQUIRY data, or from a part of
     /// one. A record that was filled in by hand may hold another text than its INQUIRY data; the
     /// source is then the record alone.
@@ -75,9 +81,13 @@ class SCSITOOL_EXPORT UdidText {
     void piece(const Piece& piece);
     /// A named field that was reported with `Reporter::found`.
     void field(const char* name, std::string_view text);
+    /// Tells that the text from `start` on says a fact of the volume. `size` before the first of
+    /// its pieces is its start.
+    void says(Fact fact, std::size_t start) const;
     /// Empties the text.
     void clear();
 
+    std::size_t size() const { return m_text.size(); }
     const std::string& str() const { return m_text; }
     /// Gives the text away.
     std::string take() { return std::move(m_text); }

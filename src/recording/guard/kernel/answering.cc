@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "recording/guard/kernel/kernel_tables.h"
+#include "recording/pages/designators.h"
 
 namespace recording::guard {
 namespace {
@@ -181,20 +182,13 @@ VpdPage askPage(Evidence& evidence, const std::string& node, std::uint8_t code) 
 }
 
 std::vector<Bytes> logicalUnitNames(const Bytes& page) {
-    constexpr std::size_t kDesignatorHeader = 4;
-    constexpr unsigned kAssociation = 0x30;
     std::vector<Bytes> names;
-    std::size_t start = 0;
-    while (start + kDesignatorHeader <= page.size()) {
-        const std::size_t end = start + kDesignatorHeader + page[start + 3];
-        if (end > page.size()) {
-            break;
+    for (const Designator& designator : designatorsIn(page, 0)) {
+        if (designator.association == Association::kLogicalUnit && designator.isWhole()) {
+            const auto start = page.begin() + static_cast<std::ptrdiff_t>(designator.offset);
+            names.emplace_back(
+                start, start + static_cast<std::ptrdiff_t>(kDesignatorHeader + designator.length));
         }
-        if ((page[start + 1] & kAssociation) == 0) {
-            names.emplace_back(page.begin() + static_cast<std::ptrdiff_t>(start),
-                               page.begin() + static_cast<std::ptrdiff_t>(end));
-        }
-        start = end;
     }
     return names;
 }
