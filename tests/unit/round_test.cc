@@ -185,11 +185,8 @@ std::uint64_t millisecondsOfSilence(std::size_t items) {
 }
 
 TEST(Round, GivesUpManySilentOnesTogether) {
-    const std::pair<std::size_t, std::uint64_t> kCases[] = {{64, 2000}, {1000, 5000}};
+    const std::pair<std::size_t, std::uint64_t> kCases[] = {{64, 2000}, {200, 5000}};
     for (const auto& [items, most] : kCases) {
-        if (!kForksAreCheap && items > 64) {
-            continue;
-        }
         const std::uint64_t limit = 1000 + (kForksAreCheap ? most : 20 * most);
         std::uint64_t taken = millisecondsOfSilence(items);
         // Another try where something else on this machine may have held it up.
