@@ -93,6 +93,22 @@ std::string unexpected(const std::string& word, const CLI::App& app,
            help::suggestion(word.substr(0, word.find('=')), names);
 }
 
+// What takes no argument has a result too, which is never empty.
+void demandArguments(const CLI::App& app) {
+    for (const CLI::Option* const option : app.get_options()) {
+        for (const std::string& argument : option->results()) {
+            if (argument.empty()) {
+                throw UsageError(
+                    "the argument " + option->get_name() + " is empty; see 'scsitool " +
+                    (app.get_parent() == nullptr ? "" : app.get_name() + " ") + "--help'");
+            }
+        }
+    }
+    for (const CLI::App* const chosen : app.get_subcommands()) {
+        demandArguments(*chosen);
+    }
+}
+
 // A message of the parser speaks of its own terms; what a user gets wrong most is said plainly.
 std::string explained(const CLI::ParseError& error, const CLI::App& app) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
@@ -159,6 +175,7 @@ Request readCommandLine(const CommandList& commands, const std::vector<std::stri
     } catch (const CLI::ParseError& error) {
         throw UsageError(explained(error, app));
     }
+    demandArguments(app);
     for (const auto& [parsed, command] : declared) {
         if (parsed->parsed()) {
             request.command = command;

@@ -144,7 +144,9 @@ void askNodes(host::Host& host) {
 }
 
 void askLinks(host::Host& host) {
-    for (const std::string directory : {"/dev/disk/by-id/", "/dev/disk/by-path/", kMaps}) {
+    for (const std::string directory :
+         {"/dev/disk/by-id/", "/dev/disk/by-path/", "/dev/disk/by-uuid/", "/dev/disk/by-label/",
+          "/dev/disk/by-partuuid/", "/dev/disk/by-partlabel/", kMaps}) {
         for (const std::string& name : namesIn(host, directory)) {
             linkTarget(host, directory + name);
         }

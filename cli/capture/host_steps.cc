@@ -4,6 +4,7 @@
 
 #include "cli/capture/reading.h"
 #include "cli/capture/tour.h"
+#include "cli/view/map_status.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli {
@@ -55,6 +56,7 @@ void askTools(host::Host& host) {
     host.isDirectory("/dev/mapper/");
     host.writeAccess("/proc/scsi/scsi");
     host.runCommand("/sbin/pidof -x multipathd", kTimeLimitSeconds);
+    view::askMapStatus(host);
 }
 
 void askTables(host::Host& host) {

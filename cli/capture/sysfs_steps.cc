@@ -68,14 +68,17 @@ void askScsiDevices(host::Host& host) {
     const std::string adapters = "/sys/class/scsi_host/";
     for (const std::string& adapter : namesIn(host, adapters)) {
         linkTarget(host, adapters + adapter);
-        readFiles(host, adapters + adapter + "/", {"proc_name", "state", "unique_id"});
+        readFiles(host, adapters + adapter + "/",
+                  {"proc_name", "state", "unique_id", "host_sas_address"});
         host.writeAccess(adapters + adapter + "/scan");
     }
     askClass(host, "/sys/class/fc_host/", {"port_name", "node_name", "port_state", "speed"});
     askClass(host, "/sys/class/fc_remote_ports/",
              {"port_name", "node_name", "port_state", "roles"});
+    askClass(host, "/sys/class/sas_device/", {"sas_address"});
     askClass(host, "/sys/class/iscsi_host/", {"initiatorname", "ipaddress", "hwaddress"});
-    askClass(host, "/sys/class/iscsi_session/", {"targetname", "state", "recovery_tmo"});
+    askClass(host, "/sys/class/iscsi_session/",
+             {"targetname", "initiatorname", "state", "recovery_tmo"});
     askClass(host, "/sys/class/iscsi_connection/",
              {"address", "port", "persistent_address", "persistent_port"});
 }

@@ -8,6 +8,7 @@ CommandList makeCommands() {
     CommandList commands;
     commands.push_back(makeDevices());
     commands.push_back(makeVolumes());
+    commands.push_back(makeFind());
     commands.push_back(makeUdid());
     commands.push_back(makeValidate());
     commands.push_back(makeInquiry());

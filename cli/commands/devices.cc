@@ -4,8 +4,10 @@
 #include "cli/common/factory_options.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/names/resolver.h"
 #include "cli/picture/enumeration.h"
 #include "cli/picture/rows.h"
+#include "cli/view/view.h"
 
 namespace cli {
 namespace {
@@ -24,38 +26,59 @@ class Devices : public Command {
             ->needs(rescan);
         m_force.declare(*app);
         m_factoryOptions.declare(*app);
+        m_view.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
         const std::string arguments = scriptArguments({m_rescanArguments});
+        m_view.demandColumns();
+        if (m_view.wantsHelp()) {
+            return view::View::columnHelp();
+        }
         m_force.apply(context);
+        m_name = names::deviceNamed(context, m_name);
+        Report report;
         picture::Enumeration enumeration(context);
         m_factoryOptions.apply(enumeration.factory());
         askAhead(context, m_name, interviews::udid(m_factoryOptions));
         const DeviceMap& devices = enumeration.run(m_rescan, m_name, arguments);
-        const picture::Picture picture = enumeration.picture();
-        Report report;
-        report.data["devices"] = devicesJson(devices);
-        picture::addToDeviceMap(report.data["devices"], picture);
-        report.data["unidentified"] = picture::unidentifiedJson(picture);
-        report.data["contradictions"] = picture::contradictionsJson(picture);
-        report.text = picture::devicesText(picture, context.layout);
-        report.doubts = picture::doubtsOf(picture, enumeration.hint());
+        const view::Scene scene = view::sceneOf(enumeration.picture(), context.view());
+        const view::Rows all = view::deviceRows(scene);
+        const view::Rows rows = m_view.chosen(all);
+        report.data["unidentified"] = picture::unidentifiedJson(scene.picture);
+        if (context.options.json) {
+            addJson(report, devices, scene, rows);
+        }
+        report.text = m_view.text(rows, context.layout);
+        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
         addRescanDoubts(report, context);
-        if (picture.devices.empty()) {
+        if (scene.picture.devices.empty()) {
             report.failure = m_name.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
                                             : whyNotFound(context, m_name);
+        } else {
+            report.failure = m_view.whyEmpty(all, rows, "device");
         }
         return report;
     }
 
   private:
+    void addJson(Report& report, const DeviceMap& devices, const view::Scene& scene,
+                 const view::Rows& rows) const {
+        report.data["devices"] = devicesJson(devices);
+        picture::addToDeviceMap(report.data["devices"], scene.picture);
+        m_view.addFacts(report.data["devices"], scene, rows);
+        m_view.addFacts(report.data["unidentified"], scene, rows);
+        report.data["contradictions"] = picture::contradictionsJson(scene.picture);
+    }
+
     std::string m_name;
     bool m_rescan = false;
     std::string m_rescanArguments;
     ForceOption m_force;
     FactoryOptions m_factoryOptions;
+    view::View m_view =
+        view::View({"device", "claim", "address", "size", "product", "state", "udid"}, false);
 };
 
 }  // namespace

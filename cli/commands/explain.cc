@@ -4,6 +4,7 @@
 #include "cli/common/factory_options.h"
 #include "cli/common/mailed_pages.h"
 #include "cli/common/record_list.h"
+#include "cli/names/resolver.h"
 #include "cli/output/explain_text.h"
 #include "cli/picture/identity_text.h"
 #include "recording/replay/recorded_host.h"
@@ -46,6 +47,7 @@ class Explain : public Command {
                 "no device named; give NAME, or pages with --inhex PAGE=FILE, for instance "
                 "'scsitool explain /dev/sda'");
         }
+        m_name = names::deviceNamed(context, m_name);
         Report report;
         report.data["explanations"] = Json::array();
         askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));

@@ -5,6 +5,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
+#include "cli/names/resolver.h"
 #include "cli/output/inquiry_text.h"
 #include "cli/picture/identity_text.h"
 #include "cli/picture/kernel_view.h"
@@ -50,6 +51,7 @@ class Inquiry : public Command {
 
     Report run(Context& context) override {
         const std::string only = pageKeyFrom(m_page);
+        m_name = names::deviceNamed(context, m_name);
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         askNamedAhead(context, m_name, interviews::record());

@@ -1,10 +1,13 @@
 #include <cstring>
+#include <utility>
 
 #include "cli/base/failure.h"
+#include "cli/base/text.h"
 #include "cli/common/acting.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/names/resolver.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -31,18 +34,24 @@ class Remove : public Command {
   public:
     CLI::App* declare(CLI::App& parent) override {
         CLI::App* const app = parent.add_subcommand("remove", "Remove a device-mapper map");
-        app->add_option("PATH", m_path, "/dev/mapper/NAME")->required();
+        app->add_option("PATH", m_path, "/dev/mapper/NAME, or another name of one map")->required();
         m_force.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
+        requirePlainWord("path", m_path);
+        const std::string word = std::exchange(m_path, names::mapNamed(context, m_path));
         const std::string mapName = mapNameOf(m_path);
         m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
         factory.removeDevice(m_path);
         Report report;
+        report.data["name"] = jsonText(m_path);
+        if (word != m_path) {
+            report.text = visible(word) + " is " + visible(m_path) + "\n";
+        }
         addEffects(report, context);
         report.failure = mapName.empty()
                              ? m_path +

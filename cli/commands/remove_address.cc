@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "cli/base/failure.h"
 #include "cli/common/acting.h"
 #include "cli/common/address_argument.h"
@@ -5,6 +7,8 @@
 #include "cli/common/disk_at_address.h"
 #include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
+#include "cli/names/resolver.h"
+#include "cli/names/word.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -15,7 +19,8 @@ class RemoveAddress : public Command {
     CLI::App* declare(CLI::App& parent) override {
         CLI::App* const app =
             parent.add_subcommand("remove-address", "Remove the disk at a SCSI address");
-        app->add_option("ADDRESS", m_words, "HOST CHANNEL TARGET LUN, or H:C:T:L; decimal")
+        app->add_option("ADDRESS", m_words,
+                        "HOST CHANNEL TARGET LUN, or H:C:T:L, decimal; or a name of one disk")
             ->required()
             ->expected(1, 4);
         m_force.declare(*app);
@@ -23,7 +28,7 @@ class RemoveAddress : public Command {
     }
 
     Report run(Context& context) override {
-        const SLinuxScsiDevice address = addressArgument(m_words);
+        const SLinuxScsiDevice address = addressIn(context);
         m_force.apply(context);
         const DiskAtAddress disk = diskAt(context, address);
         if (disk.presence == DiskAtAddress::Presence::kAbsent) {
@@ -45,6 +50,23 @@ class RemoveAddress : public Command {
     }
 
   private:
+    // What looks like an address and is a wrong one is no name.
+    static bool isName(const std::string& word) {
+        const bool isLikeAddress = std::count(word.begin(), word.end(), ':') == 3 ||
+                                   word.find_first_not_of("0123456789:") == std::string::npos;
+        return !names::identifierIn(word).empty() || !(isLikeAddress || names::addressIn(word));
+    }
+
+    SLinuxScsiDevice addressIn(const Context& context) const {
+        const std::string& word = m_words.front();
+        if (m_words.size() == 1 && isName(word)) {
+            return addressArgument({addressText(names::diskNamed(context, word).address)});
+        }
+        const auto bracketed = m_words.size() == 1 ? names::addressIn(word) : std::nullopt;
+        return addressArgument(bracketed ? std::vector<std::string>{addressText(*bracketed)}
+                                         : m_words);
+    }
+
     std::vector<std::string> m_words;
     ForceOption m_force;
 };

@@ -3,6 +3,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
+#include "cli/names/resolver.h"
 #include "cli/picture/identity_text.h"
 #include "scsitool/udid/device_udid_factory.h"
 
@@ -22,6 +23,7 @@ class Udid : public Command {
 
     Report run(Context& context) override {
         m_force.apply(context);
+        m_name = names::deviceNamed(context, m_name);
         CUDIDFactory factory;
         context.traceInto(factory);
         askAhead(context, m_name, interviews::udid(), m_rescanIfMissing);

@@ -1,6 +1,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
+#include "cli/names/resolver.h"
 
 namespace cli {
 namespace {
@@ -16,6 +17,7 @@ class Validate : public Command {
     }
 
     Report run(Context& context) override {
+        m_name = names::deviceNamed(context, m_name);
         CUDIDFactory factory;
         m_factoryOptions.apply(factory);
         context.traceInto(factory);

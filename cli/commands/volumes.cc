@@ -2,6 +2,8 @@
 #include "cli/common/command.h"
 #include "cli/picture/enumeration.h"
 #include "cli/picture/rows.h"
+#include "cli/view/facts_json.h"
+#include "cli/view/view.h"
 
 namespace cli {
 namespace {
@@ -9,25 +11,47 @@ namespace {
 class Volumes : public Command {
   public:
     CLI::App* declare(CLI::App& parent) override {
-        return parent.add_subcommand("volumes", "Show one row a UDID with all that carries it");
+        CLI::App* const app =
+            parent.add_subcommand("volumes", "Show one row a volume with its paths and users");
+        app->add_flag("--paths", m_withPaths, "Show the paths below each volume");
+        m_view.declare(*app);
+        return app;
     }
 
     Report run(Context& context) override {
+        m_view.demandColumns();
+        if (m_view.wantsHelp()) {
+            return view::View::columnHelp();
+        }
+        Report report;
         picture::Enumeration enumeration(context);
         askAhead(context, "", interviews::volume());
         enumeration.run(false, "", "");
-        const picture::Picture picture = enumeration.picture();
-        Report report;
-        report.data["volumes"] = picture::volumesJson(picture);
-        report.data["unidentified"] = picture::unidentifiedJson(picture);
-        report.data["contradictions"] = picture::contradictionsJson(picture);
-        report.text = picture::volumesText(picture, context.layout);
-        report.doubts = picture::doubtsOf(picture, enumeration.hint());
-        if (picture.volumes.empty()) {
-            report.failure = "no SCSI disk found: " + hintWithoutDisks(context);
+        const view::Scene scene = view::sceneOf(enumeration.picture(), context.view());
+        const view::Rows all = view::volumeRows(scene);
+        const view::Rows rows = m_view.chosen(all);
+        report.data["unidentified"] = picture::unidentifiedJson(scene.picture);
+        if (context.options.json) {
+            addJson(report, scene, rows);
         }
+        report.text = m_view.text(rows, context.layout, m_withPaths);
+        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
+        report.failure = all.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
+                                     : m_view.whyEmpty(all, rows, "volume");
         return report;
     }
+
+  private:
+    static void addJson(Report& report, const view::Scene& scene, const view::Rows& rows) {
+        report.data["volumes"] = view::volumesJson(rows);
+        view::addFacts(report.data["unidentified"], scene);
+        report.data["contradictions"] = picture::contradictionsJson(scene.picture);
+    }
+
+    view::View m_view = view::View(
+        {"volume", "size", "paths", "vendor", "product", "array", "lun", "used", "state", "udid"},
+        true);
+    bool m_withPaths = false;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "cli/base/text.h"
 #include "cli/common/packages.h"
+#include "cli/output/printed_line.h"
 #include "cli/prune/look.h"
 
 namespace cli {
@@ -77,7 +78,9 @@ void addEffects(Report& report, const Context& context) {
         commands.push_back(commandJson(effect));
         if (!host::isReadCommand(effect.command) && !isRefused(effect)) {
             for (const std::string& line : effect.result.lines) {
-                report.text += visible(line, true) + "\n";
+                if (const auto printed = printedLine(line)) {
+                    report.text += visible(*printed, true) + "\n";
+                }
             }
             if (effect.linesLeftOut != 0) {
                 report.text += "(" + std::to_string(effect.linesLeftOut) + " more lines)\n";

@@ -31,6 +31,7 @@ CommandList makeCommands();
 
 std::unique_ptr<Command> makeDevices();
 std::unique_ptr<Command> makeVolumes();
+std::unique_ptr<Command> makeFind();
 std::unique_ptr<Command> makeUdid();
 std::unique_ptr<Command> makeValidate();
 std::unique_ptr<Command> makeInquiry();

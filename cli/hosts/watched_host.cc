@@ -9,6 +9,7 @@
 
 #include "cli/base/text.h"
 #include "cli/hosts/long_wait.h"
+#include "cli/output/printed_line.h"
 #include "scsitool/host/interruption.h"
 
 namespace cli {
@@ -150,7 +151,8 @@ bool isRefused(const CommandEffect& effect) {
 
 std::string endingText(const CommandEffect& effect) {
     std::string text = visible(effect.command) + " " + endedHow(effect.result);
-    return effect.lastLine.empty() ? text : text + ": " + visible(effect.lastLine);
+    const std::string last = printedLine(effect.lastLine).value_or("");
+    return last.empty() ? text : text + ": " + visible(last);
 }
 
 }  // namespace cli

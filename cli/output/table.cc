@@ -10,17 +10,41 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 12;  // a wrapped column narrower than this reads worse than none
+constexpr std::size_t kIndent = 2;      // of the lines of a row behind its first
 
 // Each line on its own: a pager shows one without those before it.
-std::string reddened(const std::string& lines) {
+std::string setOff(const std::string& lines, const char* colour) {
     std::string text;
     std::size_t start = 0;
     while (start < lines.size()) {
         const std::size_t end = lines.find('\n', start);
-        text += "\033[31m" + lines.substr(start, end - start) + "\033[0m\n";
+        text += colour + lines.substr(start, end - start) + "\033[0m\n";
         start = end + 1;
     }
     return text;
+}
+
+std::size_t totalOf(const std::vector<std::size_t>& widths) {
+    const std::size_t gaps = widths.empty() ? 0 : kGap * (widths.size() - 1);
+    return std::accumulate(widths.begin(), widths.end(), gaps);
+}
+
+// The widest of the columns that may wrap gives way, one column at a time.
+void narrow(std::vector<std::size_t>& widths, const std::vector<Column>& columns,
+            std::size_t total) {
+    for (std::size_t sum = totalOf(widths); sum > total; --sum) {
+        std::size_t widest = widths.size();
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            if (columns[i].wraps && widths[i] > kNarrowest &&
+                (widest == widths.size() || widths[i] > widths[widest])) {
+                widest = i;
+            }
+        }
+        if (widest == widths.size()) {
+            return;
+        }
+        --widths[widest];
+    }
 }
 
 }  // namespace
@@ -33,6 +57,13 @@ void Table::addRow(const std::vector<std::string>& cells, Tone tone) {
     row.resize(m_columns.size());
     m_rows.push_back(std::move(row));
     m_tones.push_back(tone);
+    m_below.emplace_back();
+}
+
+void Table::addBelow(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) {
+        m_below.back() += line + "\n";
+    }
 }
 
 std::vector<std::size_t> Table::widthsFor(std::size_t total) const {
@@ -44,42 +75,59 @@ std::vector<std::size_t> Table::widthsFor(std::size_t total) const {
         }
         widths.push_back(widest);
     }
-    const std::size_t gaps = kGap * (m_columns.size() - 1);
-    std::size_t sum = std::accumulate(widths.begin(), widths.end(), gaps);
-    // The widest of the columns that may wrap gives way, one column at a time.
-    while (total != 0 && sum > total) {
-        std::size_t widest = m_columns.size();
-        for (std::size_t i = 0; i < m_columns.size(); ++i) {
-            if (m_columns[i].wraps && widths[i] > kNarrowest &&
-                (widest == m_columns.size() || widths[i] > widths[widest])) {
-                widest = i;
-            }
-        }
-        if (widest == m_columns.size()) {
-            break;
-        }
-        --widths[widest];
-        --sum;
+    if (total == 0) {
+        return widths;
+    }
+    if (!m_columns.back().isWhole) {
+        narrow(widths, m_columns, total);
+        return widths;
+    }
+    // A column that may wrap has a line of its own at worst.
+    const std::size_t longest = total > kIndent ? total - kIndent : total;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        widths[i] = m_columns[i].wraps ? std::min(widths[i], longest) : widths[i];
     }
     return widths;
 }
 
+// As many columns on a line as it takes; a last one that stays whole alone, unless all are on one.
+std::vector<Table::Line> Table::linesFor(const std::vector<std::size_t>& widths,
+                                         std::size_t total) const {
+    const std::size_t count = widths.size();
+    if (total == 0 || count < 2 || !m_columns.back().isWhole || totalOf(widths) <= total) {
+        return {{0, count}};
+    }
+    std::vector<Line> lines = {{0, 1}};
+    std::size_t used = widths[0];
+    for (std::size_t i = 1; i + 1 < count; ++i) {
+        if (used + kGap + widths[i] > total) {
+            lines.push_back({i, i});
+            used = kIndent - kGap;
+        }
+        used += kGap + widths[i];
+        lines.back().end = i + 1;
+    }
+    lines.push_back({count - 1, count});
+    return lines;
+}
+
 std::string Table::line(const std::vector<std::string>& cells,
-                        const std::vector<std::size_t>& widths) const {
+                        const std::vector<std::size_t>& widths, Line columns) const {
     std::vector<std::vector<std::string>> pieces;
     std::size_t height = 1;
-    for (std::size_t i = 0; i < cells.size(); ++i) {
+    for (std::size_t i = columns.first; i < columns.end; ++i) {
         pieces.push_back(wrapped(cells[i], m_columns[i].wraps ? widths[i] : columnsOf(cells[i])));
         height = std::max(height, pieces.back().size());
     }
     std::string text;
     for (std::size_t row = 0; row < height; ++row) {
-        std::string one;
+        std::string one(columns.first == 0 ? 0 : kIndent, ' ');
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             const std::string cell = row < pieces[i].size() ? pieces[i][row] : std::string();
+            const std::size_t width = widths[columns.first + i];
             const std::size_t used = columnsOf(cell);
-            const std::string fill(widths[i] > used ? widths[i] - used : 0, ' ');
-            one += m_columns[i].rightAligned ? fill + cell : cell + fill;
+            const std::string fill(width > used ? width - used : 0, ' ');
+            one += m_columns[columns.first + i].rightAligned ? fill + cell : cell + fill;
             one.append(kGap, ' ');
         }
         one.erase(one.find_last_not_of(' ') + 1);
@@ -88,19 +136,38 @@ std::string Table::line(const std::vector<std::string>& cells,
     return text;
 }
 
-std::string Table::str(const Layout& layout) const {
+std::string Table::block(const std::vector<std::string>& cells,
+                         const std::vector<std::size_t>& widths,
+                         const std::vector<Line>& lines) const {
+    std::string text;
+    for (const Line& columns : lines) {
+        text += line(cells, widths, columns);
+    }
+    return text;
+}
+
+std::vector<std::string> Table::blocks(const Layout& layout) const {
+    const std::vector<std::size_t> widths = widthsFor(layout.width);
+    const std::vector<Line> lines = linesFor(widths, layout.width);
     std::vector<std::string> titles;
     for (const Column& column : m_columns) {
         titles.push_back(column.title);
     }
-    const std::vector<std::size_t> widths = widthsFor(layout.width);
-    std::string text = line(titles, widths);
-    if (layout.colour) {
-        text = "\033[1m" + text.substr(0, text.size() - 1) + "\033[0m\n";
+    std::vector<std::string> blocks = {block(titles, widths, lines)};
+    for (const auto& row : m_rows) {
+        blocks.push_back(block(row, widths, lines));
     }
+    return blocks;
+}
+
+std::string Table::str(const Layout& layout, bool hasTitles) const {
+    const std::vector<std::string> blocks = this->blocks(layout);
+    const std::string titles = blocks.front() + m_below.front();
+    std::string text = !hasTitles ? "" : layout.colour ? setOff(titles, "\033[1m") : titles;
     for (std::size_t i = 0; i < m_rows.size(); ++i) {
-        const std::string lines = line(m_rows[i], widths);
-        text += layout.colour && m_tones[i] == Tone::kAlarm ? reddened(lines) : lines;
+        const bool isSetOff = layout.colour && m_tones[i] == Tone::kAlarm;
+        text += isSetOff ? setOff(blocks[i + 1], "\033[31m") : blocks[i + 1];
+        text += m_below[i + 1];
     }
     return text;
 }

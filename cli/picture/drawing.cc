@@ -85,7 +85,7 @@ class Drawing {
         device.kernelName = disk.name;
         device.address = disk.address;
         device.sizeKb = disk.sizeKb;
-        m_states[device.name] = disk.state;
+        device.kernelState = disk.state;
         m_listedKb[device.name] = disk.listedKb;
         if (disk.address) {
             device.keptNames = unitNames(m_kernel.scsiDevices().pageAt(
@@ -103,7 +103,7 @@ class Drawing {
 
     void complete(Device& device) {
         const SeenAnswer& seen = m_sighting.answers.seen(device.name);
-        device.state = stateOf(seen, m_states[device.name], m_easel.deadline);
+        device.state = stateOf(seen, device.kernelState, m_easel.deadline);
         if (device.kind == Kind::kOther && device.state.condition != Condition::kOk) {
             device.state = {Condition::kNoScsi, "no SCSI disk"};
         }
@@ -174,7 +174,6 @@ class Drawing {
     CLinuxDeviceDiscovery m_discovery;
     std::string m_hostName;
     std::map<std::string, Device> m_devices;
-    std::map<std::string, KernelState> m_states;
     std::map<std::string, std::optional<std::uint64_t>> m_listedKb;
 };
 

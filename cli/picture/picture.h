@@ -37,6 +37,7 @@ struct Device {
     std::string kernelName;  ///< "sda", "dm-0"; empty where the kernel does not tell
     Kind kind = Kind::kDisk;
     State state;
+    KernelState kernelState;  ///< of a disk, as sysfs tells it
     /// Of a disk: sysfs's with its 64-bit LUN, or the record's where there is no sysfs.
     std::optional<ScsiAddress> address;
     bool isListed = false;  ///< it stands in the library's device map

@@ -1,20 +1,10 @@
 #ifndef SCSITOOL_CLI_PICTURE_ROWS_H
 #define SCSITOOL_CLI_PICTURE_ROWS_H
 
-#include <string>
-
 #include "cli/output/report.h"
-#include "cli/output/table.h"
 #include "cli/picture/picture.h"
 
 namespace cli::picture {
-
-/// One row a device; nodes that hold nothing are left out.
-std::string devicesText(const Picture& picture, const Layout& layout);
-/// One row a disk with its size.
-std::string disksText(const Picture& picture, const Layout& layout);
-/// One row a volume.
-std::string volumesText(const Picture& picture, const Layout& layout);
 
 /// Adds to an entry of the device map, found by its name, what the picture knows of it.
 void addToDeviceMap(Json& devices, const Picture& picture);

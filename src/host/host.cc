@@ -69,7 +69,8 @@ Scope::~Scope() {
 }
 
 bool isReadCommand(const std::string& command) {
-    return startsWithWord(command, "/bin/ls") || startsWithWord(command, "/sbin/pidof");
+    return startsWithWord(command, "/bin/ls") || startsWithWord(command, "/sbin/pidof") ||
+           startsWithWord(command, "/usr/sbin/dmsetup status");
 }
 
 }  // namespace host

@@ -164,10 +164,11 @@ def tables_fit_the_terminal(scsitool, samples):
     problems = []
     for name in (*samples, *SICK_HOSTS):
         for command in ("devices", "volumes", "disks", "bus"):
-            for columns in (100, 80):
+            for columns in (200, 120, 100, 80):
                 text = on_a_terminal(scsitool, [*sample(name), command], columns)
                 for line in re.sub("\x1b\\[[0-9]*m", "", text).splitlines():
-                    if len(line) > columns:
+                    # A UDID stays whole for who copies it.
+                    if len(line) > columns and not line.startswith("  UDID##"):
                         problems.append(f"{name} {command}: {len(line)} columns of {columns}")
     if not on_a_terminal(scsitool, [*sample("enterprise"), "devices"], 80).startswith("\x1b[1m"):
         problems.append("the titles are not set off on a terminal")

@@ -114,8 +114,8 @@ TEST(CliRescan, AFailingScriptIsShownWithItsLastLine) {
     CliMachine machine(data);
     const CliResult result = machine.run({"rescan"});
     EXPECT_EQ(result.status, 3);
-    EXPECT_EQ(result.out, "first\nno \\x1b[1mroot\n\n");
-    EXPECT_EQ(result.err, kNotComplete + kScript + " ended with exit status 3: no \\x1b[1mroot\n");
+    EXPECT_EQ(result.out, "first\nno root\n\n");
+    EXPECT_EQ(result.err, kNotComplete + kScript + " ended with exit status 3: no root\n");
 }
 
 TEST(CliRescan, HowTheScriptEndedIsTold) {

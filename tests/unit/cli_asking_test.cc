@@ -275,7 +275,9 @@ TEST(CliAsking, ASilentDiskThatIsNamedIsToldOf) {
     const CliResult row = test::runCli({"--deadline", "1", "devices", "/dev/sdaab"}, machine);
     EXPECT_EQ(row.status, 3);
     EXPECT_EQ(row.err, "scsitool: 1 of 1 disk did not answer: /dev/sdaab\n");
-    EXPECT_THAT(row.out, testing::HasSubstr("/dev/sdaab      0  -        no answer in 1 s  -\n"));
+    EXPECT_THAT(
+        row.out,
+        testing::HasSubstr("/dev/sdaab      0  -        1.0 GiB  -        no answer in 1 s  -\n"));
 }
 
 TEST(CliAsking, NamesSixteenOfThemAndCountsTheOthers) {

@@ -52,7 +52,7 @@ void addForDevices(const recording::RecordedHostData& data, Commands& commands) 
         if (path.compare(0, 5, "/dev/") != 0) {
             continue;
         }
-        for (const char* const command : {"validate", "inquiry", "explain", "udid"}) {
+        for (const char* const command : {"validate", "inquiry", "explain", "udid", "find"}) {
             commands.push_back({command, path});
         }
         if (path.compare(0, 12, "/dev/mapper/") == 0) {
@@ -71,6 +71,10 @@ void addForDevices(const recording::RecordedHostData& data, Commands& commands) 
 Commands commandsFor(const std::string& file) {
     Commands commands = {{"devices"},
                          {"volumes"},
+                         {"volumes", "--paths"},
+                         {"disks", "-o", "+used,driver,initiator,target,generic"},
+                         {"find", "sda"},
+                         {"find", "/"},
                          {"disks"},
                          {"bus"},
                          {"wwpn"},

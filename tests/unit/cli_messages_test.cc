@@ -251,10 +251,10 @@ std::vector<Said> saidOnAMachine() {
          1,
          "/dev/sdb: cannot open the device: Read-only file system"},
         {"a node that is no disk",
-         {"udid", "/dev/sg1"},
-         nothing,
+         {"udid", "/dev/st0"},
+         [](Data& data) { data.devices["/dev/st0"] = {}; },
          1,
-         "/dev/sg1: it is neither a whole sd disk of /proc/partitions nor a multipath device; "
+         "/dev/st0: it is neither a whole sd disk of /proc/partitions nor a multipath device; "
          "'scsitool devices' lists the names"},
         {"a silent disk",
          {"inquiry", "/dev/sdb"},

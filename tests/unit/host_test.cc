@@ -50,12 +50,14 @@ TEST(HostScope, NewThreadStartsWithTheLinuxHost) {
     EXPECT_EQ(seen, &host::linuxHost());
 }
 
-TEST(ReadCommand, IsListingAndPidofAlone) {
-    for (const char* const command : {"/bin/ls", "/bin/ls /sys", "/sbin/pidof multipathd"}) {
+TEST(ReadCommand, IsListingPidofAndTheStatusOfMapsAlone) {
+    for (const char* const command : {"/bin/ls", "/bin/ls /sys", "/sbin/pidof multipathd",
+                                      "/usr/sbin/dmsetup status --target multipath"}) {
         EXPECT_TRUE(host::isReadCommand(command)) << command;
     }
     for (const char* const command :
-         {"", "ls", "/bin/lsblk", "/bin/ls;", " /bin/ls", "/sbin/multipath -F", "/bin/l"}) {
+         {"", "ls", "/bin/lsblk", "/bin/ls;", " /bin/ls", "/sbin/multipath -F", "/bin/l",
+          "/usr/sbin/dmsetup remove status", "/usr/sbin/dmsetup statusx", "/usr/sbin/dmsetup"}) {
         EXPECT_FALSE(host::isReadCommand(command)) << command;
     }
 }

@@ -28,7 +28,7 @@ SickHost mappedHost() {
 CliResult run(const SickHost& host, const std::vector<std::string>& arguments) {
     CliMachine machine(host.data);
     CliResult result = machine.run(arguments);
-    EXPECT_THAT(machine.journal(), testing::IsEmpty());
+    EXPECT_THAT(machine.journal(), testing::Each(HasSubstr("dmsetup status")));
     EXPECT_EQ(machine.openDescriptors(), 0U);
     return result;
 }
@@ -38,11 +38,11 @@ TEST(PictureHosts, AHealthyHostIsComplete) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out,
-              "DEVICES                               ADDRESSES           SIZE  PATHS  STATE  UDID\n"
-              "/dev/mapper/mpathb /dev/sda /dev/sdb  2:0:0:1 3:0:0:1  1.0 GiB      2  ok     " +
+              "VOLUME                 SIZE  PATHS  VENDOR  PRODUCT  ARRAY  LUN  USED BY  UDID\n"
+              "/dev/mapper/mpathb  1.0 GiB    2/2  ACME    RAID 5   -        1  -        " +
                   kFirst +
                   "\n"
-                  "/dev/sdc                              2:0:0:2          1.0 GiB      1  ok     " +
+                  "/dev/sdc            1.0 GiB    1/1  ACME    RAID 5   -        2  -        " +
                   kSecond + "\n");
 }
 
@@ -55,10 +55,11 @@ TEST(PictureHosts, OneDeadPathDoesNotRenameAMountedVolume) {
     EXPECT_EQ(result.err,
               "scsitool: 1 of 3 disks did not answer: /dev/sda\n"
               "scsitool: 1 of 1 multipath device did not answer: /dev/mapper/mpathb\n");
-    EXPECT_THAT(result.out,
-                HasSubstr("\n/dev/mapper/mpathb /dev/sda /dev/sdb  2:0:0:1 3:0:0:1  1.0 GiB      2 "
-                          " no answer: input/output error: /dev/mapper/mpathb /dev/sda  " +
-                          kFirst + "\n"));
+    EXPECT_THAT(
+        result.out,
+        HasSubstr("\n/dev/mapper/mpathb  1.0 GiB    1/2  ACME    RAID 5   -        1  -        "
+                  "no answer: input/output error: /dev/mapper/mpathb /dev/sda  " +
+                  kFirst + "\n"));
     const auto devices = run(host, {"devices", "--json"}).json()["devices"];
     EXPECT_EQ(devices[0]["udid"], "UDID######/DEV/MAPPER/MPATHB@GUEST");
     EXPECT_EQ(devices[0]["identity"], "path");
@@ -82,14 +83,10 @@ TEST(PictureHosts, WithAllPathsDownEveryDiskHasItsRow) {
     const auto document = run(host, {"devices", "--json"}).json();
     EXPECT_EQ(document["devices"].dump(), "[]");
     ASSERT_EQ(document["unidentified"].size(), 4U);
-    EXPECT_EQ(document["unidentified"][3].dump(),
-              R"({"name":"/dev/sdc","address":[2,0,0,2],"hctl":"2:0:0:2",)"
-              R"("state":"no answer in 10 s","last_known_udid":")" +
-                  kSecond +
-                  R"(","marks":[],"size_kb":1048576,"family":"Everything else",)"
-                  R"("array_serial":null,"volume_id":"6000000A000000000000000000000002",)"
-                  R"("logical_unit_name":"naa.6000000a000000000000000000000002","serial":"A2",)"
-                  R"("target_port":null,"port_group":null})");
+    EXPECT_THAT(document["unidentified"][3].dump(),
+                testing::StartsWith(R"({"name":"/dev/sdc","address":[2,0,0,2],"hctl":"2:0:0:2",)"
+                                    R"("state":"no answer in 10 s","last_known_udid":")" +
+                                    kSecond + R"(","marks":[],"size_kb":1048576,)"));
     const auto volumes = run(host, {"volumes", "--json"}).json()["volumes"];
     ASSERT_EQ(volumes.size(), 2U);
     EXPECT_EQ(volumes[0]["udid"], "");
@@ -165,8 +162,9 @@ TEST(PictureHosts, ARemappedLunIsTold) {
                   "scsitool: /dev/sdb is another volume than the kernel found there: "
                   "it is naa.6000000a000000000000000000000002 and was "
                   "naa.6000000a000000000000000000000001\n");
-    EXPECT_THAT(result.out, HasSubstr("\n/dev/mapper/mpathb /dev/sda  2:0:0:1 "));
-    EXPECT_THAT(result.out, HasSubstr("\n/dev/sdb /dev/sdc            3:0:0:1 2:0:0:2  1.0 GiB"));
+    const std::string devices = run(host, {"volumes", "-o", "devices,address"}).out;
+    EXPECT_THAT(devices, HasSubstr("\n/dev/mapper/mpathb /dev/sda  2:0:0:1\n"));
+    EXPECT_THAT(devices, HasSubstr("\n/dev/sdb /dev/sdc            2:0:0:2 3:0:0:1\n"));
     const auto found = run(host, {"devices", "--json"}).json()["contradictions"];
     ASSERT_EQ(found.size(), 2U);
     EXPECT_EQ(found[0]["kind"], "map-over-volumes");
@@ -196,7 +194,7 @@ TEST(PictureHosts, AMapThatTheLibraryLeavesOutHasItsRow) {
     host.addMap("dm-2", "vg0-root", {"sdc"}, namedDisk("A2", 2), "LVM-abc");
     const CliResult result = run(host, {"volumes"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.out, HasSubstr("\n/dev/mapper/db-data /dev/sdd  "));
+    EXPECT_THAT(result.out, HasSubstr("\n/dev/mapper/db-data  1.0 GiB "));
     EXPECT_THAT(result.out, HasSubstr("  not asked: /dev/mapper/db-data  "));
     EXPECT_EQ(result.out.find("vg0-root"), std::string::npos);
 }
@@ -207,7 +205,8 @@ TEST(PictureHosts, ADiskThatProcPartitionsDoesNotListHasItsRow) {
     const CliResult result = run(host, {"disks"});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, "scsitool: 3 of 3 disks were not asked: /dev/sda /dev/sdb /dev/sdc\n");
-    EXPECT_THAT(result.out, HasSubstr("\n/dev/sdc  2:0:0:2  1.0 GiB  1048576  not asked\n"));
+    EXPECT_THAT(result.out,
+                HasSubstr("\n/dev/sdc  2:0:0:2  1.0 GiB  1048576  -        not asked\n"));
 }
 
 TEST(PictureHosts, ANameNarrowsThePicture) {
@@ -216,10 +215,11 @@ TEST(PictureHosts, ANameNarrowsThePicture) {
     const CliResult result = run(host, {"devices", "/dev/sda"});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, "scsitool: 1 of 1 disk cannot be opened: input/output error: /dev/sda\n");
-    EXPECT_EQ(result.out,
-              "DEVICE    CLAIM  ADDRESS  STATE                                 UDID\n"
-              "/dev/sda      0  2:0:0:1  cannot be opened: input/output error  " +
-                  kFirst + " (last known)\n");
+    EXPECT_EQ(
+        result.out,
+        "DEVICE    CLAIM  ADDRESS     SIZE  PRODUCT  STATE                                 UDID\n"
+        "/dev/sda      0  2:0:0:1  1.0 GiB  -        cannot be opened: input/output error  " +
+            kFirst + " (last known)\n");
     EXPECT_EQ(run(host, {"devices", "/dev/sdb"}).status, 0);
     EXPECT_EQ(run(host, {"devices", "/dev/sdz"}).status, 1);
 }
@@ -244,10 +244,11 @@ TEST(PictureHosts, APseudoDeviceBelongsToItsPaths) {
     SickHost host = mappedHost();
     host.data.directories["/dev/"].push_back("emcpowera");
     host.data.devices["/dev/emcpowera"] = namedDisk("A2", 2);
-    EXPECT_THAT(run(host, {"volumes"}).out, HasSubstr("\n/dev/emcpowera /dev/sdc  "));
+    EXPECT_THAT(run(host, {"volumes", "-o", "devices"}).out,
+                HasSubstr("\n/dev/emcpowera /dev/sdc\n"));
     host.data.devices["/dev/emcpowera"].openError = ENXIO;
     const CliResult result = run(host, {"volumes"});
-    EXPECT_THAT(result.out, HasSubstr("\n/dev/emcpowera                        - "));
+    EXPECT_THAT(result.out, HasSubstr("\n/dev/emcpowera            -    0/0  "));
     EXPECT_EQ(result.err, "scsitool: 1 of 2 multipath devices did not answer: /dev/emcpowera\n");
 }
 
@@ -267,7 +268,9 @@ TEST(PictureHosts, ADiskThatFallsSilentBehindTheInquiryIsTold) {
     host.data.devices["/dev/sdc"].pages[0x83].error = ETIMEDOUT;
     CliResult result = run(host, {"devices"});
     EXPECT_EQ(result.status, 3);
-    EXPECT_THAT(result.out, HasSubstr("/dev/sdc                0  2:0:0:2  no answer in 10 s  "));
+    EXPECT_THAT(
+        result.out,
+        HasSubstr("/dev/sdc                0  2:0:0:2  1.0 GiB  RAID 5   no answer in 10 s  "));
     // What a disk answers with a SCSI status stands in a recording as EIO: a page that it lacks.
     host.data.devices["/dev/sdc"].pages[0x83].error = EIO;
     EXPECT_EQ(run(host, {"devices"}).status, 0);

@@ -16,7 +16,7 @@ class SickHost {
     SickHost() {
         data.hostName = "guest";
         for (const char* folder :
-             {"/sys/class/scsi_device/", "/sys/class/block/", "/dev/", "/dev/mapper/"}) {
+             {"/sys/class/scsi_device/", "/sys/class/block/", "/dev/", "/dev/mapper/", "/proc/"}) {
             data.directories[folder] = {".", ".."};
         }
         data.files["/proc/partitions"] = "major minor  #blocks  name\n\n";

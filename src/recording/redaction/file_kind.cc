@@ -13,24 +13,11 @@ bool endsWith(std::string_view text, std::string_view end) {
 }
 
 bool isPlainAttribute(const std::string& name) {
-    static const std::vector<std::string> kNames = {"access_state",
-                                                    "dev",
-                                                    "device_blocked",
-                                                    "inquiry_status",
-                                                    "model",
-                                                    "partition",
-                                                    "preferred_path",
-                                                    "queue_depth",
-                                                    "range",
-                                                    "rev",
-                                                    "ro",
-                                                    "scsi_level",
-                                                    "size",
-                                                    "start",
-                                                    "state",
-                                                    "timeout",
-                                                    "type",
-                                                    "vendor"};
+    static const std::vector<std::string> kNames = {
+        "access_state",   "dev",       "device_blocked", "inquiry_status", "model",   "partition",
+        "preferred_path", "proc_name", "queue_depth",    "range",          "rev",     "ro",
+        "scsi_level",     "size",      "start",          "state",          "timeout", "type",
+        "vendor"};
     return std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 

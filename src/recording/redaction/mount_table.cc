@@ -34,7 +34,11 @@ struct Mount {
     std::string source;
     bool isReadOnly = false;
 
-    bool isOfDevice() const { return source.compare(0, 5, "/dev/") == 0; }
+    bool isFromNode() const { return source.compare(0, 5, "/dev/") == 0; }
+    /// A file system of no device has a number with major 0; a plain table has no numbers.
+    bool isOfDevice() const {
+        return isFromNode() || (!before.empty() && before[kNumber].compare(0, 2, "0:") != 0);
+    }
 };
 
 bool isReadOnly(const std::string& options) {
@@ -78,8 +82,10 @@ void forEachMount(const std::string& table, Use use) {
 void collectMounts(const std::string& table, SecretTable& secrets) {
     forEachMount(table, [&](const Mount& mount) {
         for (const std::string* const text : {&mount.root, &mount.point, &mount.source}) {
-            scanText(*text, secrets);
-            scanNames(*text, secrets);
+            if (text != &mount.source || mount.isFromNode()) {
+                scanText(*text, secrets);
+                scanNames(*text, secrets);
+            }
         }
     });
 }

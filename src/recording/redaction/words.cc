@@ -31,8 +31,8 @@ const std::unordered_set<std::string_view>& commonWords() {
         "name", "offline", "partitions", "path", "pci", "platform", "port", "power", "queue",
         "running", "scan", "scsi", "slaves", "state", "subsystem", "uevent", "uuid", "virtual",
         "wwid", "ata", "usb", "iscsi", "sas", "fcp", "iblock", "fileio", "pscsi", "lun", "by", "id",
-        "multipath", "multipathd", "iscsiadm", "error", "failed", "output", "command", "session",
-        "com", "org", "net", "edu", "local", "example", "localdomain", "linux"};
+        "null", "multipath", "multipathd", "iscsiadm", "error", "failed", "output", "command",
+        "session", "com", "org", "net", "edu", "local", "example", "localdomain", "linux"};
     return kWords;
 }
 

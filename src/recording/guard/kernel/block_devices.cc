@@ -82,9 +82,12 @@ BlockDevices::Names BlockDevices::partitions(const std::string& name) {
 }
 
 BlockDevices::Names BlockDevices::holders(const std::string& name) {
+    return toldHolders(name).value_or(Names());
+}
+
+std::optional<BlockDevices::Names> BlockDevices::toldHolders(const std::string& name) {
     const std::string place = folder(name);
-    return place.empty() ? Names()
-                         : m_evidence.list(place + "holders/", Need::kMustExist).value_or(Names());
+    return place.empty() ? std::nullopt : m_evidence.list(place + "holders/", Need::kMustExist);
 }
 
 BlockDevices::Names BlockDevices::slaves(const std::string& name) {

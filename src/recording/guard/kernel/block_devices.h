@@ -31,6 +31,8 @@ class BlockDevices {
     Names partitions(const std::string& name);
     /// Those that stand on a device: device-mapper, md and the like.
     Names holders(const std::string& name);
+    /// The same; none when that is not told.
+    std::optional<Names> toldHolders(const std::string& name);
     /// What a device-mapper map or an md device stands on.
     Names slaves(const std::string& name);
     /// The same; none when that is not told.

@@ -81,7 +81,7 @@ const std::vector<Mount>& Processes::mounts() {
     return *m_mounts;
 }
 
-void Processes::addIfWriter(const std::string& process, const std::string& descriptor) {
+void Processes::addIfWriter(const std::string& process, const std::string& descriptor, Look look) {
     const std::string path = kProc + process + "/fd/" + descriptor;
     std::string node;
     const int error = m_evidence.host().readLink(path, node);
@@ -93,7 +93,8 @@ void Processes::addIfWriter(const std::string& process, const std::string& descr
     }
     // Sockets, pipes and the like have no path. Whether it is open for writing is asked before
     // what it is: a stat of a file on a dead server does not come back.
-    const auto info = node[0] == '/' ? fileOf(process, "fdinfo/" + descriptor) : std::nullopt;
+    const bool isLookedAt = look == Look::kAll ? node[0] == '/' : node.compare(0, 5, "/dev/") == 0;
+    const auto info = isLookedAt ? fileOf(process, "fdinfo/" + descriptor) : std::nullopt;
     if (!info || !isOpenForWriting(*info)) {
         return;
     }
@@ -105,7 +106,7 @@ void Processes::addIfWriter(const std::string& process, const std::string& descr
     }
 }
 
-void Processes::addWritersOf(const std::string& process) {
+void Processes::addWritersOf(const std::string& process, Look look) {
     const std::string folder = kProc + process + "/fd/";
     const host::DirectoryListing listing = m_evidence.host().listDirectory(folder);
     const int error = listing.openError != 0 ? listing.openError : listing.readError;
@@ -114,16 +115,16 @@ void Processes::addWritersOf(const std::string& process) {
     }
     for (const std::string& descriptor : listing.names) {
         if (isNumber(descriptor)) {
-            addIfWriter(process, descriptor);
+            addIfWriter(process, descriptor, look);
         }
     }
 }
 
-const std::vector<Writer>& Processes::writers() {
+const std::vector<Writer>& Processes::writers(Look look) {
     if (!m_writers) {
         m_writers.emplace();
         for (const std::string& process : others()) {
-            addWritersOf(process);
+            addWritersOf(process, look);
         }
     }
     return *m_writers;

@@ -27,16 +27,21 @@ class Processes {
 
     /// The mounts of every mount namespace that a process is in.
     const std::vector<Mount>& mounts();
-    /// Nodes that another process has open for writing.
-    const std::vector<Writer>& writers();
+    /// What is looked at of what processes have open.
+    enum class Look {
+        kAll,      ///< whatever path it has: a node may lie anywhere in a container
+        kDevOnly,  ///< only what lies below /dev, which spares the rest of many thousand files
+    };
+    /// Nodes that another process has open for writing. As the first call has it.
+    const std::vector<Writer>& writers(Look look = Look::kAll);
 
   private:
     std::vector<std::string> others();
     bool isGone(const std::string& process);
     std::optional<std::string> fileOf(const std::string& process, const std::string& name);
     void addMountsOf(const std::string& process);
-    void addWritersOf(const std::string& process);
-    void addIfWriter(const std::string& process, const std::string& descriptor);
+    void addWritersOf(const std::string& process, Look look);
+    void addIfWriter(const std::string& process, const std::string& descriptor, Look look);
 
     Evidence& m_evidence;
     std::optional<std::vector<Mount>> m_mounts;

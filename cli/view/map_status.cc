@@ -1,0 +1,50 @@
+#include "cli/view/map_status.h"
+
+#include <sstream>
+
+#include "recording/guard/kernel/kernel_tables.h"
+
+namespace cli::view {
+namespace {
+
+constexpr const char* kCommand = "/usr/sbin/dmsetup status --target multipath";
+constexpr int kTimeLimitSeconds = 10;
+
+PathStates pathsIn(const std::string& text) {
+    PathStates paths;
+    std::istringstream words(text);
+    std::string former;
+    for (std::string word; words >> word; former = word) {
+        const bool isState = word == "A" || word == "F";
+        const auto number =
+            isState ? recording::guard::parseNumber(former, host::DeviceNumber::Kind::kBlock)
+                    : std::nullopt;
+        if (number) {
+            paths[recording::guard::numberText(*number)] = word == "A";
+        }
+    }
+    return paths;
+}
+
+}  // namespace
+
+// "mpatha: 0 131072 multipath 2 0 0 0 1 1 A 0 2 2 8:0 A 0 0 1 8:32 F 1 0 1"
+MapStates parseMapStatus(const std::vector<std::string>& lines) {
+    const std::string target = " multipath ";
+    MapStates maps;
+    for (const std::string& line : lines) {
+        const std::size_t name = line.find(": ");
+        const std::size_t status = name == std::string::npos ? name : line.find(target, name);
+        if (status != std::string::npos) {
+            maps[line.substr(0, name)] = pathsIn(line.substr(status + target.size()));
+        }
+    }
+    return maps;
+}
+
+MapStates askMapStatus(host::Host& host) {
+    const host::CommandResult result = host.runCommand(kCommand, kTimeLimitSeconds);
+    return result.waitStatus == 0 && !result.timedOut ? parseMapStatus(result.lines) : MapStates();
+}
+
+}  // namespace cli::view

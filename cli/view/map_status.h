@@ -1,0 +1,28 @@
+#ifndef SCSITOOL_CLI_VIEW_MAP_STATUS_H
+#define SCSITOOL_CLI_VIEW_MAP_STATUS_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "scsitool/host/host.h"
+
+namespace cli::view {
+
+/// What device-mapper's multipath target says of the paths of one map, by "major:minor": true for
+/// active, false for failed.
+using PathStates = std::map<std::string, bool>;
+
+/// The same of all maps, by their names.
+using MapStates = std::map<std::string, PathStates>;
+
+/// Reads what 'dmsetup status --target multipath' prints: a line a map, in which each path is
+/// followed by A or F. What does not look like that is left out.
+MapStates parseMapStatus(const std::vector<std::string>& lines);
+
+/// Asks for it; empty where it is not told. A read: nothing is flushed.
+MapStates askMapStatus(host::Host& host);
+
+}  // namespace cli::view
+
+#endif
