@@ -110,12 +110,16 @@ class Host:
                 "commands": []}
 
 
-def make_host(index, volumes, paths):
-    host = Host(f"host{index}")
+def usual_size(volume):
+    return (1 + volume % 64) * GIBIBYTE
+
+
+def make_host(index, volumes, paths, name=None, size_of=usual_size):
+    host = Host(name or f"host{index}")
     for volume in range(volumes):
         if volume == index - 1:
             continue
-        size = (1 + volume % 64) * GIBIBYTE
+        size = size_of(volume)
         disks = [host.disk(volume, port, size) for port in range(1, paths + 1)]
         if paths > 1:
             host.map(volume, disks, size)

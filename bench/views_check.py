@@ -67,12 +67,32 @@ def check_volumes(limits, command, folder, paths, most_seconds):
     limits.expect("memory", mebibytes, MOST_MEBIBYTES, "MiB")
 
 
+def saved_lines(command, hosts):
+    """What each of the hosts prints of its volumes, in the form that fleets are compared in."""
+    files = []
+    for host in hosts:
+        files.append(host.with_suffix(".ndjson"))
+        with files[-1].open("wb") as file:
+            subprocess.run([command, "--host", host, "volumes", "--ndjson"], stdout=file, check=True)
+        host.unlink()
+    return files
+
+
+def check_matrix(limits, command, folder, hosts, most_seconds):
+    files = saved_lines(command, write_hosts(folder, hosts, MANY, 1))
+    seconds, mebibytes = least_cost([command, "matrix", *files], rounds=1)
+    print(f"matrix of {hosts} hosts of {MANY} volumes each")
+    limits.expect("processor time", seconds, most_seconds, "s")
+    limits.expect("memory", mebibytes, MOST_MEBIBYTES, "MiB")
+
+
 def main():
     command = sys.argv[1] if len(sys.argv) > 1 else TOP / "build" / "release" / "cli" / "scsitool"
     limits = Limits()
     with tempfile.TemporaryDirectory() as folder:
         check_volumes(limits, command, pathlib.Path(folder), paths=1, most_seconds=1.5)
         check_volumes(limits, command, pathlib.Path(folder), paths=2, most_seconds=4)
+        check_matrix(limits, command, pathlib.Path(folder), hosts=100, most_seconds=10)
     return 0 if limits.is_held else 1
 
 

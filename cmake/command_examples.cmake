@@ -13,6 +13,7 @@ function(write_command_examples document output)
     elseif(command AND line MATCHES "^\\$ (.*)")
       # On the host itself: the shipped hosts are where the document can be tried.
       string(REGEX REPLACE " --host samples/[^ ]*" "" example "${CMAKE_MATCH_1}")
+      string(REPLACE "samples/" "" example "${example}")
       string(REGEX REPLACE "([\"\\\\])" "\\\\\\1" example "${example}")
       string(APPEND text "{\"${command}\", \"${example}\"},\n")
       set(command "")

@@ -9,6 +9,8 @@ CommandList makeCommands() {
     commands.push_back(makeDevices());
     commands.push_back(makeVolumes());
     commands.push_back(makeFind());
+    commands.push_back(makeDiff());
+    commands.push_back(makeMatrix());
     commands.push_back(makeUdid());
     commands.push_back(makeValidate());
     commands.push_back(makeInquiry());

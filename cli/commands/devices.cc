@@ -2,6 +2,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
+#include "cli/common/lines_option.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
 #include "cli/names/resolver.h"
@@ -27,12 +28,14 @@ class Devices : public Command {
         m_force.declare(*app);
         m_factoryOptions.declare(*app);
         m_view.declare(*app);
+        m_lines.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
         const std::string arguments = scriptArguments({m_rescanArguments});
         m_view.demandColumns();
+        m_lines.demandAlone(context.options);
         if (m_view.wantsHelp()) {
             return view::View::columnHelp();
         }
@@ -47,7 +50,7 @@ class Devices : public Command {
         const view::Rows all = view::deviceRows(scene);
         const view::Rows rows = m_view.chosen(all);
         report.data["unidentified"] = picture::unidentifiedJson(scene.picture);
-        if (context.options.json) {
+        if (context.options.json || m_lines.isWanted()) {
             addJson(report, devices, scene, rows);
         }
         report.text = m_view.text(rows, context.layout);
@@ -59,6 +62,7 @@ class Devices : public Command {
         } else {
             report.failure = m_view.whyEmpty(all, rows, "device");
         }
+        m_lines.finish(report, context, {"devices", "unidentified"});
         return report;
     }
 
@@ -77,6 +81,7 @@ class Devices : public Command {
     std::string m_rescanArguments;
     ForceOption m_force;
     FactoryOptions m_factoryOptions;
+    LinesOption m_lines;
     view::View m_view =
         view::View({"device", "claim", "address", "size", "product", "state", "udid"}, false);
 };

@@ -1,5 +1,6 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
+#include "cli/common/lines_option.h"
 #include "cli/picture/enumeration.h"
 #include "cli/picture/rows.h"
 #include "cli/view/facts_json.h"
@@ -15,11 +16,13 @@ class Volumes : public Command {
             parent.add_subcommand("volumes", "Show one row a volume with its paths and users");
         app->add_flag("--paths", m_withPaths, "Show the paths below each volume");
         m_view.declare(*app);
+        m_lines.declare(*app);
         return app;
     }
 
     Report run(Context& context) override {
         m_view.demandColumns();
+        m_lines.demandAlone(context.options);
         if (m_view.wantsHelp()) {
             return view::View::columnHelp();
         }
@@ -31,13 +34,14 @@ class Volumes : public Command {
         const view::Rows all = view::volumeRows(scene);
         const view::Rows rows = m_view.chosen(all);
         report.data["unidentified"] = picture::unidentifiedJson(scene.picture);
-        if (context.options.json) {
+        if (context.options.json || m_lines.isWanted()) {
             addJson(report, scene, rows);
         }
         report.text = m_view.text(rows, context.layout, m_withPaths);
         report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
         report.failure = all.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
                                      : m_view.whyEmpty(all, rows, "volume");
+        m_lines.finish(report, context, {"volumes"});
         return report;
     }
 
@@ -52,6 +56,7 @@ class Volumes : public Command {
         {"volume", "size", "paths", "vendor", "product", "array", "lun", "used", "state", "udid"},
         true);
     bool m_withPaths = false;
+    LinesOption m_lines;
 };
 
 }  // namespace

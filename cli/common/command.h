@@ -32,6 +32,8 @@ CommandList makeCommands();
 std::unique_ptr<Command> makeDevices();
 std::unique_ptr<Command> makeVolumes();
 std::unique_ptr<Command> makeFind();
+std::unique_ptr<Command> makeDiff();
+std::unique_ptr<Command> makeMatrix();
 std::unique_ptr<Command> makeUdid();
 std::unique_ptr<Command> makeValidate();
 std::unique_ptr<Command> makeInquiry();

@@ -40,7 +40,8 @@ recording::Round::Told progressOf(const WatchedHost::Progress& show) {
 }  // namespace
 
 HostStack::HostStack(const Options& options, host::Host& live, std::ostream* journalStream,
-                     WatchedHost::Progress progress)
+                     WatchedHost::Progress progress,
+                     std::optional<recording::RecordedHostData> recorded)
     : m_live(live) {
     host::Host* below = &live;
     if (asksSideBySide(options)) {
@@ -52,7 +53,7 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
     recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
     if (!options.hostFile.empty()) {
         m_recording = std::make_shared<const recording::RecordedTree>(
-            recording::loadRecordedHost(options.hostFile));
+            recorded ? std::move(*recorded) : recording::loadRecordedHost(options.hostFile));
         m_refusal.emplace();
         m_hosts.push_back(std::make_unique<recording::RecordedHost>(journal, m_recording));
         below = m_hosts.back().get();

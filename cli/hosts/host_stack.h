@@ -24,10 +24,12 @@ namespace cli {
 /// reaches this machine.
 class HostStack {
   public:
-    /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. Throws
+    /// `live` is this machine. `journalStream` may be null. Both must outlive the stack. `recorded`
+    /// is what the file of the recorded host holds, where somebody has read it already. Throws
     /// recording::RecordedHostError.
     HostStack(const Options& options, host::Host& live, std::ostream* journalStream,
-              WatchedHost::Progress progress);
+              WatchedHost::Progress progress,
+              std::optional<recording::RecordedHostData> recorded = std::nullopt);
     ~HostStack();
     HostStack(const HostStack&) = delete;
     HostStack& operator=(const HostStack&) = delete;

@@ -56,6 +56,19 @@ def written_cases():
 
 
 CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(written_cases()) | {
+    "diff": ["diff", "samples/sick-slow-array.json", "samples/sick-withdrawn-lun.json"],
+    "diff_remapped": ["diff", "samples/sick-remapped-lun.json", "samples/sick-dead-path.json"],
+    "diff_same": ["diff", "samples/in-use.json", "samples/in-use.json"],
+    "diff_live": on("plain-server", "diff", "samples/enterprise.json", "live"),
+    "diff_no_file": ["diff", "samples/in-use.json", "nonexistent.json"],
+    "diff_no_host": ["diff", "samples/in-use.json", "docs/scsitool.md"],
+    "matrix": ["matrix", "samples/sick-slow-array.json", "samples/sick-dead-path.json",
+               "samples/enterprise.json"],
+    "matrix_some": ["matrix", "--some", "--shared", "samples/sick-slow-array.json",
+                    "samples/sick-withdrawn-lun.json", "samples/enterprise.json"],
+    "matrix_lines": ["matrix", "samples/plain-server.json", "--ndjson"],
+    "volumes_lines": on("plain-server", "volumes", "--ndjson"),
+    "devices_lines": on("sick-withdrawn-lun", "devices", "--ndjson"),
     "inquiry": on("enterprise", "inquiry", "/dev/sdb"),
     "inquiry_hex": on("enterprise", "inquiry", "/dev/sdb", "--hex"),
     "inquiry_hex_page": on("enterprise", "inquiry", "/dev/sdb", "--hex", "--page", "83"),

@@ -16,7 +16,7 @@ import subprocess
 import sys
 import tempfile
 
-from cases import CASES, SAMPLES
+from cases import CASES, SAMPLES, SICK
 from checks import CHECKS
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -147,6 +147,37 @@ def compare_documents(scsitool):
     return problems
 
 
+def compare_lines(scsitool):
+    """What --ndjson prints on every sample follows the schema line by line."""
+    try:
+        import jsonschema
+    except ImportError:
+        return []
+    schema = json.loads((ROOT / "cli/output/output.schema.json").read_text(encoding="utf-8"))
+
+    def problems_of(line, name):
+        definition = {"$ref": f"#/$defs/{name}", "$defs": strict(schema["$defs"])}
+        return [f"--ndjson: {name}: {error.json_path}: {error.message}" for error in
+                jsonschema.Draft202012Validator(definition).iter_errors(line)]
+
+    problems = []
+    for sample in [*SAMPLES, *SICK]:
+        path = f"samples/{sample}.json"
+        for command in (["--host", path, "volumes"], ["--host", path, "devices"], ["matrix", path]):
+            printed = scsitool.run([*command, "--ndjson"]).stdout.splitlines()
+            problems += [] if printed else [f"{command} --ndjson prints nothing"]
+            for line in map(json.loads, printed):
+                if "matrix" in command:
+                    problems += problems_of(line, "sharedVolume")
+                    continue
+                head = {name: line.pop(name) for name in ("host", "time")}
+                problems += problems_of(head, "lineHead")
+                kind = ("volume" if "volumes" in command else
+                        "deviceMap" if "udid" in line else "unidentified")
+                problems += problems_of([line] if kind == "deviceMap" else line, kind)
+    return problems
+
+
 def compare_documentation(scsitool, update):
     """Every example of the manual is run and shows what the command prints."""
     page = ROOT / "docs/scsitool.md"
@@ -181,6 +212,7 @@ def main(arguments):
     problems += compare_documentation(scsitool, update)
     for check in CHECKS:
         problems += [f"{check.__name__}: {problem}" for problem in check(scsitool, SAMPLES)]
+    problems += compare_lines(scsitool)
     documents = compare_documents(scsitool)
     problems += documents or []
     for problem in problems:

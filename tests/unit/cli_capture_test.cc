@@ -75,6 +75,8 @@ Commands commandsFor(const std::string& file) {
                          {"disks", "-o", "+used,driver,initiator,target,generic"},
                          {"find", "sda"},
                          {"find", "/"},
+                         {"diff", "live", "live"},
+                         {"matrix", "live"},
                          {"disks"},
                          {"bus"},
                          {"wwpn"},

@@ -1,0 +1,143 @@
+#include "cli/comparison/json_reader.h"
+
+#include <charconv>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+namespace cli::comparison {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kEndsOfScalar = ",]} \t\r\n";
+
+}  // namespace
+
+void JsonReader::refuse(const std::string& expected) const {
+    throw UnexpectedJson(m_place, expected);
+}
+
+// The character that comes next, blanks left out; NUL at the end.
+char JsonReader::next() {
+    m_place = std::min(m_text.find_first_not_of(kBlanks, m_place), m_text.size());
+    return m_place < m_text.size() ? m_text[m_place] : '\0';
+}
+
+bool JsonReader::isAtEnd() {
+    next();
+    return m_place == m_text.size();
+}
+
+bool JsonReader::takes(char wanted) {
+    const bool isThere = next() == wanted && m_place < m_text.size();
+    m_place += isThere ? 1 : 0;
+    return isThere;
+}
+
+void JsonReader::demand(char wanted, const char* expected) {
+    if (!takes(wanted)) {
+        refuse(expected);
+    }
+}
+
+bool JsonReader::takesNull() {
+    constexpr std::string_view kNull = "null";
+    const bool isNull = next() == 'n' && m_text.substr(m_place, kNull.size()) == kNull;
+    m_place += isNull ? kNull.size() : 0;
+    return isNull;
+}
+
+// Behind the closing quote of the string that begins here.
+std::size_t JsonReader::endOfString() const {
+    std::size_t place = m_place + 1;
+    for (;;) {
+        place = m_text.find_first_of("\"\\", place);
+        if (place == std::string_view::npos || place + 1 == m_text.size()) {
+            break;
+        }
+        if (m_text[place] == '"') {
+            return place + 1;
+        }
+        place += 2;
+    }
+    if (place != std::string_view::npos && m_text[place] == '"') {
+        return place + 1;
+    }
+    refuse("an end of the string");
+}
+
+std::string JsonReader::readText() {
+    if (takesNull()) {
+        return {};
+    }
+    if (next() != '"') {
+        refuse("a string");
+    }
+    const std::size_t end = endOfString();
+    const std::string_view token = m_text.substr(m_place, end - m_place);
+    const std::string_view content = token.substr(1, token.size() - 2);
+    std::string text(content);
+    if (content.find('\\') != std::string_view::npos) {
+        const nlohmann::json parsed = nlohmann::json::parse(token, nullptr, false);
+        if (!parsed.is_string()) {
+            refuse("a string without wrong escapes");
+        }
+        text = parsed.get<std::string>();
+    }
+    m_place = end;
+    return text;
+}
+
+std::optional<std::uint64_t> JsonReader::readNumber() {
+    if (takesNull()) {
+        return std::nullopt;
+    }
+    next();
+    const char* const end = m_text.data() + m_text.size();
+    std::uint64_t number = 0;
+    const auto [stop, error] = std::from_chars(m_text.data() + m_place, end, number);
+    if (error != std::errc()) {
+        refuse("a whole number");
+    }
+    m_place = static_cast<std::size_t>(stop - m_text.data());
+    return number;
+}
+
+void JsonReader::skip() {
+    switch (next()) {
+        case '"':
+            m_place = endOfString();
+            break;
+        case '{':
+        case '[':
+            skipContainer();
+            break;
+        default:
+            const std::size_t end =
+                std::min(m_text.find_first_of(kEndsOfScalar, m_place), m_text.size());
+            if (end == m_place) {
+                refuse("a value");
+            }
+            m_place = end;
+    }
+}
+
+// However deep the values in it go.
+void JsonReader::skipContainer() {
+    std::size_t depth = 0;
+    do {
+        m_place = std::min(m_text.find_first_of("\"{}[]", m_place), m_text.size());
+        if (m_place == m_text.size()) {
+            refuse("an end of what is open");
+        }
+        const char found = m_text[m_place];
+        if (found == '"') {
+            m_place = endOfString();
+            continue;
+        }
+        depth += found == '{' || found == '[' ? 1 : 0;
+        depth -= found == '}' || found == ']' ? 1 : 0;
+        ++m_place;
+    } while (depth > 0);
+}
+
+}  // namespace cli::comparison
