@@ -8,6 +8,7 @@
 #include "cli/common/packages.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/common/wait_option.h"
 #include "scsitool/scsi/scsitool.h"
 
 namespace cli {
@@ -34,8 +35,10 @@ class Iscsi : public Command {
             m_force.declare(*one);
         }
         for (CLI::App* const one : {m_login, m_logout, m_rescan}) {
-            one->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
+            one->add_flag("--changes", m_changes,
+                          "Show what appeared, disappeared, grew and was renamed, by UDID");
         }
+        m_wait.declare(*m_login);
         return app;
     }
 
@@ -90,8 +93,9 @@ class Iscsi : public Command {
         Report report;
         report.data["result"] = operation(tool);
         addEffects(report, context);
-        changes.addTo(report, context);
         report.failure = failedCommand(context);
+        m_wait.addTo(report, context);
+        changes.addTo(report, context);
         return report;
     }
 
@@ -102,6 +106,7 @@ class Iscsi : public Command {
     CLI::App* m_rescan = nullptr;
     std::string m_word;
     bool m_changes = false;
+    WaitOption m_wait;
     ForceOption m_force;
 };
 

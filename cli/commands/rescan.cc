@@ -3,6 +3,7 @@
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/common/wait_option.h"
 
 namespace cli {
 namespace {
@@ -15,7 +16,9 @@ class Rescan : public Command {
         app->add_option("ARGS", m_words,
                         "More arguments for the rescan script, behind -- (rescan -- --hosts=1)");
         m_force.declare(*app);
-        app->add_flag("--changes", m_changes, "Show what appeared and disappeared, by UDID");
+        app->add_flag("--changes", m_changes,
+                      "Show what appeared, disappeared, grew and was renamed, by UDID");
+        m_wait.declare(*app);
         return app;
     }
 
@@ -29,17 +32,19 @@ class Rescan : public Command {
         Report report;
         report.data["result"] = result;
         addEffects(report, context);
-        changes.addTo(report, context);
         addRescanDoubts(report, context);
         if (result != 0 && report.doubts.empty()) {
             report.failure = scriptFailure(context);
         }
+        m_wait.addTo(report, context);
+        changes.addTo(report, context);
         return report;
     }
 
   private:
     std::vector<std::string> m_words;
     bool m_changes = false;
+    WaitOption m_wait;
     ForceOption m_force;
 };
 

@@ -7,10 +7,14 @@
 
 #include "cli/base/text.h"
 #include "cli/common/asking.h"
+#include "cli/common/udev.h"
+#include "cli/comparison/changes_text.h"
+#include "cli/picture/enumeration.h"
 
 namespace cli {
 namespace {
 
+using VolumeChanges = std::vector<comparison::VolumeChange>;
 using NamesByUdid = std::map<std::string, std::set<std::string>>;
 
 NamesByUdid byUdid(const DeviceMap& devices) {
@@ -52,6 +56,18 @@ Json listJson(const std::vector<Change>& changes) {
     return list;
 }
 
+// What appeared and disappeared, path by path, is told by itself.
+VolumeChanges ofThoseThatStayed(const VolumeChanges& changes) {
+    using Kind = comparison::VolumeChange::Kind;
+    VolumeChanges others;
+    std::copy_if(changes.begin(), changes.end(), std::back_inserter(others),
+                 [](const comparison::VolumeChange& change) {
+                     return change.kind != Kind::kNew && change.kind != Kind::kGone &&
+                            change.kind != Kind::kMorePaths && change.kind != Kind::kFewerPaths;
+                 });
+    return others;
+}
+
 void addRows(Table& table, const char* what, const std::vector<Change>& changes) {
     for (const Change& change : changes) {
         table.addRow({what, change.wholeVolume ? "volume" : "path",
@@ -82,24 +98,39 @@ std::string changesText(const Changes& changes, const Layout& layout) {
     return table.str(layout);
 }
 
-ChangeWatch::ChangeWatch(const Context& context, bool wanted) {
+ChangeWatch::ChangeWatch(const Context& context, bool wanted) : m_isWanted(wanted) {
     if (wanted) {
-        m_factory.emplace();
-        context.traceInto(*m_factory);
-        askAhead(context, "", interviews::udid());
-        m_before = enumerate();
+        askAhead(context, "", interviews::volume());
+        m_before = look(context);
     }
 }
 
-DeviceMap ChangeWatch::enumerate() {
-    return m_factory->enumerateDeviceMap(false, false, false, "", "");
+ChangeWatch::Look ChangeWatch::look(const Context& context) {
+    picture::Enumeration enumeration(context);
+    Look look;
+    look.devices = enumeration.run(false, "", "");
+    look.volumes.volumes = comparison::volumesOf(enumeration.picture());
+    return look;
 }
 
 void ChangeWatch::addTo(Report& report, const Context& context) {
-    if (m_factory) {
-        const Changes changes = compareMaps(m_before, enumerate());
-        report.data["changes"] = changesJson(changes);
-        report.text += (report.text.empty() ? "" : "\n") + changesText(changes, context.layout);
+    if (!m_isWanted) {
+        return;
+    }
+    settleUdev(context);
+    const Look after = look(context);
+    const Changes changes = compareMaps(m_before.devices, after.devices);
+    const VolumeChanges all = comparison::compare(m_before.volumes, after.volumes);
+    report.data["changes"] = changesJson(changes);
+    report.data["changes"]["differences"] = comparison::changesJson(all);
+    const VolumeChanges others = ofThoseThatStayed(all);
+    const bool hasOnlyOthers =
+        changes.appeared.empty() && changes.disappeared.empty() && !others.empty();
+    report.text += report.text.empty() ? "" : "\n";
+    report.text += hasOnlyOthers ? "" : changesText(changes, context.layout);
+    if (!others.empty()) {
+        report.text += hasOnlyOthers ? "" : "\n";
+        report.text += comparison::changesText(others, context.layout);
     }
 }
 

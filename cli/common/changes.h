@@ -1,11 +1,11 @@
 #ifndef SCSITOOL_CLI_COMMON_CHANGES_H
 #define SCSITOOL_CLI_COMMON_CHANGES_H
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/common/context.h"
+#include "cli/comparison/volume_changes.h"
 #include "cli/output/report.h"
 #include "scsitool/udid/device_udid_factory.h"
 
@@ -30,18 +30,23 @@ Changes compareMaps(const DeviceMap& before, const DeviceMap& after);
 Json changesJson(const Changes& changes);
 std::string changesText(const Changes& changes, const Layout& layout);
 
-/// Enumerates before and after an operation and adds what changed to its report; nothing of it
-/// happens unless it is wanted.
+/// Enumerates before and after an operation, there behind what udev has to do, and adds what
+/// changed to its report: what appeared and disappeared, and how volumes that stayed are otherwise
+/// than before. Nothing of it happens unless it is wanted.
 class ChangeWatch {
   public:
     ChangeWatch(const Context& context, bool wanted);
     void addTo(Report& report, const Context& context);
 
   private:
-    DeviceMap enumerate();
+    struct Look {
+        DeviceMap devices;
+        comparison::HostVolumes volumes;
+    };
+    static Look look(const Context& context);
 
-    std::optional<CUDIDFactory> m_factory;
-    DeviceMap m_before;
+    const bool m_isWanted;
+    Look m_before;
 };
 
 }  // namespace cli

@@ -3,6 +3,7 @@
 #include "cli/common/changes.h"
 #include "cli/common/removed_addresses.h"
 #include "cli_harness.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace {
 
@@ -141,7 +142,8 @@ TEST(CliRescan, ChangesAreEnumeratedBeforeAndAfter) {
     CliMachine machine(hostWithScript());
     const CliResult result = machine.run({"rescan", "--changes", "--json"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.json()["changes"].dump(), R"({"appeared":[],"disappeared":[]})");
+    EXPECT_EQ(result.json()["changes"].dump(),
+              R"({"appeared":[],"disappeared":[],"differences":[]})");
     EXPECT_EQ(machine.run({"rescan", "--changes"}).out, "Scanning SCSI subsystem\n\nno change\n");
 }
 
@@ -173,6 +175,120 @@ TEST(CliRescan, ChangesShowANewPathByItsUdid) {
               "Scanning SCSI subsystem\n\n"
               "CHANGE    OF    UDID                                      DEVICES\n"
               "appeared  path  UDID##ACME##DISK##AB12##5000C50012345678  /dev/sdb\n");
+}
+
+// Its disks have twice their size from the rescan on.
+class DoublingHost : public host::ForwardingHost {
+  public:
+    using ForwardingHost::ForwardingHost;
+    host::CommandResult runCommand(const std::string& command, int seconds) override {
+        m_isLater = m_isLater || command.find("rescan-scsi-bus") != std::string::npos;
+        m_isSettled =
+            m_isSettled || (m_isLater && command == "/usr/bin/udevadm settle --timeout=30");
+        return ForwardingHost::runCommand(command, seconds);
+    }
+    int deviceSize(int descriptor, std::uint64_t& bytes) override {
+        const int result = ForwardingHost::deviceSize(descriptor, bytes);
+        bytes *= m_isLater ? 2 : 1;
+        return result;
+    }
+    bool isSettled() const { return m_isSettled; }
+
+  private:
+    bool m_isLater = false;
+    bool m_isSettled = false;
+};
+
+TEST(CliRescan, ChangesShowGrowthBehindWhatUdevHasToDo) {
+    recording::RecordedHostData data = hostWithScript();
+    data.files["/usr/bin/udevadm"] = "";
+    recording::Journal journal;
+    recording::RecordedHost machine(data, journal);
+    DoublingHost host(machine);
+    const CliResult result =
+        test::runCli({"--jobs", "1", "--deadline", "0", "rescan", "--changes"}, host);
+    EXPECT_EQ(result.out,
+              "Scanning SCSI subsystem\n\n"
+              "CHANGE  VOLUME              WHAT                UDID\n"
+              "grown   /dev/mapper/mpatha  1.0 GiB -> 2.0 GiB  "
+              "UDID##ACME##DISK##AB12##5000C50012345678\n");
+    EXPECT_TRUE(host.isSettled());
+}
+
+// A machine whose second disk is listed after some seconds of sleep.
+class LateHost : public recording::RecordedHost {
+  public:
+    LateHost(recording::RecordedHostData data, recording::Journal& journal, unsigned seconds)
+        : RecordedHost(std::move(data), journal), m_seconds(seconds) {}
+    host::ReadResult readFile(const std::string& path) override {
+        host::ReadResult result = RecordedHost::readFile(path);
+        if (path == "/proc/partitions" && m_slept < m_seconds) {
+            result.content.clear();
+        }
+        return result;
+    }
+    void sleepSeconds(unsigned seconds) override {
+        m_slept += seconds;
+        ++m_pauses;
+    }
+    unsigned slept() const { return m_slept; }
+    unsigned pauses() const { return m_pauses; }
+
+  private:
+    unsigned m_seconds;
+    unsigned m_slept = 0;
+    unsigned m_pauses = 0;
+};
+
+CliResult waitOn(unsigned seconds, const std::vector<std::string>& options, unsigned& slept,
+                 unsigned& pauses) {
+    recording::RecordedHostData data = hostWithScript();
+    data.directories.clear();
+    recording::Journal journal;
+    LateHost host(data, journal, seconds);
+    std::vector<std::string> arguments = {"--jobs", "1", "--deadline", "0", "rescan"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    CliResult result = test::runCli(arguments, host);
+    slept = host.slept();
+    pauses = host.pauses();
+    return result;
+}
+
+TEST(CliWait, EndsWhenTheVolumeIsThere) {
+    const std::string udid = "udid##acme##disk##ab12##5000c50012345678";
+    unsigned slept = 0;
+    unsigned pauses = 0;
+    const CliResult at_once = waitOn(0, {"--wait", udid}, slept, pauses);
+    EXPECT_EQ(at_once.status, 0) << at_once.err;
+    EXPECT_EQ(slept, 0U);
+    EXPECT_EQ(at_once.out, "Scanning SCSI subsystem\n" + udid + " is there: /dev/sda /dev/sdb\n");
+    const CliResult later = waitOn(7, {"--wait", udid, "--timeout", "20", "--json"}, slept, pauses);
+    EXPECT_EQ(later.status, 0) << later.err;
+    EXPECT_EQ(slept, 10U);  // 1 + 2 + 3 + 4
+    EXPECT_EQ(later.json()["waited"]["devices"].dump(), R"(["/dev/sda","/dev/sdb"])");
+}
+
+TEST(CliWait, FailsAtItsTimeLimitAndSleepsUntilThen) {
+    unsigned slept = 0;
+    unsigned pauses = 0;
+    const CliResult result = waitOn(0, {"--wait", "U", "--timeout", "12"}, slept, pauses);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "scsitool: U did not appear in 12 s\n");
+    EXPECT_EQ(slept, 12U);
+    EXPECT_EQ(pauses, 5U);  // 1, 2, 3, 4 and what was left
+    EXPECT_EQ(waitOn(0, {"--wait", "U", "--timeout", "0"}, slept, pauses).status, 1);
+    EXPECT_EQ(slept, 0U);
+}
+
+TEST(CliWait, WhatIsWrongWithItsOptions) {
+    CliMachine machine(smallHost());
+    EXPECT_EQ(machine.run({"rescan", "--wait", ""}).err,
+              "scsitool: --wait: expected a UDID, found an empty argument\n");
+    EXPECT_EQ(machine.run({"rescan", "--wait", "U", "--timeout", "86401"}).err,
+              "scsitool: --timeout 86401: expected a number from 0 to 86400\n");
+    EXPECT_EQ(machine.run({"rescan", "--timeout", "5"}).status, 2);
+    EXPECT_EQ(machine.run({"--dry-run", "rescan", "--wait", "U"}).status,
+              machine.run({"--dry-run", "rescan"}).status);
 }
 
 TEST(CliChanges, CompareByUdidAndTellVolumesFromPaths) {
