@@ -63,7 +63,7 @@ HostVolumes Sources::enumerate(const Context& context, const std::string& word) 
     const picture::Picture picture = enumeration.picture();
     host.volumes = volumesOf(picture);
     for (const std::string& doubt : picture::doubtsOf(picture, enumeration.hint())) {
-        m_doubts.push_back(word + ": " + doubt);
+        m_doubts.push_back(std::string(word).append(": ").append(doubt));
     }
     return host;
 }
