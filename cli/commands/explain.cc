@@ -1,30 +1,62 @@
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
 #include "cli/base/failure.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 #include "cli/common/mailed_pages.h"
 #include "cli/common/record_list.h"
+#include "cli/mailed/mailed_text.h"
 #include "cli/names/resolver.h"
 #include "cli/output/explain_text.h"
 #include "cli/picture/identity_text.h"
 #include "recording/replay/recorded_host.h"
+#include "recording/replay/recorded_host_file.h"
+#include "scsitool/host/own_files.h"
 #include "scsitool/udid/account.h"
 
 namespace cli {
 namespace {
+
+// What a person names by its text: standard input, or a file of this machine.
+bool isText(const std::string& name) {
+    std::error_code failure;
+    return name == "-" || std::filesystem::is_regular_file(name, failure);
+}
+
+bool isRecordedHost(const std::string& text) {
+    const std::size_t start = text.find_first_not_of(" \t\r\n");
+    return start != std::string::npos && text[start] == '{';
+}
+
+std::string textOf(const std::string& name) {
+    host::ReadResult read = host::readInputFile(name);
+    if (read.error() != 0) {
+        throw UsageError(name + ": cannot read it: " + std::strerror(read.error()));
+    }
+    return std::move(read.content);
+}
+
+std::string shownSource(const std::string& name) {
+    return name == "-" ? "standard input" : name;
+}
 
 class Explain : public Command {
   public:
     CLI::App* declare(CLI::App& parent) override {
         CLI::App* const app =
             parent.add_subcommand("explain", "Show why a device has the UDID that it has");
-        CLI::Option* const name = app->add_option("NAME", m_name, "The device node");
+        CLI::Option* const names = app->add_option(
+            "NAME", m_names,
+            "The device node, or files of what somebody mailed: pages as hexadecimal dumps or "
+            "bytes, or a recorded host; - is standard input");
         app->add_option("--inhex", m_pages,
                         "Instead of a device: a page somebody mailed, in FILE as 'sg_vpd --hex' "
                         "prints it; PAGE is std, a VPD page code such as 83, or a command block")
             ->type_name("PAGE=FILE")
-            ->allow_extra_args(false)
-            ->excludes(name);
+            ->excludes(names);
         m_factoryOptions.declare(*app);
         return app;
     }
@@ -35,67 +67,159 @@ class Explain : public Command {
         context.traceInto(factory);
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
-        return m_pages.empty() ? explainDevice(factory, discovery, context)
-                               : explainPages(factory, discovery, context);
+        Report report;
+        report.data["explanations"] = Json::array();
+        Work work = {factory, discovery, context, report};
+        if (!m_pages.empty()) {
+            refuseHost(context, "--inhex brings");
+            explainPages(work, MailedPages(m_pages));
+        } else if (namesTexts(context)) {
+            explainTexts(work);
+        } else {
+            explainDevices(work);
+        }
+        return report;
     }
 
   private:
-    Report explainDevice(CUDIDFactory& factory, CLinuxDeviceDiscovery& discovery,
-                         Context& context) {
-        if (m_name.empty()) {
+    struct Work {
+        CUDIDFactory& factory;
+        CLinuxDeviceDiscovery& discovery;
+        Context& context;
+        Report& report;
+    };
+
+    static void refuseHost(const Context& context, const std::string& who) {
+        if (!context.isLive()) {
+            throw UsageError(who + " a host of its own; leave --host out");
+        }
+    }
+
+    // On a recorded host a name is one of its devices, unless nothing but a text can be meant.
+    bool namesTexts(const Context& context) const {
+        std::size_t texts = 0;
+        for (const std::string& name : m_names) {
+            texts += name == "-" || (context.isLive() && isText(name)) ? 1U : 0U;
+        }
+        if (texts != 0 && texts != m_names.size()) {
+            throw UsageError(
+                "devices and files of pages are not explained together; name the one "
+                "or the other");
+        }
+        return texts != 0;
+    }
+
+    void explainDevices(Work& work) {
+        if (m_names.empty()) {
             throw UsageError(
                 "no device named; give NAME, or pages with --inhex PAGE=FILE, for instance "
                 "'scsitool explain /dev/sda'");
         }
-        m_name = names::deviceNamed(context, m_name);
-        Report report;
-        report.data["explanations"] = Json::array();
-        askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));
-        const RecordList records = owned(discovery.validateDevice(m_name));
-        for (const auto& record : records) {
-            udid::Account account = udid::account(factory, *record);
-            if (record->m_pages.empty()) {
-                account.explanation.remarks.push_back(whyNoAnswer(context, m_name));
+        for (const std::string& given : m_names) {
+            const std::string name = names::deviceNamed(work.context, given);
+            askNamedAhead(work.context, name, interviews::udid(m_factoryOptions));
+            const RecordList records = owned(work.discovery.validateDevice(name));
+            for (const auto& record : records) {
+                udid::Account account = udid::account(work.factory, *record);
+                if (record->m_pages.empty()) {
+                    account.explanation.remarks.push_back(whyNoAnswer(work.context, name));
+                }
+                add(account, *record, work);
             }
-            add(account, *record, context, report);
+            if (records.empty()) {
+                work.report.failure +=
+                    (work.report.failure.empty() ? "" : "; ") + whyNotFound(work.context, name);
+            }
         }
-        if (records.empty()) {
-            report.failure = whyNotFound(context, m_name);
-        }
-        return report;
     }
 
-    Report explainPages(CUDIDFactory& factory, CLinuxDeviceDiscovery& discovery, Context& context) {
-        if (!context.isLive()) {
-            throw UsageError("--inhex brings a host of its own; leave --host out");
-        }
-        const MailedPages pages(m_pages);
+    static void explainPages(Work& work, const MailedPages& pages) {
         recording::Journal journal;
         recording::RecordedHost host(pages.host(), journal);
         const host::Scope scope(host);
-        Report report;
-        report.data["explanations"] = Json::array();
-        for (const auto& record : owned(discovery.validateDevice(MailedPages::deviceName()))) {
-            udid::Account account = udid::account(factory, *record);
-            const std::vector<std::string> remarks = pages.remarks(*record);
+        for (const auto& record : owned(work.discovery.validateDevice(pages.deviceName()))) {
+            udid::Account account = udid::account(work.factory, *record);
+            const std::vector<std::string> remarks = pages.remarks(*record, account.explanation);
             std::vector<std::string>& all = account.explanation.remarks;
             all.insert(all.end(), remarks.begin(), remarks.end());
-            add(account, *record, context, report);
+            add(account, *record, work);
         }
-        return report;
     }
 
-    static void add(const udid::Account& account, const CScsiDeviceData& record,
-                    const Context& context, Report& report) {
+    // The texts together: one may hold the INQUIRY data and another the pages.
+    void explainTexts(Work& work) {
+        refuseHost(work.context, "a file of pages brings");
+        mailed::MailedTexts texts;
+        bool isHost = false;
+        for (const std::string& name : m_names) {
+            const std::string text = textOf(name);
+            if (isRecordedHost(text)) {
+                explainHost(work, recording::parseRecordedHost(text, shownSource(name)));
+                isHost = true;
+            } else {
+                texts.add(text, shownSource(name));
+            }
+        }
+        std::vector<std::string> lacking = texts.remarks();
+        for (const mailed::MailedDevice& mailed : texts.devices()) {
+            if (mailed.device.standardInquiry) {
+                explainPages(work, MailedPages(mailed));
+            } else {
+                lacking.push_back(withoutInquiry(mailed));
+            }
+        }
+        if (work.report.data["explanations"].empty() && !isHost) {
+            throw UsageError(
+                lacking.empty()
+                    ? shownSource(m_names.front()) +
+                          ": no page in it, expected what sg_vpd --hex, sg_inq --hex, xxd, od "
+                          "-tx1, "
+                          "hexdump -C or inquiry --hex print, the bytes of a page, or a recorded "
+                          "host"
+                    : lacking.front());
+        }
+        work.report.doubts.insert(work.report.doubts.end(), lacking.begin(), lacking.end());
+    }
+
+    static std::string withoutInquiry(const mailed::MailedDevice& mailed) {
+        std::string pages;
+        for (const auto& [code, page] : mailed.device.pages) {
+            pages += (pages.empty() ? "" : ", ") + pageKey(code);
+        }
+        return (mailed.name.empty() ? std::string("a device without a name") : mailed.name) +
+               ": page " + pages +
+               " without the standard INQUIRY data, which names vendor and product; have 'sg_inq "
+               "--hex' of it sent too";
+    }
+
+    static void explainHost(Work& work, recording::RecordedHostData data) {
+        std::vector<std::string> names;
+        for (const auto& [name, device] : data.devices) {
+            if (device.openError == 0 && device.standardInquiry) {
+                names.push_back(name);
+            }
+        }
+        recording::Journal journal;
+        recording::RecordedHost host(std::move(data), journal);
+        const host::Scope scope(host);
+        for (const std::string& name : names) {
+            for (const auto& record : owned(work.discovery.validateDevice(name))) {
+                add(udid::account(work.factory, *record), *record, work);
+            }
+        }
+    }
+
+    static void add(const udid::Account& account, const CScsiDeviceData& record, Work& work) {
         const picture::IdentityFields fields = picture::fieldsOf(record, &account.identity);
-        Json json = explanationJson(account.explanation);
+        Json json = explanationJson(account, record);
         picture::addFields(json, fields);
-        report.data["explanations"].push_back(std::move(json));
-        report.text +=
-            explanationText(account.explanation, picture::shownFields(fields), context.layout);
+        work.report.text += work.report.text.empty() ? "" : "\n";
+        work.report.data["explanations"].push_back(std::move(json));
+        work.report.text +=
+            explanationText(account, record, picture::shownFields(fields), work.context.layout);
     }
 
-    std::string m_name;
+    std::vector<std::string> m_names;
     std::vector<std::string> m_pages;
     FactoryOptions m_factoryOptions;
 };

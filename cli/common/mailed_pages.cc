@@ -59,7 +59,9 @@ Bytes loadPage(const std::string& file) {
     if (read.error() != 0) {
         throw UsageError(file + ": cannot read the page: " + std::strerror(read.error()));
     }
-    Bytes bytes = readHexText(read.content, file);
+    const bool isRaw = read.content.find('\0') != std::string::npos;
+    Bytes bytes =
+        isRaw ? Bytes(read.content.begin(), read.content.end()) : readHexText(read.content, file);
     if (bytes.size() > kLongestPage) {
         throw UsageError(fmt::format("{}: {} bytes, expected one page of at most {}", file,
                                      bytes.size(), kLongestPage));
@@ -89,7 +91,7 @@ std::size_t byteAt(const Bytes& bytes, std::size_t offset) {
 
 }  // namespace
 
-MailedPages::MailedPages(const std::vector<std::string>& arguments) {
+MailedPages::MailedPages(const std::vector<std::string>& arguments) : m_name(kDeviceName) {
     for (const std::string& argument : arguments) {
         add(argument);
     }
@@ -98,6 +100,13 @@ MailedPages::MailedPages(const std::vector<std::string>& arguments) {
             "--inhex: the standard INQUIRY data, which names vendor and product, is missing; add "
             "--inhex std=FILE");
     }
+    makePageList();
+}
+
+MailedPages::MailedPages(const mailed::MailedDevice& mailed)
+    : m_device(mailed.device),
+      m_name(mailed.name.empty() ? kDeviceName : mailed.name),
+      m_isNamed(!mailed.name.empty()) {
     makePageList();
 }
 
@@ -133,23 +142,24 @@ void MailedPages::makePageList() {
     m_madePageList = true;
 }
 
-const char* MailedPages::deviceName() {
-    return kDeviceName;
-}
-
 recording::RecordedHostData MailedPages::host() const {
     recording::RecordedHostData data;
-    data.devices[kDeviceName] = m_device;
-    data.devices[kDeviceName].idLun = 0;
+    data.devices[m_name] = m_device;
+    data.devices[m_name].idLun = 0;
     return data;
 }
 
-std::vector<std::string> MailedPages::remarks(const CScsiDeviceData& record) const {
+std::vector<std::string> MailedPages::remarks(const CScsiDeviceData& record,
+                                              const udid::Explanation& explanation) const {
     std::vector<std::string> remarks;
+    const std::string hostName = recording::RecordedHostData().hostName.value();
     remarks.push_back(
-        fmt::format("the pages are those of files; the device name {} and the host "
-                    "name {} are made up",
-                    kDeviceName, recording::RecordedHostData().hostName.value()));
+        m_isNamed ? fmt::format("the pages are those of a text, which names the device {}; the "
+                                "host name {} is made up",
+                                m_name, hostName)
+                  : fmt::format("the pages are those of files; the device name {} and the host "
+                                "name {} are made up",
+                                m_name, hostName));
     if (m_madePageList) {
         remarks.push_back("page 00 was not given: it is made of the pages that were");
     }
@@ -172,7 +182,56 @@ std::vector<std::string> MailedPages::remarks(const CScsiDeviceData& record) con
                                           : " is not listed in page 00: it is not read"));
         }
     }
+    remarkMissing(explanation, remarks);
     return remarks;
+}
+
+bool MailedPages::lists(unsigned code) const {
+    const Bytes& list = m_device.pages.at(0).bytes;
+    return !m_madePageList &&
+           std::find(list.begin() + static_cast<std::ptrdiff_t>(
+                                        std::min(list.size(), std::size_t{scsi::kPageHeader})),
+                     list.end(), code) != list.end();
+}
+
+// Whether a page that was not given could make another UDID: only one that a generator asked for,
+// and that the device may have.
+void MailedPages::remarkMissing(const udid::Explanation& explanation,
+                                std::vector<std::string>& remarks) const {
+    for (const unsigned code : {scsi::kUnitSerialNumber, scsi::kDeviceIdentification}) {
+        const bool isAsked =
+            std::any_of(explanation.pages.begin(), explanation.pages.end(),
+                        [&](const udid::ExplainedPage& page) { return page.code == code; });
+        if (!isAsked && m_device.pages.count(static_cast<std::uint8_t>(code)) == 0) {
+            remarks.push_back("page " + pageKey(code) +
+                              " was not given: it changes nothing, no generator asked for it");
+        }
+    }
+    for (const udid::ExplainedPage& page : explanation.pages) {
+        const bool isVpd = page.code != udid::kInquiryData && page.code <= 0xFF;
+        if (page.present || !isVpd) {
+            continue;
+        }
+        const bool isGiven = m_device.pages.count(static_cast<std::uint8_t>(page.code)) != 0;
+        if (isGiven) {
+            continue;
+        }
+        remarks.push_back(
+            "page " + pageKey(page.code) +
+            (m_madePageList || lists(page.code)
+                 ? " was not given: with it the UDID may be another, a generator asked for it"
+                 : " is not listed in page 00: the device has none, and the UDID does without it"));
+    }
+    const bool asksController = std::any_of(
+        explanation.generators.begin(), explanation.generators.end(),
+        [](const udid::GeneratorReport& report) {
+            return report.name == "NETAPP:LUN" && report.claimed && !report.failure.empty();
+        });
+    if (asksController && m_device.sgIo.empty()) {
+        remarks.emplace_back(
+            "the controller's reply to c000000a980a22100000 was not given: with it the UDID is "
+            "another, the generator asked for it");
+    }
 }
 
 }  // namespace cli

@@ -5,8 +5,11 @@
 #include <algorithm>
 
 #include "cli/base/text.h"
+#include "cli/output/designator_text.h"
 #include "cli/output/inquiry_text.h"
+#include "cli/output/rests_on.h"
 #include "recording/text/hex.h"
+#include "scsitool/scsi/pages.h"
 
 namespace cli {
 namespace {
@@ -41,21 +44,52 @@ Json textsJson(const std::vector<std::string>& texts) {
     return list;
 }
 
-Json piecesJson(const std::vector<Piece>& pieces) {
+const ExplainedPage* pageOf(const Explanation& explanation, unsigned code) {
+    for (const ExplainedPage& page : explanation.pages) {
+        if (page.code == code) {
+            return &page;
+        }
+    }
+    return nullptr;
+}
+
+// Where a piece is from when it is not made of bytes that the page holds.
+const char* originOf(const Explanation& explanation, const Piece& piece) {
+    if (piece.page == udid::kNoPage) {
+        const bool isOfHost =
+            piece.format == udid::Format::kDeviceName || piece.format == udid::Format::kHostName;
+        return isOfHost ? "host" : piece.format == udid::Format::kLiteral ? "generator" : "record";
+    }
+    const ExplainedPage* const page = pageOf(explanation, piece.page);
+    return page != nullptr && page->present ? "page" : "missing page";
+}
+
+// How many bytes of a piece lie behind the end of its page.
+std::size_t beyondOf(const Explanation& explanation, const Piece& piece) {
+    const ExplainedPage* const page = pageOf(explanation, piece.page);
+    const std::size_t size = page != nullptr ? page->bytes.size() : 0;
+    const std::size_t end = piece.offset + piece.length;
+    return piece.page == udid::kNoPage || end <= size ? 0 : end - std::max(piece.offset, size);
+}
+
+Json piecesJson(const Explanation& explanation, const std::vector<Piece>& pieces) {
     Json list = Json::array();
     for (const Piece& piece : pieces) {
-        Json json = {{"format", nameOf(piece.format)}, {"text", jsonText(piece.text)}};
+        Json json = {{"format", nameOf(piece.format)},
+                     {"text", jsonText(piece.text)},
+                     {"origin", originOf(explanation, piece)}};
         if (piece.page != udid::kNoPage) {
             json["page"] = sourceKey(piece.page);
             json["offset"] = piece.offset;
             json["length"] = piece.length;
+            json["beyond"] = beyondOf(explanation, piece);
         }
         list.push_back(json);
     }
     return list;
 }
 
-Json generatorJson(const GeneratorReport& report) {
+Json generatorJson(const Explanation& explanation, const GeneratorReport& report) {
     Json comparisons = Json::array();
     for (const Comparison& comparison : report.comparisons) {
         comparisons.push_back({{"field", comparison.field},
@@ -69,31 +103,44 @@ Json generatorJson(const GeneratorReport& report) {
         pages.push_back(sourceKey(code));
     }
     return {{"name", jsonText(report.name)},
+            {"family", jsonText(udid::familyName(report.name))},
             {"claimed", report.claimed},
             {"comparisons", comparisons},
             {"pages", pages},
-            {"prefix", piecesJson(report.prefix)},
-            {"body", piecesJson(report.body)},
-            {"dropped", piecesJson(report.dropped)},
+            {"prefix", piecesJson(explanation, report.prefix)},
+            {"body", piecesJson(explanation, report.body)},
+            {"dropped", piecesJson(explanation, report.dropped)},
             {"remarks", textsJson(report.remarks)},
             {"failure", jsonText(report.failure)}};
 }
 
-Json pageJson(const ExplainedPage& page) {
-    Json used = Json::array();
-    for (const udid::ByteRange& range : page.used) {
-        used.push_back({{"offset", range.offset}, {"length", range.length}});
+Json rangesJson(const std::vector<udid::ByteRange>& ranges) {
+    Json list = Json::array();
+    for (const udid::ByteRange& range : ranges) {
+        list.push_back({{"offset", range.offset}, {"length", range.length}});
     }
-    return {{"page", sourceKey(page.code)},
-            {"present", page.present},
-            {"length", page.bytes.size()},
-            {"bytes", recording::toHex(page.bytes)},
-            {"used", used}};
+    return list;
 }
 
-// The keys of the generator that takes whatever nobody claimed are both empty.
+std::vector<udid::ByteRange> decidingOf(const udid::Account& account, unsigned page) {
+    std::vector<udid::ByteRange> ranges;
+    for (const udid::DecidingBytes& deciding : account.deciding) {
+        if (deciding.page == page) {
+            ranges.push_back(deciding.range);
+        }
+    }
+    return ranges;
+}
+
+Json pageJson(const udid::Account& account, const ExplainedPage& page) {
+    return {
+        {"page", sourceKey(page.code)},  {"present", page.present},
+        {"length", page.bytes.size()},   {"bytes", recording::toHex(page.bytes)},
+        {"used", rangesJson(page.used)}, {"deciding", rangesJson(decidingOf(account, page.code))}};
+}
+
 std::string shownName(const GeneratorReport& report) {
-    return report.name == ":" ? "(default)" : report.name;
+    return udid::familyName(report.name);
 }
 
 std::string quoted(const std::string& text) {
@@ -166,48 +213,80 @@ std::string generatorsText(const Explanation& explanation, const Layout& layout)
     return table.str(layout) + "\n";
 }
 
-// Zeros at the end, which a controller sends by the thousand, are counted and not shown.
-std::string pageText(const ExplainedPage& page) {
-    if (!page.present) {
-        const std::string title = sourceTitle(page);
-        return title.substr(0, title.rfind(',')) + ": the device has none\n";
-    }
+// The bytes of a page that are to be shown: all up to the last that is not 0 or that counts.
+std::size_t shownBytes(const ExplainedPage& page, const std::vector<udid::ByteRange>& deciding) {
     std::size_t shown = page.bytes.size();
     while (shown > 0 && page.bytes[shown - 1] == 0) {
         --shown;
     }
-    shown = std::min(page.bytes.size(), (shown / kBytesALine + 1) * kBytesALine);
+    for (const auto* const ranges : {&page.used, &deciding}) {
+        for (const udid::ByteRange& range : *ranges) {
+            shown = std::max(shown, std::min(page.bytes.size(), range.offset + range.length));
+        }
+    }
+    return std::min(page.bytes.size(), (shown / kBytesALine + 1) * kBytesALine);
+}
+
+// Zeros at the end, which a controller sends by the thousand, are counted and not shown.
+std::string pageText(const udid::Account& account, const ExplainedPage& page) {
+    if (!page.present) {
+        const std::string title = sourceTitle(page);
+        return title.substr(0, title.rfind(',')) + ": the device has none\n";
+    }
+    const std::vector<udid::ByteRange> deciding = decidingOf(account, page.code);
+    const std::size_t shown = shownBytes(page, deciding);
     const std::vector<std::uint8_t> head(page.bytes.begin(),
                                          page.bytes.begin() + static_cast<std::ptrdiff_t>(shown));
-    std::string text = sourceTitle(page) + "\n" + pageDump(head, page.used);
+    std::string text = sourceTitle(page) + "\n" + pageDump(head, page.used, deciding);
     if (shown < page.bytes.size()) {
         text += fmt::format("  {} more bytes, all 00\n", page.bytes.size() - shown);
     }
     return text;
 }
 
-std::string pagesText(const Explanation& explanation) {
+std::string pagesText(const udid::Account& account) {
     std::string text;
     bool marked = false;
-    for (const ExplainedPage& page : explanation.pages) {
-        text += pageText(page) + "\n";
+    for (const ExplainedPage& page : account.explanation.pages) {
+        text += pageText(account, page) + "\n";
         marked = marked || !page.used.empty();
     }
-    return (marked ? "In brackets: the bytes that stand in the UDID.\n" : "") + text;
+    const std::string deciding =
+        account.deciding.empty() ? "" : " In parentheses: those that decided how they are read.";
+    return (marked ? "In brackets: the bytes that stand in the UDID." + deciding + "\n" : "") +
+           text;
 }
 
-void addPieces(const char* part, const std::vector<Piece>& pieces, Table& table) {
+std::string placeOf(std::size_t first, std::size_t length) {
+    return length == 1 ? std::to_string(first) : fmt::format("{}-{}", first, first + length - 1);
+}
+
+// The bytes of a piece, with what of them the page does not hold.
+std::string bytesOf(const Explanation& explanation, const Piece& piece) {
+    if (piece.page == udid::kNoPage) {
+        return std::string();
+    }
+    if (std::string(originOf(explanation, piece)) == "missing page") {
+        return "the page is missing";
+    }
+    if (piece.length == 0) {
+        return "none";
+    }
+    const std::string all = placeOf(piece.offset, piece.length);
+    const std::size_t beyond = beyondOf(explanation, piece);
+    return beyond == 0 ? all
+           : beyond == piece.length
+               ? all + ", behind the page's end"
+               : fmt::format("{}, {} behind the page's end", all,
+                             placeOf(piece.offset + piece.length - beyond, beyond));
+}
+
+void addPieces(const char* part, const Explanation& explanation, const std::vector<Piece>& pieces,
+               Table& table) {
     for (const Piece& piece : pieces) {
-        std::string source;
-        std::string bytes;
-        if (piece.page != udid::kNoPage) {
-            source = sourceKey(piece.page);
-            bytes = piece.length == 1
-                        ? std::to_string(piece.offset)
-                        : fmt::format("{}-{}", piece.offset, piece.offset + piece.length - 1);
-            bytes = piece.length == 0 ? "none" : bytes;
-        }
-        table.addRow({part, source, bytes, nameOf(piece.format), piece.text});
+        const std::string source =
+            piece.page != udid::kNoPage ? sourceKey(piece.page) : originOf(explanation, piece);
+        table.addRow({part, source, bytesOf(explanation, piece), nameOf(piece.format), piece.text});
     }
 }
 
@@ -216,11 +295,11 @@ std::string piecesText(const Explanation& explanation, const Layout& layout) {
     if (decisive == nullptr) {
         return std::string();
     }
-    Table table({{"PART"}, {"PAGE"}, {"BYTES"}, {"FORMAT"}, {"TEXT", false, true}});
-    addPieces("prefix", decisive->prefix, table);
-    addPieces("dropped", decisive->dropped, table);
+    Table table({{"PART"}, {"FROM"}, {"BYTES", false, true}, {"FORMAT"}, {"TEXT", false, true}});
+    addPieces("prefix", explanation, decisive->prefix, table);
+    addPieces("dropped", explanation, decisive->dropped, table);
     if (explanation.outcome != Outcome::kPrefixAlone) {
-        addPieces("body", decisive->body, table);
+        addPieces("body", explanation, decisive->body, table);
     }
     return table.str(layout) + "\n";
 }
@@ -248,20 +327,44 @@ std::string outcomeText(const Explanation& explanation) {
     return "No generator claims the device, it has no UDID:";
 }
 
+std::vector<ShownDesignator> designatorsOf(const udid::Account& account,
+                                           const CScsiDeviceData& record) {
+    const auto page = record.m_pages.find(scsi::kDeviceIdentification);
+    if (page == record.m_pages.end() || page->second.bytes() == nullptr) {
+        return {};
+    }
+    const unsigned char* const bytes = page->second.bytes();
+    return shownDesignators({bytes, bytes + page->second.length}, account);
+}
+
+// What it rests on, folded to the width.
+std::string restsText(const udid::Account& account, const Layout& layout) {
+    std::string text;
+    for (const std::string& sentence : restsOn(account)) {
+        const std::string shown = visible(sentence);
+        const std::size_t width = layout.width == 0 ? shown.size() : layout.width;
+        for (const std::string& line : wrapped(shown, width)) {
+            text += line + "\n";
+        }
+    }
+    return text.empty() ? text : text + "\n";
+}
+
 std::string field(const char* name, const std::string& value) {
     return fmt::format("{:<14}{}\n", name, visible(value));
 }
 
 }  // namespace
 
-Json explanationJson(const Explanation& explanation) {
+Json explanationJson(const udid::Account& account, const CScsiDeviceData& record) {
+    const Explanation& explanation = account.explanation;
     Json generators = Json::array();
     for (const GeneratorReport& report : explanation.generators) {
-        generators.push_back(generatorJson(report));
+        generators.push_back(generatorJson(explanation, report));
     }
     Json pages = Json::array();
     for (const ExplainedPage& page : explanation.pages) {
-        pages.push_back(pageJson(page));
+        pages.push_back(pageJson(account, page));
     }
     const GeneratorReport* const decisive = explanation.decisive();
     Json json = Json::object();
@@ -274,12 +377,15 @@ Json explanationJson(const Explanation& explanation) {
     json["pages"] = pages;
     json["outcome"] = nameOf(explanation.outcome);
     json["made_by"] = decisive != nullptr ? jsonText(decisive->name) : Json(nullptr);
+    json["designators"] = designatorsJson(designatorsOf(account, record));
+    json["rests_on"] = textsJson(restsOn(account));
     json["udid"] = jsonText(explanation.udid);
     return json;
 }
 
-std::string explanationText(const Explanation& explanation, const NamedTexts& more,
-                            const Layout& layout) {
+std::string explanationText(const udid::Account& account, const CScsiDeviceData& record,
+                            const NamedTexts& more, const Layout& layout) {
+    const Explanation& explanation = account.explanation;
     std::string text = field("Device", explanation.deviceName);
     text += field("Vendor", explanation.vendor);
     text += field("Product", explanation.product);
@@ -290,8 +396,9 @@ std::string explanationText(const Explanation& explanation, const NamedTexts& mo
     for (const std::string& remark : explanation.remarks) {
         text += field("Note", remark);
     }
-    text += "\n" + generatorsText(explanation, layout) + pagesText(explanation) +
-            piecesText(explanation, layout);
+    text += "\n" + designatorsText(designatorsOf(account, record), layout) +
+            generatorsText(explanation, layout) + pagesText(account) +
+            piecesText(explanation, layout) + restsText(account, layout);
     return text + outcomeText(explanation) + "\n" +
            (explanation.udid.empty() ? "-" : visible(explanation.udid)) + "\n";
 }

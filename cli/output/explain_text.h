@@ -10,12 +10,12 @@
 
 namespace cli {
 
-/// An explanation as JSON.
-Json explanationJson(const udid::Explanation& explanation);
+/// An explanation as JSON; the record is the one that was explained.
+Json explanationJson(const udid::Account& account, const CScsiDeviceData& record);
 
 /// An explanation for people, `more` behind what the device is. Its last line is the UDID.
-std::string explanationText(const udid::Explanation& explanation, const NamedTexts& more,
-                            const Layout& layout);
+std::string explanationText(const udid::Account& account, const CScsiDeviceData& record,
+                            const NamedTexts& more, const Layout& layout);
 
 }  // namespace cli
 

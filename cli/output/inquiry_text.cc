@@ -52,18 +52,52 @@ std::string asciiBytes(const Bytes& bytes, std::size_t start) {
     return line;
 }
 
-// The bytes of one line with a place before each and behind the last, where a bracket may stand.
-std::string markedLine(const Bytes& bytes, std::size_t start, const std::vector<bool>& marks) {
+enum class Mark : unsigned char { kNone, kDeciding, kUsed };
+
+// What stands between two bytes of different marks; what closes gives way to what opens.
+char border(Mark before, Mark after) {
+    if (before == after) {
+        return ' ';
+    }
+    switch (after) {
+        case Mark::kUsed:
+            return '[';
+        case Mark::kDeciding:
+            return '(';
+        case Mark::kNone:
+            break;
+    }
+    return before == Mark::kUsed ? ']' : ')';
+}
+
+// The bytes of one line with a place before each and behind the last, where a mark may stand.
+std::string markedLine(const Bytes& bytes, std::size_t start, const std::vector<Mark>& marks) {
     const std::size_t end = std::min(bytes.size(), start + kBytesALine);
     std::string line;
-    bool open = false;
+    Mark open = Mark::kNone;
     for (std::size_t i = start; i < end; ++i) {
-        const char* const border = open == marks[i] ? " " : open ? "]" : "[";
-        const char* const middle = i % 8 == 0 && i != start ? " " : "";
-        line += fmt::format("{}{}{:02x}", open ? border : middle, open ? middle : border, bytes[i]);
+        const bool isMiddle = i % 8 == 0 && i != start;
+        // In the middle there is room for what closes and what opens.
+        if (isMiddle && open != marks[i]) {
+            line += border(open, Mark::kNone);
+            line += border(Mark::kNone, marks[i]);
+        } else {
+            line += border(open, marks[i]);
+            line += isMiddle ? " " : "";
+        }
+        line += fmt::format("{:02x}", bytes[i]);
         open = marks[i];
     }
-    return line + (open ? "]" : " ");
+    return line + border(open, Mark::kNone);
+}
+
+void setMarks(const std::vector<udid::ByteRange>& ranges, Mark mark, std::vector<Mark>& marks) {
+    for (const udid::ByteRange& range : ranges) {
+        for (std::size_t i = range.offset; i < range.offset + range.length && i < marks.size();
+             ++i) {
+            marks[i] = mark;
+        }
+    }
 }
 
 std::string field(const char* name, const std::string& value) {
@@ -87,14 +121,11 @@ std::string pageTitle(unsigned page, std::size_t length) {
                : fmt::format("VPD page 0x{:02x}, {}, {} bytes", page, pageName(page), length);
 }
 
-std::string pageDump(const Bytes& bytes, const std::vector<udid::ByteRange>& marked) {
-    std::vector<bool> marks(bytes.size());
-    for (const udid::ByteRange& range : marked) {
-        for (std::size_t i = range.offset; i < range.offset + range.length && i < marks.size();
-             ++i) {
-            marks[i] = true;
-        }
-    }
+std::string pageDump(const Bytes& bytes, const std::vector<udid::ByteRange>& marked,
+                     const std::vector<udid::ByteRange>& deciding) {
+    std::vector<Mark> marks(bytes.size(), Mark::kNone);
+    setMarks(deciding, Mark::kDeciding, marks);
+    setMarks(marked, Mark::kUsed, marks);
     std::string text;
     for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
         text += fmt::format("  {:02x} {:<50} {}\n", start, markedLine(bytes, start, marks),

@@ -19,10 +19,11 @@ std::string pageKey(unsigned page);
 /// What a page is and how many bytes it has, in one line for people.
 std::string pageTitle(unsigned page, std::size_t length);
 
-/// A page's bytes with offsets in front and characters behind. Those of `marked`, which are in
-/// order and apart from each other, stand in brackets.
+/// A page's bytes with offsets in front and characters behind. Those of `marked` stand in brackets,
+/// those of `deciding` that are not marked in parentheses.
 std::string pageDump(const std::vector<std::uint8_t>& bytes,
-                     const std::vector<udid::ByteRange>& marked = {});
+                     const std::vector<udid::ByteRange>& marked = {},
+                     const std::vector<udid::ByteRange>& deciding = {});
 
 /// A record as JSON. `hctl` is the device's whole address as sysfs has it, empty where it does not
 /// tell: the record's is the address word's, with eight bits of each number.

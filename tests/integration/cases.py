@@ -134,5 +134,8 @@ CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(wri
     "no_command": [],
     "help": ["--help"],
     "help_command": ["help", "rescan"],
+    "explain_mail": ["explain", "tests/mailed/quoted-mail.txt"],
+    "explain_hexdump": ["explain", "tests/mailed/hexdump-C.txt"],
+    "explain_no_page": ["explain", "cmake/install.cmake"],
     "version": ["--version"],
 }

@@ -143,6 +143,18 @@ def a_recorded_host_comes_from_standard_input(scsitool, _samples):
     return problems + one_line(empty, "standard input:")
 
 
+def mailed_pages_come_from_standard_input(scsitool, _samples):
+    problems = []
+    page = ROOT / "tests" / "mailed" / "quoted-mail.txt"
+    direct = scsitool.run(["explain", str(page)])
+    with open(page, "rb") as file:
+        piped = scsitool.run(["explain", "-"], stdin=file)
+    if (piped.stdout, piped.returncode) != (direct.stdout, 0):
+        problems.append("another answer than by its name")
+    empty = scsitool.run(["explain", "-"], stdin=subprocess.DEVNULL)
+    return problems + one_line(empty, "standard input: no page in it")
+
+
 def on_a_terminal(scsitool, arguments, columns):
     reading, writing = pty.openpty()
     environment = {"COLUMNS": str(columns), "TERM": "xterm"}
@@ -288,6 +300,7 @@ CHECKS = (
     output_that_cannot_be_kept_is_a_failure,
     a_reader_that_goes_away_changes_nothing,
     a_recorded_host_comes_from_standard_input,
+    mailed_pages_come_from_standard_input,
     tables_fit_the_terminal,
     a_sample_leaves_no_question_unanswered,
     closed_standard_streams_leave_the_journal_whole,

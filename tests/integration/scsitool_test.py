@@ -27,7 +27,7 @@ SKIPPED = 77
 TRACE_LINE = re.compile(r"^(\[6\] (?:Entering|Exiting) Function .* \[)[0-9]+, ", re.MULTILINE)
 # Every family that declines a device for its vendor has such a line, and a new one has it too.
 DECLINE_LINE = re.compile(
-    r'^\S+ +declines +vendor ".*" (?:is not|is none of|does not begin with) .*\n', re.MULTILINE)
+    r'^\S.*? +declines +vendor ".*" (?:is not|is none of|does not begin with) .*\n', re.MULTILINE)
 
 
 class Scsitool:

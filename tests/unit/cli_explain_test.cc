@@ -79,16 +79,23 @@ TEST(CliExplain, ShowsForPeopleWhatMadeTheUdid) {
         "localhost are made up\n"
         "Note          page 00 was not given: it is made of the pages that were\n"
         "\n"
-        "GENERATOR         ANSWER    BECAUSE\n"
-        "HP:MSA            declines  product \"2105F20\" does not contain \"MSA\"\n"
-        "HP:HSV            declines  vendor \"IBM\" is none of \"COMPAQ\", \"HP\"\n"
-        "HP:XP             declines  vendor \"IBM\" is not \"HP\"\n"
-        "IBM:TOTALSTORAGE  claims    vendor \"IBM\" begins with \"IBM\"\n"
-        "                            product \"2105F20\" contains \"2105\"\n"
+        "Designators of page 0x83:\n"
+        "OFFSET  ASSOCIATION   TYPE   CODE SET  LENGTH  VALUE                             "
+        "TAKEN\n"
+        "     4  logical unit  NAA 6  binary        16  60060160a1b2c3d41122334455667788  "
+        "bytes 22 to 23 taken\n"
         "\n"
-        "In brackets: the bytes that stand in the UDID.\n"
+        "GENERATOR             ANSWER    BECAUSE\n"
+        "HP MSA                declines  product \"2105F20\" does not contain \"MSA\"\n"
+        "HP EVA                declines  vendor \"IBM\" is none of \"COMPAQ\", \"HP\"\n"
+        "HP XP                 declines  vendor \"IBM\" is not \"HP\"\n"
+        "IBM ESS, DS8000, SVC  claims    vendor \"IBM\" begins with \"IBM\"\n"
+        "                                product \"2105F20\" contains \"2105\"\n"
+        "\n"
+        "In brackets: the bytes that stand in the UDID. In parentheses: those that decided how "
+        "they are read.\n"
         "VPD page 0x80, unit serial number, 12 bytes\n"
-        "  00  00 80 00 08[31 30 38 32  33 34 35]36              ....10823456\n"
+        "  00  00 80 00(08[31 30 38 32  33 34 35]36              ....10823456\n"
         "\n"
         "standard INQUIRY data, 96 bytes\n"
         "  00  00 00 06 02 5b 00 00 02  49 42 4d 20 20 20 20 20  ....[...IBM     \n"
@@ -100,16 +107,20 @@ TEST(CliExplain, ShowsForPeopleWhatMadeTheUdid) {
         "  00  00 83 00 14 01 03 00 10  60 06 01 60 a1 b2 c3 d4  ........`..`....\n"
         "  10  11 22 33 44 55 66[77 88]                          .\"3DUfw.\n"
         "\n"
-        "PART    PAGE  BYTES  FORMAT     TEXT\n"
-        "prefix               literal    UDID##IBM##TOTALSTORAGE##\n"
-        "body                 literal    IBM.\n"
-        "body    std   16-19  text       2105\n"
-        "body                 literal    -\n"
-        "body    80    4-10   text       1082345\n"
-        "body                 literal    ##\n"
-        "body    83    22-23  hex-lower  7788\n"
+        "PART    FROM       BYTES  FORMAT     TEXT\n"
+        "prefix  generator         literal    UDID##IBM##TOTALSTORAGE##\n"
+        "body    generator         literal    IBM.\n"
+        "body    std        16-19  text       2105\n"
+        "body    generator         literal    -\n"
+        "body    80         4-10   text       1082345\n"
+        "body    generator         literal    ##\n"
+        "body    83         22-23  hex-lower  7788\n"
         "\n"
-        "Made by IBM:TOTALSTORAGE, in upper case:\n"
+        "It rests on the array's number and on bytes 22 and 23 of page 0x83 alone; volumes of "
+        "one array that agree in these two bytes have the same UDID.\n"
+        "Only 7 of the 8 characters of the serial number stand in it.\n"
+        "\n"
+        "Made by IBM ESS, DS8000, SVC, in upper case:\n"
         "UDID##IBM##TOTALSTORAGE##IBM.2105-1082345##7788\n");
 }
 
@@ -125,14 +136,17 @@ TEST(CliExplain, JsonHoldsTheWholeExplanation) {
     EXPECT_EQ(explanation["outcome"], "claimed");
     EXPECT_EQ(explanation["made_by"], "HP:XP");
     EXPECT_EQ(explanation["generators"].size(), 3U);
-    EXPECT_EQ(explanation["generators"][0].dump(),
-              R"({"name":"HP:MSA","claimed":false,"comparisons":[{"field":"product",)"
-              R"("value":"OPEN-V","rule":"contains","expected":"MSA","matched":false}],)"
-              R"("pages":[],"prefix":[],"body":[],"dropped":[],"remarks":[],"failure":""})");
-    EXPECT_EQ(explanation["generators"][2]["body"].dump(),
-              R"([{"format":"decimal-of-hex-text","text":"74565","page":"std","offset":39,)"
-              R"("length":5},{"format":"literal","text":"##"},{"format":"decimal-of-hex-text",)"
-              R"("text":"16","page":"std","offset":44,"length":4}])");
+    EXPECT_EQ(
+        explanation["generators"][0].dump(),
+        R"({"name":"HP:MSA","family":"HP MSA","claimed":false,"comparisons":[{"field":"product",)"
+        R"("value":"OPEN-V","rule":"contains","expected":"MSA","matched":false}],)"
+        R"("pages":[],"prefix":[],"body":[],"dropped":[],"remarks":[],"failure":""})");
+    EXPECT_EQ(
+        explanation["generators"][2]["body"].dump(),
+        R"([{"format":"decimal-of-hex-text","text":"74565","origin":"page","page":"std","offset":39,)"
+        R"("length":5,"beyond":0},{"format":"literal","text":"##","origin":"generator"},)"
+        R"({"format":"decimal-of-hex-text","text":"16","origin":"page","page":"std",)"
+        R"("offset":44,"length":4,"beyond":0}])");
     EXPECT_EQ(explanation["pages"][0]["page"], "std");
     EXPECT_EQ(explanation["pages"][0]["length"], 96);
     EXPECT_EQ(explanation["pages"][0]["used"].dump(), R"([{"offset":39,"length":9}])");
@@ -175,7 +189,7 @@ TEST(CliExplain, ADeviceThatAnswersNothingIsExplainedToo) {
     EXPECT_NE(result.out.find("Note          the device opens and did not answer INQUIRY: "
                               "Inappropriate ioctl for device\n"),
               std::string::npos);
-    EXPECT_NE(result.out.find("(default)          claims    it claims every device\n"),
+    EXPECT_NE(result.out.find("Everything else       claims    it claims every device\n"),
               std::string::npos)
         << result.out;
     EXPECT_EQ(lastLine(result.out), "UDID######/DEV/MAPPER/CONTROL@DB01");
@@ -187,15 +201,16 @@ TEST(CliExplain, AFallbackSaysWhoFailedAndWhy) {
     sample.pages.erase(0xC8);
     CliMachine machine({});
     const CliResult result = machine.run(argumentsFor(sample, folder));
-    EXPECT_NE(result.out.find("                   fails     "
+    EXPECT_NE(result.out.find("                      fails     "
                               "MSG_UDID_ERROR_INVALID_SCSI_ENCLOSURE_DATA::\n"),
               std::string::npos)
         << result.out;
     EXPECT_NE(result.out.find("VPD page 0xc8, vendor-specific: the device has none\n"),
               std::string::npos);
-    EXPECT_NE(result.out.find("Made by (default) after a generator that claimed the device failed, "
-                              "in upper case:\n"),
-              std::string::npos);
+    EXPECT_NE(
+        result.out.find("Made by Everything else after a generator that claimed the device failed, "
+                        "in upper case:\n"),
+        std::string::npos);
     EXPECT_EQ(lastLine(result.out), "UDID##LSI##INF-01-00####60060160A1B2C3D41122334455667788");
 }
 
@@ -212,10 +227,17 @@ TEST(CliExplain, PresetAndTaqAreExplained) {
               "Unit serial   AB12\n"
               "Note          the caller assigned this UDID in advance\n"
               "\n"
+              "Designators of page 0x83:\n"
+              "OFFSET  ASSOCIATION   TYPE   CODE SET  LENGTH  VALUE             TAKEN\n"
+              "     4  logical unit  NAA 5  binary         8  5000c50012345678  no: no generator "
+              "built the UDID\n"
+              "\n"
+              "It rests on what the caller assigned, and on nothing of the device.\n"
+              "\n"
               "Assigned in advance, in upper case:\n"
               "MINE##1\n");
     const CliResult taq = machine.run({"explain", "/dev/sda", "--taq"});
-    EXPECT_NE(taq.out.find("Made by TAQ:TAQ as it stands:\n"), std::string::npos) << taq.out;
+    EXPECT_NE(taq.out.find("Made by TAQ as it stands:\n"), std::string::npos) << taq.out;
     EXPECT_EQ(lastLine(taq.out), "TAQ_UDID##ACME##TAQ_MODEL##disk-scsi-5000c50012345678");
 }
 
