@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes samples of the captures that the system tests take of sick guests.
 
-    tests/system/run --captures-dir FOLDER sick_units sick_paths
+    tests/system/run --captures-dir FOLDER sick_units sick_paths sick_silent
     tools/keep_captures.py FOLDER
 
 The rescan script, whose text is somebody else's, is left out; all else stays as it was captured.

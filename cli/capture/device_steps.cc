@@ -5,6 +5,9 @@
 
 #include "cli/capture/reading.h"
 #include "cli/capture/tour.h"
+#include "cli/common/asking.h"
+#include "cli/doctor/survey.h"
+#include "cli/prune/look.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 #include "scsitool/scsi/scsitool.h"
 #include "scsitool/tools/WWPN_discovery.h"
@@ -106,6 +109,17 @@ std::set<std::string> nodesOf(host::Host& host) {
 std::vector<std::string> tourNodes(host::Host& host) {
     const std::set<std::string> nodes = nodesOf(host);
     return {nodes.begin(), nodes.end()};
+}
+
+std::function<void(const std::string& node)> tourInterview() {
+    return [size = interviews::size(), volume = interviews::volume(),
+            doctor = doctor::interview()](const std::string& node) {
+        askNode(host::current(), node);
+        size(node);
+        volume(node);
+        doctor(node);
+        prune::askDiskForScript(node);
+    };
 }
 
 void askLibrary(host::Host& host) {

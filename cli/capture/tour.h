@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_CAPTURE_TOUR_H
 #define SCSITOOL_CLI_CAPTURE_TOUR_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ const std::vector<TourStep>& tourSteps();
 
 /// Every node that the tour sends SCSI commands to.
 std::vector<std::string> tourNodes(host::Host& host);
+
+/// Asks a node, on the current host, what the steps ask it; first what the kernel answers by
+/// itself.
+std::function<void(const std::string& node)> tourInterview();
 
 /// Takes all steps on a host that a caller listens to.
 void takeTour(host::Host& host);

@@ -13,6 +13,7 @@
 #include "recording/capture/recording_host.h"
 #include "recording/redaction/host_redaction.h"
 #include "recording/replay/recorded_absence.h"
+#include "recording/replay/recorded_asking.h"
 #include "recording/replay/recorded_host.h"
 #include "recording/replay/recorded_host_file.h"
 #include "scsitool/host/interruption.h"
@@ -99,8 +100,8 @@ class Capture : public Command {
             failToWrite(m_file, -refused);
         }
         host::Host& aside = context.hosts.aside();
-        askTheseAhead(
-            context, [&aside] { return tourNodes(aside); }, interviews::volume());
+        askForKeeps(
+            context, [&aside] { return tourNodes(aside); }, tourInterview());
         recording::RecordingHost recorder(context.host());
         takeTour(recorder);
         if (host::interruption() != 0) {
@@ -109,6 +110,9 @@ class Capture : public Command {
         RecordedHostData data = recorder.data();
         if (const RecordedHostData* const original = context.hosts.recording()) {
             recording::keepSilenceOf(*original, data);
+            recording::keepGivenUpOf(*original, data);
+        } else {
+            recording::noteGivenUp(context.givenUp(), data);
         }
         recording::keepOpenDevices(data);
         std::vector<std::string> remarks = recorder.remarks();

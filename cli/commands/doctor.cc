@@ -2,6 +2,7 @@
 #include "cli/common/command.h"
 #include "cli/doctor/doctor_text.h"
 #include "cli/doctor/examination.h"
+#include "cli/doctor/survey.h"
 
 namespace cli {
 namespace {
@@ -14,7 +15,7 @@ class Doctor : public Command {
     }
 
     Report run(Context& context) override {
-        askAhead(context, "", interviews::volume());
+        askAhead(context, "", doctor::interview());
         const doctor::Examination found =
             doctor::examine(context.view(), context.isRoot, context.options.deadline);
         Report report;

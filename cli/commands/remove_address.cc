@@ -3,12 +3,14 @@
 #include "cli/base/failure.h"
 #include "cli/common/acting.h"
 #include "cli/common/address_argument.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/disk_at_address.h"
 #include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
 #include "cli/names/resolver.h"
 #include "cli/names/word.h"
+#include "cli/prune/look.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -30,6 +32,7 @@ class RemoveAddress : public Command {
     Report run(Context& context) override {
         const SLinuxScsiDevice address = addressIn(context);
         m_force.apply(context);
+        askAround(context, address);
         const DiskAtAddress disk = diskAt(context, address);
         if (disk.presence == DiskAtAddress::Presence::kAbsent) {
             throw OperationError(addressText(address) +
@@ -65,6 +68,18 @@ class RemoveAddress : public Command {
         const auto bracketed = m_words.size() == 1 ? names::addressIn(word) : std::nullopt;
         return addressArgument(bracketed ? std::vector<std::string>{addressText(*bracketed)}
                                          : m_words);
+    }
+
+    // The disk and what the rules for its removal ask beside it.
+    static void askAround(const Context& context, const SLinuxScsiDevice& address) {
+        const prune::View view = {context.hosts.aside(), !context.isLive()};
+        const recording::guard::ScsiAddress at = scsiAddress(address);
+        askTheseAhead(
+            context, [view, at] { return prune::nodesAround(view, at); },
+            [udid = interviews::udid()](const std::string& node) {
+                udid(node);
+                prune::askDiskBehind(node);
+            });
     }
 
     std::vector<std::string> m_words;

@@ -5,6 +5,7 @@
 #include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
 #include "cli/hosts/enumeration_watch.h"
+#include "cli/prune/look.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -40,7 +41,10 @@ class RemoveDead : public Command {
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         std::vector<EnumerationGap> gaps;
-        askAhead(context, "", interviews::record());
+        askAhead(context, "", [record = interviews::record()](const std::string& node) {
+            record(node);
+            prune::askDiskBehind(node);
+        });
         const RecordList records = enumerate(discovery, context, gaps);
         if (!gaps.empty() && !m_force.isGiven()) {
             return refused(context, gaps);

@@ -1,7 +1,9 @@
 #include "cli/common/acting.h"
+#include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/refusals.h"
 #include "cli/common/script_arguments.h"
+#include "cli/prune/look.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -23,6 +25,9 @@ class RemoveStale : public Command {
         m_force.apply(context);
         CUDIDFactory factory;
         context.traceInto(factory);
+        const prune::View view = {context.hosts.aside(), !context.isLive()};
+        askTheseAhead(
+            context, [view] { return prune::nodesToAsk(view); }, prune::askDiskForScript);
         const int result = factory.removeStaleDevices(arguments);
         Report report;
         report.data["result"] = result;

@@ -5,6 +5,9 @@
 #include "cli/common/refusals.h"
 #include "cli/names/resolver.h"
 #include "cli/picture/identity_text.h"
+#include "cli/picture/last_known.h"
+#include "cli/picture/rows.h"
+#include "cli/view/condition.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli {
@@ -33,8 +36,12 @@ class Udid : public Command {
         Report report;
         report.data["name"] = jsonText(m_name);
         report.data["udid"] = jsonText(udid);
+        std::string hostName;
+        context.hosts.aside().hostName(hostName);
+        const bool isPath = picture::isPathUdid(udid, m_name, hostName);
+        report.data["identity"] = picture::identityJson(udid, isPath);
         picture::addFields(report.data, fieldsIn(factory, identities));
-        report.text = visible(udid) + "\n";
+        report.text = visible(view::udidText(udid, false, isPath)) + "\n";
         addRescanDoubts(report, context);
         if (udid.empty()) {
             report.failure = factory.deviceMap().count(m_name) != 0

@@ -2,6 +2,9 @@
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 #include "cli/names/resolver.h"
+#include "cli/picture/last_known.h"
+#include "cli/picture/rows.h"
+#include "cli/view/condition.h"
 
 namespace cli {
 namespace {
@@ -24,8 +27,7 @@ class Validate : public Command {
         askNamedAhead(context, m_name, interviews::udid(m_factoryOptions));
         const DeviceMap devices = factory.validateDeviceMap(m_name);
         Report report;
-        report.data["devices"] = devicesJson(devices);
-        report.text = devicesText(devices, context.layout);
+        show(devices, context, report);
         if (devices.empty()) {
             report.failure = whyNotFound(context, m_name);
         }
@@ -33,6 +35,21 @@ class Validate : public Command {
     }
 
   private:
+    static void show(const DeviceMap& devices, const Context& context, Report& report) {
+        std::string hostName;
+        context.hosts.aside().hostName(hostName);
+        report.data["devices"] = devicesJson(devices);
+        Table table({{"DEVICE"}, {"CLAIM", true}, {"UDID", false, true}});
+        std::size_t place = 0;
+        for (const auto& [name, info] : devices) {
+            const bool isPath = picture::isPathUdid(info.uid, name, hostName);
+            report.data["devices"][place++]["identity"] = picture::identityJson(info.uid, isPath);
+            table.addRow({name, std::to_string(info.dmpClaimLevel),
+                          info.uid.empty() ? "-" : view::udidText(info.uid, false, isPath)});
+        }
+        report.text = table.str(context.layout);
+    }
+
     std::string m_name;
     FactoryOptions m_factoryOptions;
 };

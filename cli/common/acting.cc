@@ -76,7 +76,7 @@ void addEffects(Report& report, const Context& context) {
     Json commands = Json::array();
     for (const CommandEffect& effect : context.host().commands()) {
         commands.push_back(commandJson(effect));
-        if (!host::isReadCommand(effect.command) && !isRefused(effect)) {
+        if (!host::isReadCommand(effect.command) && !effect.isRefused) {
             for (const std::string& line : effect.result.lines) {
                 if (const auto printed = printedLine(line)) {
                     report.text += visible(*printed, true) + "\n";
@@ -136,7 +136,7 @@ void addRescanDoubts(Report& report, const Context& context) {
         report.doubts.push_back(kNotComplete + whyNoScript(context));
     }
     for (const CommandEffect& effect : commands) {
-        if (isEffect(effect) && !succeeded(effect) && !isRefused(effect) &&
+        if (isEffect(effect) && !succeeded(effect) && !effect.isRefused &&
             !isWithoutMaps(context, effect)) {
             report.doubts.push_back(kNotComplete + failureText(context, effect));
         }

@@ -85,12 +85,14 @@ Names listedAs(host::Host& host, const std::string& name) {
 }
 
 void ask(const Context& context, recording::Asking asking) {
-    recording::AnsweringHost* const answering = context.hosts.answering();
-    if (answering != nullptr) {
-        asking.interview = [ask = std::move(asking.interview)](const std::string& name) {
-            const Untraced untraced;
-            ask(name);
-        };
+    asking.interview = [ask = std::move(asking.interview)](const std::string& name) {
+        const Untraced untraced;
+        ask(name);
+    };
+    if (recording::RecordedAsking* const recorded = context.hosts.recordedAsking()) {
+        recorded->ask(context.hosts.aside(), asking.devices, asking.interview);
+    }
+    if (recording::AnsweringHost* const answering = context.hosts.answering()) {
         answering->ask(std::move(asking));
     }
 }
@@ -131,8 +133,8 @@ void askAhead(const Context& context, const std::string& onlyName, const Intervi
     host::Host& host = context.hosts.aside();
     const recording::Asking::List all = [&host] { return listedDevices(host); };
     const recording::Asking::List one = [&host, onlyName] { return listedAs(host, onlyName); };
-    ask(context,
-        {onlyName.empty() ? all : one, onlyName.empty() || allAfterRescan ? all : one, interview});
+    ask(context, {onlyName.empty() ? all : one, onlyName.empty() || allAfterRescan ? all : one,
+                  interview, false});
 }
 
 void askNamedAhead(const Context& context, const std::string& name, const Interview& interview) {
@@ -142,7 +144,12 @@ void askNamedAhead(const Context& context, const std::string& name, const Interv
 
 void askTheseAhead(const Context& context, const recording::Asking::List& devices,
                    const Interview& interview) {
-    ask(context, {devices, devices, interview});
+    ask(context, {devices, devices, interview, false});
+}
+
+void askForKeeps(const Context& context, const recording::Asking::List& devices,
+                 const Interview& interview) {
+    ask(context, {devices, devices, interview, true});
 }
 
 std::string askedWithoutHelp(const HostStack& hosts) {
@@ -155,25 +162,27 @@ std::string askedWithoutHelp(const HostStack& hosts) {
 }
 
 void addUnanswered(Report& report, const Context& context) {
-    const std::vector<std::string> names = context.givenUp();
-    if (names.empty()) {
+    const recording::GivenUp givenUp = context.givenUp();
+    if (givenUp.empty()) {
         return;
     }
+    Names names;
     Json& list = report.data["unanswered"] = Json::array();
-    for (const std::string& name : names) {
-        list.push_back({{"name", jsonText(name)}, {"seconds", context.options.deadline}});
+    for (const auto& [name, seconds] : givenUp) {
+        names.push_back(name);
+        list.push_back({{"name", jsonText(name)}, {"seconds", seconds}});
     }
     // One that was asked alone is what the failure speaks of; a picture of the host has told of
     // all that did not answer, for whatever reason.
-    const bool isTold = (context.hosts.answering()->asked() == 1 && !report.failure.empty()) ||
-                        report.data.contains("unidentified");
+    const bool isTold =
+        (context.asked() == 1 && !report.failure.empty()) || report.data.contains("unidentified");
     if (isTold) {
         return;
     }
     Names named = names;
     named.resize(std::min(named.size(), kMostNamed));
     report.doubts.push_back(
-        std::to_string(names.size()) + " of " + std::to_string(context.hosts.answering()->asked()) +
+        std::to_string(names.size()) + " of " + std::to_string(context.asked()) +
         " disks did not answer: " + joined(named, " ") +
         (names.size() > kMostNamed ? " and " + std::to_string(names.size() - kMostNamed) + " more"
                                    : ""));

@@ -40,6 +40,11 @@ void askNamedAhead(const Context& context, const std::string& name, const Interv
 void askTheseAhead(const Context& context, const recording::Asking::List& devices,
                    const Interview& interview);
 
+/// The same for who writes down what devices say: those that do not answer in time give once more
+/// what they have said by then.
+void askForKeeps(const Context& context, const recording::Asking::List& devices,
+                 const Interview& interview);
+
 /// Why disks were asked one after the other all the same, in one line; empty when they were not.
 std::string askedWithoutHelp(const HostStack& hosts);
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <set>
 
 #include "recording/guard/kernel/answering.h"
 #include "scsitool/discovery/device_discovery_linux.h"
@@ -33,7 +32,9 @@ std::string openFailure(const Context& context, const std::string& name, int err
         return noAnswerFor(name);
     }
     const bool isUser = isDenied(error) && context.isLive() && !context.isRoot;
-    return name + ": cannot open the device: " + std::strerror(error) +
+    // Discovery opens for reading and writing, which a write-protected disk refuses.
+    const std::string what = error == EROFS ? "the device for writing: " : "the device: ";
+    return name + ": cannot open " + what + std::strerror(error) +
            (isUser ? "; run it as root" : "");
 }
 
@@ -48,13 +49,24 @@ std::vector<std::string> nativeDisks(host::Host& host) {
 
 }  // namespace
 
-std::vector<std::string> Context::givenUp() const {
-    const recording::AnsweringHost* const answering = hosts.answering();
-    if (answering == nullptr) {
-        return {};
+recording::GivenUp Context::givenUp() const {
+    if (const recording::RecordedAsking* const recorded = hosts.recordedAsking()) {
+        return recorded->givenUp();
     }
-    const std::set<std::string> names = answering->givenUp();
-    return {names.begin(), names.end()};
+    recording::GivenUp found;
+    if (const recording::AnsweringHost* const answering = hosts.answering()) {
+        for (const std::string& name : answering->givenUp()) {
+            found[name] = options.deadline;
+        }
+    }
+    return found;
+}
+
+std::size_t Context::asked() const {
+    if (const recording::RecordedAsking* const recorded = hosts.recordedAsking()) {
+        return recorded->asked();
+    }
+    return hosts.answering() != nullptr ? hosts.answering()->asked() : 0;
 }
 
 std::string hintWithoutDisks(const Context& context) {
@@ -63,19 +75,20 @@ std::string hintWithoutDisks(const Context& context) {
     if (error != 0) {
         return whyNotThere(view, kDiskList, error);
     }
-    const std::size_t silent = context.givenUp().size();
-    if (silent != 0) {
-        return std::to_string(silent) + " did not answer in " +
-               std::to_string(context.options.deadline) + " s";
+    const recording::GivenUp silent = context.givenUp();
+    if (!silent.empty()) {
+        return std::to_string(silent.size()) + " did not answer in " +
+               std::to_string(silent.begin()->second) + " s";
     }
     return std::string(kDiskList) + " names no sd disk" +
            (context.isLive() ? "; where one is connected, try 'scsitool rescan'" : "");
 }
 
 std::string whyNotFound(const Context& context, const std::string& name) {
-    const std::vector<std::string> givenUp = context.givenUp();
-    if (std::find(givenUp.begin(), givenUp.end(), name) != givenUp.end()) {
-        return name + ": no answer in " + std::to_string(context.options.deadline) + " s";
+    const recording::GivenUp givenUp = context.givenUp();
+    const auto silent = givenUp.find(name);
+    if (silent != givenUp.end()) {
+        return name + ": no answer in " + std::to_string(silent->second) + " s";
     }
     const int error = openError(context.hosts.aside(), name);
     if (error != 0) {

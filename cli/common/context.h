@@ -1,8 +1,8 @@
 #ifndef SCSITOOL_CLI_COMMON_CONTEXT_H
 #define SCSITOOL_CLI_COMMON_CONTEXT_H
 
+#include <cstddef>
 #include <string>
-#include <vector>
 
 #include "cli/base/options.h"
 #include "cli/common/host_view.h"
@@ -28,8 +28,10 @@ struct Context {
     bool isLive() const { return options.hostFile.empty(); }
     /// The same host for questions of the command's own.
     HostView view() const { return {hosts.aside(), hosts.recording()}; }
-    /// The disks that did not answer within `Options::deadline`, in the order of the alphabet.
-    std::vector<std::string> givenUp() const;
+    /// The disks that were asked and did not answer within the deadline, with its seconds.
+    recording::GivenUp givenUp() const;
+    /// How many disks were asked ahead.
+    std::size_t asked() const;
 
     /// Registers the trace log with an object of the library, if there is one.
     template <class Traceable>

@@ -35,6 +35,11 @@ std::string udidOf(host::Host& host, const std::string& node) {
 
 }  // namespace
 
+ScsiAddress scsiAddress(const SLinuxScsiDevice& address) {
+    return {static_cast<std::uint32_t>(address.host), static_cast<std::uint32_t>(address.channel),
+            static_cast<std::uint32_t>(address.id), static_cast<std::uint64_t>(address.lun)};
+}
+
 DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
     host::Host& host = context.hosts.aside();
     Evidence evidence(host, !context.isLive());
@@ -48,9 +53,7 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
         return disk;
     }
     disk.presence = Presence::kThere;
-    const ScsiAddress at = {
-        static_cast<std::uint32_t>(address.host), static_cast<std::uint32_t>(address.channel),
-        static_cast<std::uint32_t>(address.id), static_cast<std::uint64_t>(address.lun)};
+    const ScsiAddress at = scsiAddress(address);
     ScsiDevices devices(evidence);
     const std::string vendor = devices.attributeAt(at, "vendor");
     const std::string model = devices.attributeAt(at, "model");

@@ -5,6 +5,7 @@
 
 #include "cli/common/context.h"
 #include "cli/output/report.h"
+#include "recording/guard/effect/scsi_address.h"
 #include "scsitool/discovery/linux_scsi_device.h"
 
 namespace cli {
@@ -21,6 +22,9 @@ struct DiskAtAddress {
     std::string product;  ///< vendor and product as the kernel has them
     std::string udid;     ///< empty when the disk does not tell
 };
+
+/// The address as sysfs has it.
+recording::guard::ScsiAddress scsiAddress(const SLinuxScsiDevice& address);
 
 /// Looks the device up; the disk is asked for its UDID. Leaves no line in journal or trace log.
 DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address);

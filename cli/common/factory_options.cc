@@ -69,12 +69,4 @@ Json devicesJson(const DeviceMap& devices) {
     return list;
 }
 
-std::string devicesText(const DeviceMap& devices, const Layout& layout) {
-    Table table({{"DEVICE"}, {"CLAIM", true}, {"UDID", false, true}});
-    for (const auto& [name, info] : devices) {
-        table.addRow({name, std::to_string(info.dmpClaimLevel), info.uid.empty() ? "-" : info.uid});
-    }
-    return table.str(layout);
-}
-
 }  // namespace cli

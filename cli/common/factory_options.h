@@ -25,9 +25,6 @@ class FactoryOptions {
 /// The device map as the member "devices".
 Json devicesJson(const DeviceMap& devices);
 
-/// The device map as a table.
-std::string devicesText(const DeviceMap& devices, const Layout& layout);
-
 }  // namespace cli
 
 #endif

@@ -11,6 +11,15 @@ bool HostView::isUntold(const std::string& path) const {
     return isRecorded() && !host.pathExists(path) && !recording::saysAbsent(*recording, path);
 }
 
+unsigned HostView::secondsOf(const std::string& node, unsigned deadline) const {
+    if (!isRecorded()) {
+        return deadline;
+    }
+    const auto device = recording->devices.find(node);
+    const bool isGivenUp = device != recording->devices.end() && device->second.givenUpAfter != 0;
+    return isGivenUp ? device->second.givenUpAfter : deadline;
+}
+
 bool HostView::isUntoldCommand(const std::string& command) const {
     return isRecorded() && !recording::answersCommand(*recording, command);
 }

@@ -17,6 +17,9 @@ struct HostView {
     /// Tells whether a path that was not found may be there all the same: the recording does not
     /// speak of it. Never on a live machine.
     bool isUntold(const std::string& path) const;
+    /// How many seconds a device was waited for: until it was given up when the host was recorded,
+    /// or `deadline`.
+    unsigned secondsOf(const std::string& node, unsigned deadline) const;
     /// Tells whether a command was not run for the recording's want of an answer.
     bool isUntoldCommand(const std::string& command) const;
 };

@@ -59,7 +59,7 @@ std::vector<std::string> doneBesides(const WatchedHost& host) {
         }
     }
     for (const CommandEffect& effect : host.commands()) {
-        if (!host::isReadCommand(effect.command) && !isRefused(effect)) {
+        if (!host::isReadCommand(effect.command) && !effect.isRefused) {
             const std::size_t end = effect.command.find_last_not_of(' ') + 1;
             done.push_back("ran " + visible(effect.command.substr(0, end)));
         }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "cli/common/asking.h"
 #include "cli/common/record_list.h"
 #include "cli/doctor/identity_findings.h"
 #include "cli/picture/drawing.h"
@@ -66,8 +67,7 @@ class Round {
         askAll();
         Survey found;
         found.picture = picture::pictureOf(
-            picture::drawDevices({m_devices, m_records, m_watch},
-                                 {m_view.host, m_view.isRecorded(), m_deadline, "", true}));
+            picture::drawDevices({m_devices, m_records, m_watch}, {m_view, m_deadline, "", true}));
         for (const picture::Device& device : found.picture.devices) {
             if (device.kind == picture::Kind::kDisk) {
                 found.disks.push_back(lookAt(device));
@@ -176,6 +176,20 @@ std::vector<std::string> Survey::maps() const {
         }
     }
     return nodes;
+}
+
+std::function<void(const std::string& node)> interview() {
+    return [volume = interviews::volume()](const std::string& node) {
+        AnswerWatch watch(host::current());
+        const host::Scope scope(watch);
+        volume(node);
+        const SeenAnswer& seen = watch.seen(node);
+        if (isRefusal(seen.inquiryResult.value_or(0))) {
+            answersSgIo(watch, node);
+        } else if (seen.answer.kind == guard::Answer::Kind::kConnected) {
+            prune::liveIdentity({watch, false}, node, seen.answer);
+        }
+    };
 }
 
 Survey survey(const HostView& view, unsigned deadline) {

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_DOCTOR_SURVEY_H
 #define SCSITOOL_CLI_DOCTOR_SURVEY_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -50,6 +51,9 @@ struct Survey {
     /// The nodes of the multipath maps.
     std::vector<std::string> maps() const;
 };
+
+/// Asks a device, on the current host, what `survey` asks it.
+std::function<void(const std::string& node)> interview();
 
 /// Looks at all disks, maps and pseudo-devices, each asked as an enumeration asks it. It takes no
 /// lock and has no effect; a disk that the kernel holds back is not asked.

@@ -52,10 +52,16 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
     }
     recording::Journal& journal = *m_journals.emplace_back(makeJournal(journalStream));
     if (!options.hostFile.empty()) {
-        m_recording = std::make_shared<const recording::RecordedTree>(
-            recorded ? std::move(*recorded) : recording::loadRecordedHost(options.hostFile));
+        recording::RecordedHostData data =
+            recorded ? std::move(*recorded) : recording::loadRecordedHost(options.hostFile);
+        if (options.deadline == 0) {
+            recording::waitForAll(data);
+        }
+        m_recording = std::make_shared<const recording::RecordedTree>(std::move(data));
+        m_asked.emplace(m_recording->data());
         m_refusal.emplace();
         m_hosts.push_back(std::make_unique<recording::RecordedHost>(journal, m_recording));
+        m_hosts.push_back(std::make_unique<recording::GivenUpHost>(*m_hosts.back(), *m_asked));
         below = m_hosts.back().get();
     }
     if (options.dryRun) {
@@ -91,8 +97,9 @@ host::Host& HostStack::aside() {
     if (m_aside == nullptr) {
         recording::Journal& unread = *m_journals.emplace_back(makeJournal(nullptr));
         m_aside = std::make_unique<recording::RecordedHost>(unread, m_recording);
+        m_asideAsked = std::make_unique<recording::GivenUpHost>(*m_aside, *m_asked);
     }
-    return *m_aside;
+    return *m_asideAsked;
 }
 
 std::vector<std::string> HostStack::dryRunLines() const {

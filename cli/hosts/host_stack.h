@@ -12,6 +12,7 @@
 #include "recording/asking/answering_host.h"
 #include "recording/effects/journal.h"
 #include "recording/guard/guarded_host.h"
+#include "recording/replay/recorded_asking.h"
 #include "recording/replay/recorded_tree.h"
 #include "scsitool/host/host.h"
 #include "scsitool/host/linux_host.h"
@@ -53,6 +54,13 @@ class HostStack {
     recording::AnsweringHost* answering() { return m_answering.get(); }
     const recording::AnsweringHost* answering() const { return m_answering.get(); }
 
+    /// Which devices an operation on a recorded host asks, and who of them did not answer; null on
+    /// this machine.
+    recording::RecordedAsking* recordedAsking() { return m_asked ? &*m_asked : nullptr; }
+    const recording::RecordedAsking* recordedAsking() const {
+        return m_asked ? &*m_asked : nullptr;
+    }
+
     /// What a dry run would have done, as journal lines; empty otherwise.
     std::vector<std::string> dryRunLines() const;
 
@@ -61,10 +69,12 @@ class HostStack {
     std::unique_ptr<recording::AnsweringHost> m_answering;  // on the live one
     std::optional<host::LiveHostRefusal> m_refusal;  // set for as long as a recording stands in
     std::shared_ptr<const recording::RecordedTree> m_recording;
+    std::optional<recording::RecordedAsking> m_asked;  // of the recording
     std::vector<std::unique_ptr<recording::Journal>> m_journals;
     std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before
     const recording::Journal* m_dryRunJournal = nullptr;
     std::unique_ptr<host::Host> m_aside;
+    std::unique_ptr<host::Host> m_asideAsked;   // stands on it
     recording::GuardedHost* m_guard = nullptr;  // one of them
     std::unique_ptr<WatchedHost> m_top;
 };

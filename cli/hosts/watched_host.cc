@@ -29,6 +29,13 @@ std::string endedHow(const host::CommandResult& result) {
                                      : "ended with exit status " + std::to_string(status);
 }
 
+// In the guard's words, which a line that is left out takes along.
+bool isRefusal(const host::CommandResult& result) {
+    constexpr const char* kRefused = "refused: ";
+    return result.waitStatus == EBUSY << 8 && !result.lines.empty() &&
+           result.lines.front().compare(0, std::strlen(kRefused), kRefused) == 0;
+}
+
 // A line that is shown in a message; what is longer than anybody reads there is cut.
 std::string lastWords(const std::vector<std::string>& lines) {
     constexpr std::size_t kMost = 4096;
@@ -87,6 +94,7 @@ void WatchedHost::keep(const std::string& command, const host::CommandResult& re
         effect.result.lines.push_back(line);
     }
     effect.lastLine = lastWords(result.lines);
+    effect.isRefused = isRefusal(result);
 }
 
 int WatchedHost::operateSemaphore(int identifier,
@@ -134,6 +142,7 @@ CommandEffect effectOf(const std::string& command, host::CommandResult result) {
     CommandEffect effect;
     effect.command = command;
     effect.lastLine = lastWords(result.lines);
+    effect.isRefused = isRefusal(result);
     effect.result = std::move(result);
     return effect;
 }
@@ -141,12 +150,6 @@ CommandEffect effectOf(const std::string& command, host::CommandResult result) {
 bool couldNotStart(const CommandEffect& effect) {
     return !effect.result.timedOut && effect.result.waitStatus == kMissingProgram << 8 &&
            effect.lastLine.empty();
-}
-
-bool isRefused(const CommandEffect& effect) {
-    constexpr const char* kRefused = "refused: ";
-    return effect.result.waitStatus == EBUSY << 8 && !effect.result.lines.empty() &&
-           effect.result.lines.front().compare(0, std::strlen(kRefused), kRefused) == 0;
 }
 
 std::string endingText(const CommandEffect& effect) {

@@ -17,6 +17,7 @@ struct CommandEffect {
     host::CommandResult result;
     std::size_t linesLeftOut = 0;  ///< behind those that are kept
     std::string lastLine;          ///< the last one that is not blank, also when it is left out
+    bool isRefused = false;        ///< the guard refused it, so that it never ran
 };
 
 /// Text that was appended to a file, and what came of it.
@@ -85,9 +86,6 @@ bool succeeded(const CommandEffect& effect);
 
 /// Tells whether there is no such program, or none that can be executed.
 bool couldNotStart(const CommandEffect& effect);
-
-/// Tells whether the guard refused the command, so that it never ran.
-bool isRefused(const CommandEffect& effect);
 
 /// How a command ended, with the last line it printed: "/sbin/x ended with exit status 1: no". For
 /// a message of one line.

@@ -105,10 +105,13 @@ std::string field(const char* name, const std::string& value) {
 }
 
 std::string addressText(const CScsiDeviceData& record, const std::string& hctl) {
-    const std::string own = record.m_port < 0
-                                ? "unknown"
-                                : fmt::format("{}:{}:{}:{}", record.m_port, record.m_bus,
-                                              record.m_target, record.m_lun);
+    if (record.m_port < 0) {
+        const char* const whose =
+            " (host:channel:target:lun as sysfs has it; the device told none)";
+        return hctl.empty() ? "unknown" : hctl + whose;
+    }
+    const std::string own =
+        fmt::format("{}:{}:{}:{}", record.m_port, record.m_bus, record.m_target, record.m_lun);
     return own + " (host:channel:target:lun" +
            (hctl.empty() || hctl == own ? "" : ", eight bits of each; whole: " + hctl) + ")";
 }

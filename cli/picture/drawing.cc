@@ -1,6 +1,7 @@
 #include "cli/picture/drawing.h"
 
 #include <exception>
+#include <set>
 
 #include "cli/picture/last_known.h"
 #include "scsitool/discovery/device_discovery_linux.h"
@@ -8,6 +9,8 @@
 
 namespace cli::picture {
 namespace {
+
+namespace guard = recording::guard;
 
 constexpr const char* kDev = "/dev/";
 
@@ -39,19 +42,21 @@ ScsiAddress addressOf(const CScsiDeviceData& record) {
 class Drawing {
   public:
     Drawing(const Sighting& sighting, const Easel& easel)
-        : m_sighting(sighting), m_easel(easel), m_kernel(easel.host, easel.isRecorded) {
-        easel.host.hostName(m_hostName);
+        : m_sighting(sighting), m_easel(easel), m_kernel(easel.view.host, easel.view.isRecorded()) {
+        easel.view.host.hostName(m_hostName);
     }
 
     std::vector<Device> draw() {
         for (const auto& [name, info] : m_sighting.devices) {
             add(name, kindByName(name, info.dmpClaimLevel)).isListed = true;
         }
-        for (const KernelDisk& disk : m_kernel.disks()) {
+        const std::vector<KernelDisk> disks = m_kernel.disks();
+        for (const KernelDisk& disk : disks) {
             if (isOfInterest(kDev + disk.name)) {
                 take(disk);
             }
         }
+        takeUnattached(disks);
         for (const KernelMap& map : m_easel.withMaps ? m_kernel.maps() : std::vector<KernelMap>()) {
             const bool isKnown = m_devices.count(map.node) != 0;
             if (isKnown || (map.kind != Kind::kOther && isOfInterest(map.node))) {
@@ -88,9 +93,26 @@ class Drawing {
         device.kernelState = disk.state;
         m_listedKb[device.name] = disk.listedKb;
         if (disk.address) {
-            device.keptNames = unitNames(m_kernel.scsiDevices().pageAt(
-                *disk.address, recording::guard::kIdentificationPage));
+            device.keptNames = keptNamesAt(*disk.address);
         }
+    }
+
+    // It has no node: it goes by its address.
+    void takeUnattached(const std::vector<KernelDisk>& attached) {
+        for (const KernelDisk& disk : m_kernel.unattachedDisks(attached)) {
+            const std::string name = guard::addressText(*disk.address);
+            if (isOfInterest(name)) {
+                Device& device = add(name, Kind::kDisk);
+                device.address = disk.address;
+                device.keptNames = keptNamesAt(*disk.address);
+                device.kernelState = disk.state;
+                m_unattached.insert(name);
+            }
+        }
+    }
+
+    UnitNames keptNamesAt(const ScsiAddress& address) {
+        return unitNames(m_kernel.scsiDevices().pageAt(address, guard::kIdentificationPage));
     }
 
     void take(const KernelMap& map) {
@@ -103,15 +125,20 @@ class Drawing {
 
     void complete(Device& device) {
         const SeenAnswer& seen = m_sighting.answers.seen(device.name);
-        device.state = stateOf(seen, device.kernelState, m_easel.deadline);
+        device.state = stateOf(seen, device.kernelState,
+                               m_easel.view.secondsOf(device.name, m_easel.deadline));
         if (device.kind == Kind::kOther && device.state.condition != Condition::kOk) {
             device.state = {Condition::kNoScsi, "no SCSI disk"};
+        }
+        if (device.state.condition == Condition::kNotAsked && m_unattached.count(device.name)) {
+            device.state.text = "no block device";
         }
         takeLibrary(device);
         measure(device);
         if (!isAnswering(device.state.condition) && identityOf(device).empty() && device.address) {
-            const LastKnown known =
-                lastKnown(m_kernel.scsiDevices(), *device.address, device.name, m_hostName);
+            const LastKnown known = lastKnown(
+                m_kernel.scsiDevices(), *device.address,
+                device.name.front() == '/' ? device.name : kDev + device.name, m_hostName);
             device.lastKnownUdid = known.udid;
             picture::complete(device.fields, known.fields);
         }
@@ -174,13 +201,14 @@ class Drawing {
     CLinuxDeviceDiscovery m_discovery;
     std::string m_hostName;
     std::map<std::string, Device> m_devices;
+    std::set<std::string> m_unattached;
     std::map<std::string, std::optional<std::uint64_t>> m_listedKb;
 };
 
 }  // namespace
 
 std::vector<Device> drawDevices(const Sighting& sighting, const Easel& easel) {
-    const host::Scope scope(easel.host);
+    const host::Scope scope(easel.view.host);
     return Drawing(sighting, easel).draw();
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/common/host_view.h"
 #include "cli/hosts/answer_watch.h"
 #include "cli/picture/kernel_view.h"
 #include "scsitool/scsi/device_scsi_data.h"
@@ -23,8 +24,7 @@ struct Sighting {
 
 /// Where and how it is drawn.
 struct Easel {
-    host::Host& host;  ///< asked for what the kernel says, and for the sizes that it does not tell
-    bool isRecorded = false;
+    HostView view;  ///< asked for what the kernel says, and for the sizes that it does not tell
     unsigned deadline = 0;  ///< seconds that a device was waited for
     std::string only;       ///< the one device of interest; empty for all
     bool withMaps = true;   ///< maps and pseudo-devices are of interest

@@ -37,8 +37,8 @@ Picture Enumeration::picture() {
         sighting.devices[disk.m_deviceName].deviceName = disk.m_deviceName;
         sighting.records[disk.m_deviceName] = &disk;
     }
-    return pictureOf(drawDevices(sighting, {m_context.hosts.aside(), !m_context.isLive(),
-                                            m_context.options.deadline, m_only, m_withMaps}));
+    return pictureOf(
+        drawDevices(sighting, {m_context.view(), m_context.options.deadline, m_only, m_withMaps}));
 }
 
 std::string Enumeration::hint() const {

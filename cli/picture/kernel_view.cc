@@ -1,6 +1,7 @@
 #include "cli/picture/kernel_view.h"
 
 #include <algorithm>
+#include <set>
 
 #include "recording/guard/kernel/kernel_tables.h"
 #include "recording/guard/rules/stacks.h"
@@ -31,10 +32,29 @@ KernelDisk KernelView::disk(const std::string& name) {
     disk.address = m_blocks.addressOf(name);
     disk.sizeKb = m_blocks.sizeKb(name);
     if (disk.address) {
-        disk.state = {m_scsi.attributeAt(*disk.address, "state"),
-                      m_scsi.attributeAt(*disk.address, "access_state")};
+        disk.state = stateAt(*disk.address);
     }
     return disk;
+}
+
+KernelState KernelView::stateAt(const ScsiAddress& address) {
+    return {m_scsi.attributeAt(address, "state"), m_scsi.attributeAt(address, "access_state")};
+}
+
+std::vector<KernelDisk> KernelView::unattachedDisks(const std::vector<KernelDisk>& attached) {
+    std::set<std::string> known;
+    for (const KernelDisk& disk : attached) {
+        known.insert(disk.address ? guard::addressText(*disk.address) : "");
+    }
+    std::vector<KernelDisk> disks;
+    for (const ScsiAddress& address : m_scsi.addresses()) {
+        if (known.count(guard::addressText(address)) == 0 &&
+            guard::isDiskType(m_scsi.attributeAt(address, "type")) &&
+            m_scsi.disksAt(address).empty()) {
+            disks.push_back({"", address, stateAt(address), std::nullopt, std::nullopt});
+        }
+    }
+    return disks;
 }
 
 std::vector<KernelDisk> KernelView::disks() {

@@ -13,7 +13,7 @@ namespace cli::picture {
 
 /// What the kernel says of a disk, without anything being asked of the disk.
 struct KernelDisk {
-    std::string name;  ///< "sda"
+    std::string name;  ///< "sda"; empty for one without a block device
     std::optional<ScsiAddress> address;
     KernelState state;
     std::optional<std::uint64_t> sizeKb;    ///< as sysfs has it
@@ -38,6 +38,9 @@ class KernelView {
 
     /// The whole disks of the SCSI disk driver, in no order.
     std::vector<KernelDisk> disks();
+    /// The SCSI disks beside these, without a block device: the disk driver has not taken them, or
+    /// not yet.
+    std::vector<KernelDisk> unattachedDisks(const std::vector<KernelDisk>& attached);
     /// The address of the disk that a node is of; none for what is no SCSI disk.
     std::optional<ScsiAddress> addressOf(const std::string& node);
     /// The maps, those that are no multipath maps too, and the pseudo-devices.
@@ -47,6 +50,7 @@ class KernelView {
     recording::guard::ScsiDevices& scsiDevices() { return m_scsi; }
 
   private:
+    KernelState stateAt(const ScsiAddress& address);
     KernelDisk disk(const std::string& name);
     KernelMap map(const std::string& kernelName);
 

@@ -26,10 +26,6 @@ Json textOrNull(const std::string& text) {
     return text.empty() ? Json(nullptr) : jsonText(text);
 }
 
-const char* identityJson(const std::string& udid, bool isPathUdid) {
-    return udid.empty() ? "none" : isPathUdid ? "path" : "unit";
-}
-
 // What an entry of any list has in addition to its name.
 void describe(Json& json, const Device& device) {
     json["address"] = addressJson(device);
@@ -66,6 +62,10 @@ Json volumeJson(const Picture& picture, const Volume& volume) {
 }
 
 }  // namespace
+
+const char* identityJson(const std::string& udid, bool isPathUdid) {
+    return udid.empty() ? "none" : isPathUdid ? "path" : "unit";
+}
 
 void addToDeviceMap(Json& devices, const Picture& picture) {
     std::map<Json, const Device*> byName;

@@ -6,6 +6,9 @@
 
 namespace cli::picture {
 
+/// What a UDID rests on, for the member "identity".
+const char* identityJson(const std::string& udid, bool isPathUdid);
+
 /// Adds to an entry of the device map, found by its name, what the picture knows of it.
 void addToDeviceMap(Json& devices, const Picture& picture);
 /// The devices that the kernel lists and the library leaves out.

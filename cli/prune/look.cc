@@ -1,12 +1,13 @@
 #include "cli/prune/look.h"
 
 #include <algorithm>
-#include <array>
 #include <tuple>
 
 #include "recording/guard/judgement.h"
 #include "recording/guard/kernel/block_devices.h"
 #include "recording/guard/kernel/scsi_devices.h"
+#include "recording/guard/rules/script_check.h"
+#include "recording/guard/rules/stacks.h"
 
 namespace cli::prune {
 namespace {
@@ -17,10 +18,6 @@ using guard::BlockDevices;
 using guard::Evidence;
 using guard::ScsiAddress;
 using guard::ScsiDevices;
-
-// The peripheral device types that the kernel's disk driver serves: direct access, optical memory,
-// simplified direct access, host-managed zoned.
-constexpr std::array<const char*, 4> kDiskTypes = {"0", "7", "14", "20"};
 
 constexpr const char* kScsiDevices = "/sys/class/scsi_device/";
 
@@ -33,7 +30,7 @@ std::string diskAt(ScsiDevices& devices, const ScsiAddress& address) {
 bool isDisk(ScsiDevices& devices, const ScsiAddress& address) {
     const std::string type = devices.attributeAt(address, "type");
     return type.empty() ? diskAt(devices, address).compare(0, 2, "sd") == 0
-                        : std::find(kDiskTypes.begin(), kDiskTypes.end(), type) != kDiskTypes.end();
+                        : guard::isDiskType(type);
 }
 
 // In any other state a command waits, possibly for good.
@@ -46,6 +43,31 @@ Answer unclear(const std::string& why) {
     Answer answer;
     answer.why = why;
     return answer;
+}
+
+// What a disk is asked by; empty for one without a node.
+std::string nodeAt(ScsiDevices& scsi, BlockDevices& blocks, const ScsiAddress& address) {
+    const std::string name = diskAt(scsi, address);
+    return name.empty() ? scsi.genericNodeAt(address) : blocks.node(name).value_or("");
+}
+
+void addNode(ScsiDevices& scsi, BlockDevices& blocks, const ScsiAddress& address,
+             std::vector<std::string>& nodes) {
+    const std::string node = mayBeAsked(scsi.attributeAt(address, "state"))
+                                 ? nodeAt(scsi, blocks, address)
+                                 : std::string();
+    if (!node.empty()) {
+        nodes.push_back(node);
+    }
+}
+
+void addNodesOf(const std::string& map, ScsiDevices& scsi, BlockDevices& blocks,
+                std::vector<std::string>& nodes) {
+    for (const std::string& path : blocks.slaves(map)) {
+        if (const auto address = blocks.addressOf(path)) {
+            addNode(scsi, blocks, *address, nodes);
+        }
+    }
 }
 
 Answer ask(Evidence& evidence, const std::string& node, const std::string& state) {
@@ -138,6 +160,62 @@ Found<ScsiAddress> findDisks(const View& view) {
     return disks;
 }
 
+std::vector<std::string> nodesToAsk(const View& view) {
+    Evidence evidence(view.host, view.isRecorded);
+    ScsiDevices scsi(evidence);
+    BlockDevices blocks(evidence);
+    std::vector<std::string> nodes;
+    for (const ScsiAddress& address : findDisks(view).list) {
+        addNode(scsi, blocks, address, nodes);
+    }
+    for (const std::string& name : guard::powerPathDevices(evidence)) {
+        nodes.push_back("/dev/" + name);
+    }
+    return nodes;
+}
+
+std::vector<std::string> nodesAround(const View& view, const ScsiAddress& address) {
+    Evidence evidence(view.host, view.isRecorded);
+    ScsiDevices scsi(evidence);
+    BlockDevices blocks(evidence);
+    std::vector<std::string> nodes;
+    addNode(scsi, blocks, address, nodes);
+    const std::string name = diskAt(scsi, address);
+    for (const std::string& holder : name.empty() ? BlockDevices::Names() : blocks.holders(name)) {
+        addNodesOf(holder, scsi, blocks, nodes);
+    }
+    for (const std::string& pseudoDevice : guard::powerPathDevices(evidence)) {
+        nodes.push_back("/dev/" + pseudoDevice);
+    }
+    return nodes;
+}
+
+std::vector<std::string> nodesOfMap(const View& view, const std::string& mapName) {
+    Evidence evidence(view.host, view.isRecorded);
+    ScsiDevices scsi(evidence);
+    BlockDevices blocks(evidence);
+    std::vector<std::string> nodes;
+    const std::string name = kernelNameOfMap(blocks, mapName);
+    if (!name.empty()) {
+        addNodesOf(name, scsi, blocks, nodes);
+    }
+    return nodes;
+}
+
+void askDiskBehind(const std::string& node) {
+    Evidence evidence(host::current(), false);
+    const Answer answer = guard::askDisk(evidence, node);
+    if (answer.kind == Answer::Kind::kConnected) {
+        identityBehind(evidence, node, answer);
+    }
+}
+
+void askDiskForScript(const std::string& node) {
+    askDiskBehind(node);
+    Evidence evidence(host::current(), false);
+    guard::failsTestUnitReady(evidence, node);
+}
+
 DiskSighting lookAtDisk(const View& view, const ScsiAddress& address) {
     Evidence evidence(view.host, view.isRecorded);
     ScsiDevices scsi(evidence);
@@ -149,8 +227,7 @@ DiskSighting lookAtDisk(const View& view, const ScsiAddress& address) {
         view.isRecorded || view.host.isDirectory(kScsiDevices + addressText(address) + "/device/");
     disk.shown = name.empty() ? guard::addressText(address) : "/dev/" + name;
     disk.state = scsi.attributeAt(address, "state");
-    const std::string node =
-        name.empty() ? scsi.genericNodeAt(address) : blocks.node(name).value_or("");
+    const std::string node = nodeAt(scsi, blocks, address);
     disk.answer = ask(evidence, node, disk.state);
     if (disk.answer.kind == Answer::Kind::kConnected) {
         disk.kernel = identityAt(scsi, address);

@@ -24,6 +24,19 @@ struct Found {
 /// The addresses of the kernel's SCSI disks, in the order of their numbers.
 Found<recording::guard::ScsiAddress> findDisks(const View& view);
 
+/// The nodes that `lookAtDisk` asks, those of all disks, and the pseudo-devices that may hold them.
+std::vector<std::string> nodesToAsk(const View& view);
+/// Those of one disk and of the other paths of the multipath maps above it, which the rules for its
+/// removal ask; those of a map.
+std::vector<std::string> nodesAround(const View& view,
+                                     const recording::guard::ScsiAddress& address);
+std::vector<std::string> nodesOfMap(const View& view, const std::string& mapName);
+/// Asks the disk behind a node, on the current host, what `lookAtDisk` asks it, and with it the
+/// rules for a removal.
+void askDiskBehind(const std::string& node);
+/// The same, and what the rescan script's removals are foreseen by.
+void askDiskForScript(const std::string& node);
+
 /// Looks at the disk at an address: the kernel's state of it first, then what it answers, so that
 /// one that comes back meanwhile is seen to live.
 DiskSighting lookAtDisk(const View& view, const recording::guard::ScsiAddress& address);

@@ -5,6 +5,7 @@
 
 #include "cli/base/failure.h"
 #include "cli/common/acting.h"
+#include "cli/common/asking.h"
 #include "cli/common/script_arguments.h"
 #include "scsitool/host/interruption.h"
 
@@ -41,6 +42,8 @@ std::string flushCommand(host::Host& host, const std::string& mapName) {
 }  // namespace
 
 void Pruning::look() {
+    askTheseAhead(
+        m_context, [this] { return nodesToAsk(m_view); }, askDiskBehind);
     lookAtMaps();
     lookAtDisks();
 }
@@ -127,6 +130,10 @@ bool Pruning::isRefused(Row& row, std::size_t refusalsBefore) const {
 }
 
 void Pruning::removeDisk(Row& row) {
+    // Anew: it may have come back since it was looked at.
+    askTheseAhead(
+        m_context, [this, address = *row.address] { return nodesAround(m_view, address); },
+        askDiskBehind);
     row.users = usersOfDisk(m_view, *row.address);
     const std::size_t refusals = m_context.hosts.guard().refusals().size();
     const std::string folder = kScsiDevices + addressText(*row.address) + "/device/";
@@ -150,6 +157,8 @@ void Pruning::removeDisk(Row& row) {
 
 void Pruning::flushMap(Row& row) {
     const std::string name = mapNameOf(row);
+    askTheseAhead(
+        m_context, [this, name] { return nodesOfMap(m_view, name); }, askDiskBehind);
     row.users = usersOfMap(m_view, name);
     const std::size_t refusals = m_context.hosts.guard().refusals().size();
     const std::string noWord = whyNoWord(name);

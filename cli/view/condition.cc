@@ -27,14 +27,14 @@ Texts textsOf(const Device& device, const DeviceFacts& facts) {
     return texts;
 }
 
+}  // namespace
+
 std::string udidText(const std::string& udid, bool isLastKnown, bool isPathUdid) {
     return udid.empty() ? udid
                         : udid + (isLastKnown  ? " (last known)"
                                   : isPathUdid ? " (this path at this host only)"
                                                : "");
 }
-
-}  // namespace
 
 std::string conditionOf(const Row& row) {
     std::vector<std::pair<std::string, Texts>> said;

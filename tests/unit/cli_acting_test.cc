@@ -89,6 +89,27 @@ TEST(CliRescan, WhatIsKeptIsBoundedForAllCommandsTogether) {
     EXPECT_EQ(watch.commands()[1].linesLeftOut, 128U);
 }
 
+// What the guard refused did not run, also when nothing of what it said is kept.
+TEST(CliRescan, ARefusalIsKnownAlsoWhenItsLinesAreNotKept) {
+    recording::RecordedHostData data;
+    data.commands = {{kScript, linesThatFill(kLineSize)},
+                     {"/sbin/multipath -F", {"refused: it is mounted"}, EBUSY},
+                     {"/sbin/multipath -v0", {"device busy", "refused: it is mounted"}, EBUSY},
+                     {"/sbin/multipath -ll", {"refused: it is mounted"}, 1}};
+    recording::Journal journal;
+    recording::RecordedHost host(data, journal);
+    cli::WatchedHost watch(host, {});
+    for (const char* const command :
+         {kScript, kScript, "/sbin/multipath -F", "/sbin/multipath -v0", "/sbin/multipath -ll"}) {
+        watch.runCommand(command, 1);
+    }
+    EXPECT_EQ(watch.commands()[2].linesLeftOut, 1U);
+    EXPECT_TRUE(watch.commands()[2].isRefused);
+    EXPECT_FALSE(watch.commands()[1].isRefused);
+    EXPECT_FALSE(watch.commands()[3].isRefused) << "another's words";
+    EXPECT_FALSE(watch.commands()[4].isRefused) << "another's exit status";
+}
+
 TEST(CliRescan, TheLastLineIsToldAlsoWhenItIsNotKept) {
     recording::RecordedHostData data = hostWithScript();
     std::vector<std::string> lines = linesThatFill(kLineSize, 3);

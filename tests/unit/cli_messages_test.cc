@@ -249,7 +249,7 @@ std::vector<Said> saidOnAMachine() {
          {"validate", "/dev/sdb"},
          [](Data& data) { data.devices["/dev/sdb"].writeError = EROFS; },
          1,
-         "/dev/sdb: cannot open the device: Read-only file system"},
+         "/dev/sdb: cannot open the device for writing: Read-only file system"},
         {"a node that is no disk",
          {"udid", "/dev/st0"},
          [](Data& data) { data.devices["/dev/st0"] = {}; },

@@ -67,6 +67,40 @@ TEST(PictureHosts, OneDeadPathDoesNotRenameAMountedVolume) {
     EXPECT_EQ(devices[1]["state"], "no answer: input/output error");
 }
 
+// A UDID that holds on this host only is no identity, whichever command shows it.
+TEST(PictureHosts, AUdidOfAPathIsMarkedByEveryCommand) {
+    SickHost host = mappedHost();
+    silence(host.data.devices["/dev/mapper/mpathb"], EIO);
+    const std::string path = "UDID######/DEV/MAPPER/MPATHB@GUEST";
+    EXPECT_EQ(run(host, {"udid", "/dev/mapper/mpathb"}).out,
+              path + " (this path at this host only)\n");
+    EXPECT_THAT(run(host, {"validate", "/dev/mapper/mpathb"}).out,
+                HasSubstr("  " + path + " (this path at this host only)\n"));
+    const auto udid = run(host, {"udid", "/dev/mapper/mpathb", "--json"}).json();
+    EXPECT_EQ(udid["udid"], path) << "as the library has it";
+    EXPECT_EQ(udid["identity"], "path");
+    const auto identity = [&](const std::string& name) {
+        return run(host, {"validate", name, "--json"}).json()["devices"][0]["identity"];
+    };
+    EXPECT_EQ(identity("/dev/mapper/mpathb"), "path");
+    EXPECT_EQ(identity("/dev/sda"), "unit");
+    EXPECT_EQ(run(host, {"udid", "/dev/sda"}).out, kFirst + "\n");
+    EXPECT_EQ(run(host, {"udid", "/dev/sda", "--json"}).json()["identity"], "unit");
+    EXPECT_EQ(run(host, {"udid", "/dev/none", "--json"}).json()["identity"], "none");
+}
+
+// Its address is the kernel's: it did not answer when it was asked for its own.
+TEST(PictureHosts, ADiskWithoutAnAddressWordShowsTheAddressOfSysfs) {
+    SickHost host = mappedHost();
+    host.data.devices["/dev/sda"].standardInquiry->error = EIO;
+    EXPECT_THAT(run(host, {"inquiry", "/dev/sda", "--json"}).json()["records"][0]["host"], -1);
+    host.data.devices["/dev/sda"] = namedDisk("A1", 1);
+    host.data.devices["/dev/sda"].idLun.reset();
+    EXPECT_THAT(run(host, {"inquiry", "/dev/sda"}).out,
+                HasSubstr("\nAddress           2:0:0:1 (host:channel:target:lun as sysfs has it; "
+                          "the device told none)\n"));
+}
+
 TEST(PictureHosts, WithAllPathsDownEveryDiskHasItsRow) {
     SickHost host = mappedHost();
     for (const char* name : {"/dev/sda", "/dev/sdb", "/dev/sdc", "/dev/mapper/mpathb"}) {
@@ -93,6 +127,52 @@ TEST(PictureHosts, WithAllPathsDownEveryDiskHasItsRow) {
     EXPECT_EQ(volumes[0]["identity"], "none");
     EXPECT_EQ(volumes[0]["last_known_udid"], kFirst);
     EXPECT_THAT(run(host, {"volumes"}).out, HasSubstr("  " + kSecond + " (last known)\n"));
+}
+
+// The disk driver was unbound from it, or has not looked at it yet.
+TEST(PictureHosts, ADiskWithoutABlockDeviceHasARow) {
+    SickHost host = mappedHost();
+    const std::string device = "/sys/class/scsi_device/2:0:0:16684/device/";
+    host.data.directories["/sys/class/scsi_device/"].push_back("2:0:0:16684");
+    host.data.directories[device] = {".", "..", "type", "state"};
+    host.data.files[device + "type"] = "0\n";
+    host.data.files[device + "state"] = "running\n";
+    const CliResult result = run(host, {"devices"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "scsitool: 1 of 4 disks were not asked: 2:0:0:16684\n");
+    EXPECT_THAT(result.out,
+                HasSubstr("2:0:0:16684             0  2:0:0:16684  no block device  -\n"));
+    for (const std::string command : {"devices", "volumes", "disks"}) {
+        const auto unidentified = run(host, {command, "--json"}).json()["unidentified"];
+        ASSERT_EQ(unidentified.size(), 1U) << command;
+        EXPECT_EQ(unidentified[0]["name"], "2:0:0:16684");
+        EXPECT_EQ(unidentified[0]["hctl"], "2:0:0:16684");
+        EXPECT_EQ(unidentified[0]["state"], "no block device");
+    }
+    host.setAttribute("2:0:0:16684", "state", "offline\n");
+    EXPECT_THAT(run(host, {"devices"}).out, HasSubstr("2:0:0:16684  offline"));
+    // What is no disk, or does not say what it is, has none either.
+    for (const char* const type : {"5\n", "1\n", ""}) {
+        host.setAttribute("2:0:0:16684", "type", type);
+        EXPECT_EQ(run(host, {"devices"}).status, 0) << type;
+    }
+}
+
+// The pages that the kernel keeps of it tell which volume it carries.
+TEST(PictureHosts, ADiskWithoutABlockDeviceIsAPathOfItsVolume) {
+    SickHost host = mappedHost();
+    host.addDisk("sdx", "3:0:0:1", namedDisk("A", 1));
+    host.data.links.erase("/sys/class/block/sdx/device");
+    host.data.directories["/sys/class/block/"].pop_back();
+    host.data.directories["/dev/"].pop_back();
+    host.data.devices.erase("/dev/sdx");
+    std::string& disks = host.data.files["/proc/partitions"].content;
+    disks.erase(disks.rfind("   8 "));
+    host.setAttribute("3:0:0:1", "type", "0\n");
+    const auto document = run(host, {"volumes", "--json"}).json();
+    EXPECT_EQ(document["unidentified"][0]["last_known_udid"], kFirst);
+    EXPECT_EQ(document["volumes"].size(), 2U);
+    EXPECT_EQ(document["volumes"][0]["devices"][0]["name"], "3:0:0:1");
 }
 
 TEST(PictureHosts, TheStatesOfDisks) {

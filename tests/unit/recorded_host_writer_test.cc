@@ -50,6 +50,7 @@ RecordedHostData everything() {
     data.devices["/dev/sdb"].openError = 6;
     data.devices["/dev/sdc"].writeError = 30;
     data.devices["/dev/sdc"].idLunError = 22;
+    data.devices["/dev/sdd"].givenUpAfter = 3600;
     data.devices["/dev/sg0"].number = {host::DeviceNumber::Kind::kCharacter, 21, 0};
     data.devices["/dev/mapper/control"] = {};
     data.commands = {{"/bin/ls x", {"a", "\xFF"}, 0, 0, false},
@@ -88,6 +89,8 @@ TEST(RecordedHostWriter, IsReadBackAsItWas) {
     EXPECT_EQ(read.devices.at("/dev/sdb").openError, 6);
     EXPECT_EQ(read.devices.at("/dev/sdc").writeError, 30);
     EXPECT_EQ(read.devices.at("/dev/sdc").idLunError, 22);
+    EXPECT_EQ(read.devices.at("/dev/sdd").givenUpAfter, 3600U);
+    EXPECT_EQ(read.devices.at("/dev/sdc").givenUpAfter, 0U);
     EXPECT_EQ(read.devices.at("/dev/sg0").number.kind, host::DeviceNumber::Kind::kCharacter);
     EXPECT_EQ(read.devices.size(), data.devices.size());
     ASSERT_EQ(read.commands.size(), 4U);

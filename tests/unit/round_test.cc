@@ -9,12 +9,15 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "cheap_forks.h"
+
 namespace {
 
 using recording::AskingLimits;
 using recording::AskingProgress;
 using recording::Board;
 using recording::Round;
+using test::kForksAreCheap;
 using End = Round::End;
 
 std::vector<std::string> names(std::size_t count) {
@@ -27,6 +30,10 @@ std::vector<std::string> names(std::size_t count) {
 
 std::string echo(const std::string& name) {
     return "said " + name;
+}
+
+std::string work(const std::string& name, const Round::Draft& /*draft*/) {
+    return echo(name);
 }
 
 [[noreturn]] void hang() {
@@ -75,7 +82,7 @@ TEST(Round, AsksEachOnce) {
     for (const std::size_t items : {1U, 2U, 15U, 16U, 17U, 1000U}) {
         Counters asked(items);
         Round round(names(items),
-                    [&](const std::string& name) {
+                    [&](const std::string& name, const Round::Draft&) {
                         ++asked[indexOf(name)];
                         return echo(name);
                     },
@@ -90,25 +97,16 @@ TEST(Round, AsksEachOnce) {
 }
 
 TEST(Round, OfNothingIsOver) {
-    Round round({}, echo, {}, {});
+    Round round({}, work, {}, {});
     round.settle();
     EXPECT_EQ(round.forkError(), 0);
 }
-
-// Under the address sanitizer a fork copies the tables of the shadow memory: a tenth of a second.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kForksAreCheap = false;
-#elif defined(__has_feature)
-constexpr bool kForksAreCheap = !__has_feature(address_sanitizer);
-#else
-constexpr bool kForksAreCheap = true;
-#endif
 
 TEST(Round, AsksNoMoreAtATimeThanItMay) {
     for (const unsigned jobs : {1U, 3U, 16U}) {
         Counters at(2);
         Round round(names(3 * jobs),
-                    [&](const std::string& name) {
+                    [&](const std::string& name, const Round::Draft&) {
                         const std::uint32_t together = ++at[0];
                         std::uint32_t most = at[1];
                         while (most < together && !at[1].compare_exchange_weak(most, together)) {
@@ -128,7 +126,7 @@ TEST(Round, AsksNoMoreAtATimeThanItMay) {
 TEST(Round, GivesUpWhatDoesNotEndInTimeAndNoOther) {
     const std::uint64_t begun = now();
     Round round(names(64),
-                [](const std::string& name) {
+                [](const std::string& name, const Round::Draft&) {
                     if (name == "disk5") {
                         hang();
                     }
@@ -147,7 +145,7 @@ TEST(Round, GivesUpWhatDoesNotEndInTimeAndNoOther) {
 // Who is stopped on a terminal and goes on later has not waited meanwhile, nor was anything asked.
 TEST(Round, DoesNotCountTheTimeInWhichItsProcessIsStopped) {
     Round round(names(2),
-                [](const std::string& name) {
+                [](const std::string& name, const Round::Draft&) {
                     ::usleep(300'000);
                     if (name == "disk1") {
                         ::kill(::getppid(), SIGSTOP);
@@ -165,7 +163,7 @@ TEST(Round, DoesNotCountTheTimeInWhichItsProcessIsStopped) {
 
 TEST(Round, WaitsOnWithoutADeadline) {
     Round round(names(2),
-                [](const std::string& name) {
+                [](const std::string& name, const Round::Draft&) {
                     ::usleep(1'500'000);
                     return echo(name);
                 },
@@ -177,7 +175,9 @@ TEST(Round, WaitsOnWithoutADeadline) {
 // How long it takes until as many devices that never answer are given up.
 std::uint64_t millisecondsOfSilence(std::size_t items) {
     const std::uint64_t begun = now();
-    Round round(names(items), [](const std::string&) -> std::string { hang(); }, {16, 1}, {});
+    Round round(names(items),
+                [](const std::string&, const Round::Draft&) -> std::string { hang(); }, {16, 1},
+                {});
     round.settle();
     const std::uint64_t taken = now() - begun;
     EXPECT_EQ(count(round, End::kGivenUp), items);
@@ -197,10 +197,32 @@ TEST(Round, GivesUpManySilentOnesTogether) {
     }
 }
 
+TEST(Round, HasTheDraftOfWhatItGaveUp) {
+    Round round(names(3),
+                [](const std::string& name, const Round::Draft& draft) {
+                    draft("half of " + name);
+                    if (name != "disk1") {
+                        return echo(name);
+                    }
+                    hang();
+                },
+                {4, 1}, {});
+    EXPECT_EQ(round.settle(1), End::kGivenUp);
+    std::string text;
+    EXPECT_TRUE(round.draft(1, text));
+    EXPECT_EQ(text, "half of disk1");
+    EXPECT_FALSE(round.answer(1, text));
+    EXPECT_EQ(round.settle(2), End::kAnswered);
+    EXPECT_TRUE(round.answer(2, text));
+    EXPECT_EQ(text, "said disk2");
+}
+
 TEST(Round, IsNotWaitedForAtItsEnd) {
     const std::uint64_t begun = now();
     {
-        const Round round(names(8), [](const std::string&) -> std::string { hang(); }, {}, {});
+        const Round round(names(8),
+                          [](const std::string&, const Round::Draft&) -> std::string { hang(); },
+                          {}, {});
     }
     EXPECT_LT(now() - begun, 1000U);
 }
@@ -208,7 +230,7 @@ TEST(Round, IsNotWaitedForAtItsEnd) {
 TEST(Round, GivesWhatAKilledWorkerHadToAnother) {
     Counters asked(300);
     Round round(names(300),
-                [&](const std::string& name) {
+                [&](const std::string& name, const Round::Draft&) {
                     if (++asked[indexOf(name)] == 1 && indexOf(name) % 7 == 3) {
                         ::kill(::getpid(), SIGKILL);
                     }
@@ -224,7 +246,7 @@ TEST(Round, GivesWhatAKilledWorkerHadToAnother) {
 TEST(Round, GivesUpWhatEndsItsWorkerTwice) {
     Counters asked(30);
     Round round(names(30),
-                [&](const std::string& name) -> std::string {
+                [&](const std::string& name, const Round::Draft&) -> std::string {
                     ++asked[indexOf(name)];
                     if (name == "disk7" || name == "disk29") {
                         std::abort();
@@ -248,7 +270,7 @@ TEST(Round, StandsWorkersKilledAtAnyPoint) {
     for (unsigned seed = 1; seed <= 20; ++seed) {
         Counters pids(64);
         Round round(names(400),
-                    [&](const std::string& name) {
+                    [&](const std::string& name, const Round::Draft&) {
                         pids[indexOf(name) % 64] = static_cast<std::uint32_t>(::getpid());
                         volatile unsigned work = 0;
                         for (unsigned i = 0; i < 20000; ++i) {
@@ -280,7 +302,7 @@ TEST(Round, ThatCannotForkLeavesAllToItsCaller) {
         if (::setuid(65534) != 0 || ::setrlimit(RLIMIT_NPROC, &none) != 0) {
             return ::geteuid() != 0;
         }
-        Round round(names(5), echo, {}, {});
+        Round round(names(5), work, {}, {});
         round.settle();
         return count(round, End::kNotAsked) == 5 && round.forkError() == EAGAIN;
     };
@@ -289,7 +311,7 @@ TEST(Round, ThatCannotForkLeavesAllToItsCaller) {
 
 TEST(Round, LeavesWhatIsTooLongToItsCaller) {
     Round round(names(3),
-                [](const std::string& name) {
+                [](const std::string& name, const Round::Draft&) {
                     return name == "disk1"
                                ? echo(name)
                                : std::string(Board::kLargestResult + indexOf(name) / 2, 'x');
@@ -313,7 +335,7 @@ TEST(Round, TellsHowFarItIsAtMostTenTimesASecond) {
     const std::uint64_t begun = now();
     Round round(
         names(20),
-        [](const std::string& name) {
+        [](const std::string& name, const Round::Draft&) {
             if (name == "disk3") {
                 hang();
             }
@@ -343,6 +365,28 @@ TEST(Board, GivesNoResultThatLiesElsewhere) {
     EXPECT_EQ(board.ended(), 1U);
 }
 
+TEST(Board, KeepsTheLastDraftOfEachItem) {
+    Board board(2);
+    ASSERT_TRUE(board.isThere());
+    std::string text = "before";
+    EXPECT_FALSE(board.draft(0, text)) << "there is none yet";
+    board.putDraft(0, "");
+    EXPECT_TRUE(board.draft(0, text));
+    EXPECT_EQ(text, "");
+    board.putDraft(0, "first");
+    board.putDraft(1, "another's");
+    board.putDraft(0, "first and second");
+    EXPECT_TRUE(board.draft(0, text));
+    EXPECT_EQ(text, "first and second");
+    EXPECT_EQ(board.state(0), Board::State::kOpen) << "it has not ended";
+    board.putDraft(0, std::string(Board::kLargestResult + 1, 'x'));
+    EXPECT_TRUE(board.draft(0, text));
+    EXPECT_EQ(text, "first and second") << "what there is no room for is let go";
+    board.put(0, 0, "all");
+    EXPECT_TRUE(board.result(0, text));
+    EXPECT_EQ(text, "all");
+}
+
 // What a worker may do to the memory that it shares: whatever stands there, nothing is read past
 // it.
 TEST(Board, StandsAnythingThatAWorkerWritesThere) {
@@ -354,7 +398,7 @@ TEST(Board, StandsAnythingThatAWorkerWritesThere) {
         unsigned state = seed * 2654435761U + 1;
         unsigned char* const bytes = board.shared();
         // The queue's head, all seats and the slots; the results behind them are bytes anyway.
-        const std::size_t control = 64 + Board::kSeats * 16 + 64;
+        const std::size_t control = 64 + Board::kSeats * 16 + 128;
         for (std::size_t i = 0; i < control; ++i) {
             state = state * 1103515245U + 12345U;
             bytes[i] = seed == 0 ? 0xff : static_cast<unsigned char>(state >> 16);
@@ -362,7 +406,7 @@ TEST(Board, StandsAnythingThatAWorkerWritesThere) {
         std::string text;
         for (std::size_t item = 0; item < 4; ++item) {
             board.state(item);
-            if (board.result(item, text)) {
+            if (board.result(item, text) || board.draft(item, text)) {
                 EXPECT_LE(text.size(), Board::kLargestResult);
             }
         }

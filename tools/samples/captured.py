@@ -13,5 +13,6 @@ CAPTURED = {
     "sick-far-lun": LAB + "A volume whose LUN, 300, is addressed in flat space, which is 16684 to the kernel; its "
                           "low byte is that of LUN 44, which is there, too.",
     "sick-write-protected": LAB + "LUN 1 is write-protected.",
+    "sick-silent-disk": LAB + "LUN 1 swallows every command.",
     "sick-slow-array": LAB + "Four volumes of an array that takes 0.2 seconds for every command.",
 }

@@ -45,6 +45,10 @@ class SCSITOOL_EXPORT WorkerProcess {
     /// Forks a process that does `work` and ends. 0 or a negated errno. Other threads of the caller
     /// are not there in it: `work` must not wait for what one of them holds. It ends with the
     /// thread that started it.
+    ///
+    /// It sets SIGCHLD to SIG_DFL for the whole process, and leaves it so: under SIG_IGN the kernel
+    /// reaps a child by itself, and its number may by then be another process's. A program that
+    /// handles SIGCHLD starts no worker.
     int start(const std::function<void()>& work);
     /// Tells whether it has ended, and reaps it; true also when none was started.
     bool hasEnded();

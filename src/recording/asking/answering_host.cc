@@ -18,8 +18,9 @@ using questions::keyOf;
 constexpr int kFirstDescriptor = 0x60000000;
 
 // What a worker does with one device.
-std::string askOn(host::Host& host, const Asking::Interview& interview, const std::string& name) {
-    TranscribingHost transcribing(host, name);
+std::string askOn(host::Host& host, const Asking::Interview& interview, const std::string& name,
+                  const Round::Draft& draft) {
+    TranscribingHost transcribing(host, name, draft);
     const host::Scope scope(transcribing);
     try {
         interview(name);
@@ -61,8 +62,9 @@ void AnsweringHost::begin(const Asking::List& list) {
         return;
     }
     m_transcripts.assign(names.size(), nullptr);
-    const auto work = [this](const std::string& name) {
-        return askOn(inner(), m_asking.interview, name);
+    const auto work = [this](const std::string& name, const Round::Draft& draft) {
+        return askOn(inner(), m_asking.interview, name,
+                     m_asking.keepsFirstAnswers ? draft : Round::Draft());
     };
     m_round = std::make_unique<Round>(std::move(names), work, m_limits, m_told);
     m_round->settle();
@@ -162,32 +164,41 @@ int AnsweringHost::openAsked(std::size_t item, host::OpenMode mode) {
     if (host::interruption() != 0) {
         return -EINTR;
     }
-    const std::string& path = m_round->names()[item];
-    std::shared_ptr<Transcript> transcript;
-    if (end == Round::End::kAnswered) {
-        transcript = transcriptOf(item);
+    const bool isAnswered = end == Round::End::kAnswered && transcriptOf(item, end) != nullptr;
+    const bool isSilent = end != Round::End::kNotAsked && !isAnswered;
+    if (isSilent) {
+        giveUp(m_round->names()[item]);
     }
-    if (end == Round::End::kGivenUp || (end == Round::End::kAnswered && transcript == nullptr)) {
-        giveUp(path);
+    if (isSilent && (!m_asking.keepsFirstAnswers || transcriptOf(item, end) == nullptr)) {
         return -ETIMEDOUT;
     }
+    return isSilent || isAnswered ? openAnswered(item, mode, isSilent)
+                                  : ForwardingHost::openDevice(m_round->names()[item], mode);
+}
+
+int AnsweringHost::openAnswered(std::size_t item, host::OpenMode mode, bool isSilent) {
+    const std::string& path = m_round->names()[item];
+    std::shared_ptr<Transcript> transcript = m_transcripts[item];
     Transcript::Answer answer;
-    if (transcript == nullptr || !transcript->next(Question::kOpen, keyOf(mode), answer)) {
-        return ForwardingHost::openDevice(path, mode);
+    if (!transcript->next(Question::kOpen, keyOf(mode), answer)) {
+        return isSilent ? -ETIMEDOUT : ForwardingHost::openDevice(path, mode);
     }
     if (answer.result < 0) {
         return answer.result;
     }
     const int descriptor = m_nextDescriptor++;
-    m_open.push_back({descriptor, std::move(transcript), path, mode, -1});
+    m_open.push_back({descriptor, std::move(transcript), path, mode, isSilent, -1});
     return descriptor;
 }
 
-// Null for what is no transcript.
-std::shared_ptr<Transcript> AnsweringHost::transcriptOf(std::size_t item) {
+// Null for what is no transcript. Of a device that was given up it is what it has said by then.
+std::shared_ptr<Transcript> AnsweringHost::transcriptOf(std::size_t item, Round::End end) {
     std::shared_ptr<Transcript>& transcript = m_transcripts[item];
     std::string text;
-    if (transcript == nullptr && m_round->answer(item, text)) {
+    const bool isThere =
+        transcript == nullptr &&
+        (end == Round::End::kGivenUp ? m_round->draft(item, text) : m_round->answer(item, text));
+    if (isThere) {
         auto read = std::make_shared<Transcript>();
         if (read->read(std::move(text))) {
             transcript = std::move(read);
@@ -221,6 +232,9 @@ int AnsweringHost::answered(int descriptor, Question question, std::string_view 
     Transcript::Answer answer;
     if (open.transcript->next(question, key, answer) && questions::take(answer, request)) {
         return answer.result;
+    }
+    if (open.isSilent) {
+        return -ETIMEDOUT;
     }
     if (open.real < 0) {
         open.real = ForwardingHost::openDevice(open.path, open.mode);

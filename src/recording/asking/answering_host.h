@@ -26,6 +26,9 @@ struct Asking {
     List devices;
     List devicesAfterEffect;  ///< which are asked again
     Interview interview;
+    /// For who writes down what devices say: one that does not answer in time gives once more what
+    /// it has said by then, and ETIMEDOUT to everything else.
+    bool keepsFirstAnswers = false;
 };
 
 /// Passes everything on to another host, but for the devices that it has had asked side by side by
@@ -33,8 +36,9 @@ struct Asking {
 /// an operation hears what it would have heard. What they were not asked goes to the device.
 ///
 /// A device that did not answer in time fails every open with ETIMEDOUT for good, under whatever
-/// name. An effect on the host makes all other answers worthless: they are asked again when the
-/// next device is opened for reading and writing, as the discovery does it.
+/// name (see `Asking::keepsFirstAnswers`). An effect on the host makes all other answers worthless:
+/// they are asked again when the next device is opened for reading and writing, as the discovery
+/// does it.
 ///
 /// For one thread.
 class AnsweringHost : public host::ForwardingHost {
@@ -72,7 +76,8 @@ class AnsweringHost : public host::ForwardingHost {
         std::shared_ptr<Transcript> transcript;
         std::string path;
         host::OpenMode mode = host::OpenMode::kReadOnly;
-        int real = -1;  // the device's, from the first question that it was not asked
+        bool isSilent = false;  // it has no other answers
+        int real = -1;          // the device's, from the first question that it was not asked
     };
 
     void begin(const Asking::List& list);
@@ -82,7 +87,8 @@ class AnsweringHost : public host::ForwardingHost {
     bool isAsked(const std::string& path);
     Open* findOpen(int descriptor);
     int openAsked(std::size_t item, host::OpenMode mode);
-    std::shared_ptr<Transcript> transcriptOf(std::size_t item);
+    std::shared_ptr<Transcript> transcriptOf(std::size_t item, Round::End end);
+    int openAnswered(std::size_t item, host::OpenMode mode, bool isSilent);
     template <class Request, class Pass>
     int answered(int descriptor, Transcript::Question question, std::string_view key,
                  Request& request, const Pass& pass);

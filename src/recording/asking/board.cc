@@ -9,6 +9,11 @@ namespace {
 // Memory that nobody writes to costs nothing; a usual disk needs some 500 bytes.
 constexpr std::size_t kRoomAnItem = 16384;
 
+// A length of a draft; its offset stands above it. A length of none is one more.
+constexpr unsigned kLengthBits = 24;
+constexpr std::uint64_t kLengthMask = (std::uint64_t{1} << kLengthBits) - 1;
+static_assert(Board::kLargestResult < kLengthMask);
+
 constexpr std::size_t aligned(std::size_t bytes) {
     constexpr std::size_t kLine = 64;
     return (bytes + kLine - 1) / kLine * kLine;
@@ -56,16 +61,31 @@ void Board::takeAgain(std::size_t seat, std::size_t item) {
     sit(seat, static_cast<std::uint32_t>(item) + kFirst);
 }
 
+// Room for so many bytes of results.
+bool Board::reserve(std::size_t length, std::size_t& offset) {
+    const std::size_t end = length <= kLargestResult ? m_head->used += length : 0;
+    offset = end - std::min(end, length);
+    return length <= kLargestResult && end <= m_room;
+}
+
+void Board::putDraft(std::size_t item, const std::string& text) {
+    std::size_t offset = 0;
+    if (reserve(text.size(), offset)) {
+        std::memcpy(m_results + offset, text.data(), text.size());
+        m_slots[item].draft = std::uint64_t{offset} << kLengthBits | (text.size() + 1);
+    }
+}
+
 void Board::put(std::size_t seat, std::size_t item, const std::string& result) {
     Slot& slot = m_slots[item];
-    const std::size_t offset = result.size() <= kLargestResult ? m_head->used += result.size() : 0;
-    if (result.size() > kLargestResult || offset > m_room) {
-        slot.state = static_cast<std::uint32_t>(State::kTooLong);
-    } else {
-        slot.offset = offset - result.size();
+    std::size_t offset = 0;
+    if (reserve(result.size(), offset)) {
+        slot.offset = offset;
         slot.length = static_cast<std::uint32_t>(result.size());
-        std::memcpy(m_results + slot.offset, result.data(), result.size());
+        std::memcpy(m_results + offset, result.data(), result.size());
         slot.state = static_cast<std::uint32_t>(State::kDone);
+    } else {
+        slot.state = static_cast<std::uint32_t>(State::kTooLong);
     }
     m_seats[seat].item = kBetween;
     if (++m_head->ended == m_head->wakeAt) {
@@ -98,13 +118,20 @@ Board::State Board::state(std::size_t item) const {
 }
 
 bool Board::result(std::size_t item, std::string& result) const {
-    const std::size_t offset = m_slots[item].offset;
-    const std::size_t length = m_slots[item].length;
-    if (state(item) != State::kDone || length > kLargestResult || offset > m_room ||
-        length > m_room - offset) {
+    return state(item) == State::kDone && read(m_slots[item].offset, m_slots[item].length, result);
+}
+
+bool Board::draft(std::size_t item, std::string& text) const {
+    const std::uint64_t place = m_slots[item].draft;
+    const std::size_t length = place & kLengthMask;
+    return length != 0 && read(place >> kLengthBits, length - 1, text);
+}
+
+bool Board::read(std::size_t offset, std::size_t length, std::string& text) const {
+    if (length > kLargestResult || offset > m_room || length > m_room - offset) {
         return false;
     }
-    result.assign(reinterpret_cast<const char*>(m_results) + offset, length);
+    text.assign(reinterpret_cast<const char*>(m_results) + offset, length);
     return true;
 }
 

@@ -40,6 +40,9 @@ class Board {
     bool take(std::size_t seat, std::size_t& item);
     /// Takes this item, which is not in the queue any more.
     void takeAgain(std::size_t seat, std::size_t item);
+    /// Puts down what has come of the item in hand so far, in place of what was put down before; it
+    /// is what is left of a worker that hangs. A text that there is no room for is let go.
+    void putDraft(std::size_t item, const std::string& text);
     /// Puts down what came of the item in hand and ends it.
     void put(std::size_t seat, std::size_t item, const std::string& result);
 
@@ -53,6 +56,8 @@ class Board {
     State state(std::size_t item) const;
     /// False for a result that is none.
     bool result(std::size_t item, std::string& result) const;
+    /// What was put down last of an item before it ended. False for none.
+    bool draft(std::size_t item, std::string& text) const;
     /// All of the memory that is shared, for a test of what a worker may write there.
     unsigned char* shared() const { return m_memory.data(); }
     /// Waits until that many items have ended, but not long; may come back early.
@@ -74,6 +79,7 @@ class Board {
         Word state;
         std::uint32_t length;
         std::uint64_t offset;
+        Long draft;  // offset and length in one, for it changes while it is read
     };
     struct Seat {
         Long since;
@@ -84,6 +90,8 @@ class Board {
     static constexpr std::uint32_t kFirst = 2;
 
     void sit(std::size_t seat, std::uint32_t item);
+    bool reserve(std::size_t length, std::size_t& offset);
+    bool read(std::size_t offset, std::size_t length, std::string& text) const;
 
     const std::size_t m_items;
     const std::size_t m_room;  // for results, in bytes

@@ -287,11 +287,16 @@ void Round::work(std::size_t seat, const std::size_t* first) {
     if (first != nullptr) {
         item = *first;
         m_board.takeAgain(seat, item);
-        m_board.put(seat, item, m_work(m_names[item]));
+        workOn(seat, item);
     }
     while (m_board.take(seat, item)) {
-        m_board.put(seat, item, m_work(m_names[item]));
+        workOn(seat, item);
     }
+}
+
+void Round::workOn(std::size_t seat, std::size_t item) {
+    const Draft draft = [this, item](const std::string& text) { m_board.putDraft(item, text); };
+    m_board.put(seat, item, m_work(m_names[item], draft));
 }
 
 bool Round::wasInterrupted() {

@@ -38,8 +38,10 @@ struct AskingProgress {
 /// For one thread. What asks a device must not wait for what another thread of the process holds.
 class Round {
   public:
+    /// Takes what is to be handed on should the work never come to an end.
+    using Draft = std::function<void(const std::string& text)>;
     /// Asks a device, in a process of its own, and gives the text that is handed on.
-    using Work = std::function<std::string(const std::string& name)>;
+    using Work = std::function<std::string(const std::string& name, const Draft& draft)>;
     using Told = std::function<void(const AskingProgress&)>;
     enum class End {
         kNone,
@@ -62,6 +64,8 @@ class Round {
     End settle(std::size_t item);
     /// What its process gave.
     bool answer(std::size_t item, std::string& text) const { return m_board.result(item, text); }
+    /// The last draft of its process.
+    bool draft(std::size_t item, std::string& text) const { return m_board.draft(item, text); }
     /// Which end it has come to so far.
     End endOf(std::size_t item) const;
     /// Its answer is none: it counts as given up.
@@ -100,6 +104,7 @@ class Round {
     bool startOne();
     void leaveUnasked();
     void work(std::size_t seat, const std::size_t* first);
+    void workOn(std::size_t seat, std::size_t item);
     bool wasInterrupted();
     void wait(std::size_t ended);
     void tell(const View& view);

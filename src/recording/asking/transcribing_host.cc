@@ -22,7 +22,14 @@ bool TranscribingHost::isOpen(int descriptor) const {
     return std::find(m_descriptors.begin(), m_descriptors.end(), descriptor) != m_descriptors.end();
 }
 
+void TranscribingHost::putDraft() const {
+    if (m_draft) {
+        m_draft(m_transcript.text());
+    }
+}
+
 int TranscribingHost::openDevice(const std::string& path, host::OpenMode mode) {
+    putDraft();
     const int result = ReadForwardingHost::openDevice(path, mode);
     if (path == m_path) {
         m_transcript.add(Question::kOpen, keyOf(mode), {std::min(result, 0), {}});
@@ -45,6 +52,7 @@ int TranscribingHost::closeDevice(int descriptor) {
 
 int TranscribingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     const std::string key(keyOf(buffer));
+    putDraft();
     const int result = ReadForwardingHost::sendCommand(descriptor, buffer);
     if (isOpen(descriptor) && !key.empty()) {
         m_transcript.add(Question::kCommand, key, {result, dataOf(result, buffer)});
@@ -53,6 +61,7 @@ int TranscribingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
 }
 
 int TranscribingHost::addressWords(int descriptor, host::AddressWords& words) {
+    putDraft();
     const int result = ReadForwardingHost::addressWords(descriptor, words);
     if (isOpen(descriptor)) {
         m_transcript.add(Question::kAddressWords, {},
@@ -63,6 +72,7 @@ int TranscribingHost::addressWords(int descriptor, host::AddressWords& words) {
 
 int TranscribingHost::sgIo(int descriptor, host::SgIoRequest& request) {
     const std::string key = keyOf(request);
+    putDraft();
     const int result = ReadForwardingHost::sgIo(descriptor, request);
     if (isOpen(descriptor) && request.data.size() <= kLongestSgIo) {
         m_transcript.add(Question::kSgIo, key,
@@ -72,6 +82,7 @@ int TranscribingHost::sgIo(int descriptor, host::SgIoRequest& request) {
 }
 
 int TranscribingHost::deviceSize(int descriptor, std::uint64_t& bytes) {
+    putDraft();
     const int result = ReadForwardingHost::deviceSize(descriptor, bytes);
     if (isOpen(descriptor)) {
         m_transcript.add(Question::kSize, {}, {result, result < 0 ? std::string() : dataOf(bytes)});

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_RECORDING_ASKING_TRANSCRIBING_HOST_H
 #define SCSITOOL_RECORDING_ASKING_TRANSCRIBING_HOST_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,12 @@ namespace recording {
 /// EPERM. For one thread.
 class TranscribingHost : public host::ReadForwardingHost {
   public:
-    /// The inner host must outlive this one.
-    TranscribingHost(host::Host& inner, std::string path)
-        : ReadForwardingHost(inner), m_path(std::move(path)) {}
+    using Draft = std::function<void(const std::string& text)>;
+
+    /// The inner host must outlive this one. `draft` hears before each question to the device what
+    /// it has said so far: the question may have no answer. It may be empty.
+    TranscribingHost(host::Host& inner, std::string path, Draft draft = {})
+        : ReadForwardingHost(inner), m_path(std::move(path)), m_draft(std::move(draft)) {}
 
     const Transcript& transcript() const { return m_transcript; }
 
@@ -39,8 +43,10 @@ class TranscribingHost : public host::ReadForwardingHost {
 
   private:
     bool isOpen(int descriptor) const;
+    void putDraft() const;
 
     const std::string m_path;
+    const Draft m_draft;
     Transcript m_transcript;
     std::vector<int> m_descriptors;  // those of the path
 };

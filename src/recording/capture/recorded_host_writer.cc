@@ -99,6 +99,9 @@ Json deviceJson(const RecordedDevice& device) {
     if (device.writeError != 0) {
         json["write_errno"] = device.writeError;
     }
+    if (device.givenUpAfter != 0) {
+        json["given_up_after"] = device.givenUpAfter;
+    }
     if (device.number.kind != host::DeviceNumber::Kind::kNone) {
         json["number"] = numberText(device.number);
     }

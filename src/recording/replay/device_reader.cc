@@ -12,6 +12,7 @@ namespace recording {
 namespace {
 
 constexpr std::size_t kLongestSense = 255;
+constexpr std::uint64_t kLongestDeadline = 3600;  // seconds
 
 // A request that the device ended otherwise than with GOOD, or that did not reach it.
 RecordedPage readResponse(const JsonNode& node) {
@@ -156,6 +157,8 @@ RecordedDevice readDevice(const JsonNode& node) {
             device.openError = readErrno(member);
         } else if (member.step() == "write_errno") {
             device.writeError = readErrno(member);
+        } else if (member.step() == "given_up_after") {
+            device.givenUpAfter = static_cast<unsigned>(readNumber(member, 1, kLongestDeadline));
         } else if (member.step() == "id_lun") {
             readAddressWord(member, device);
         } else if (member.step() == "size_bytes") {
@@ -170,8 +173,8 @@ RecordedDevice readDevice(const JsonNode& node) {
             readSgIo(member, device);
         } else {
             refuseMember(member,
-                         "open_errno, write_errno, id_lun, size_bytes, number, in_use, inquiry, "
-                         "sg_io, comment");
+                         "open_errno, write_errno, given_up_after, id_lun, size_bytes, number, "
+                         "in_use, inquiry, sg_io, comment");
         }
     });
     return device;

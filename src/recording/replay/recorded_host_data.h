@@ -54,6 +54,7 @@ inline bool operator==(const RecordedPage& left, const RecordedPage& right) {
 struct RecordedDevice {
     int openError = 0;                            ///< errno of the open, 0 when it opens
     int writeError = 0;                           ///< errno of an open for writing alone
+    unsigned givenUpAfter = 0;                    ///< seconds that it was waited for; 0: it was not
     std::optional<RecordedPage> standardInquiry;  ///< INQUIRY without EVPD
     std::map<std::uint8_t, RecordedPage> pages;   ///< page code to the whole VPD page
     std::map<Bytes, RecordedPage> sgIo;           ///< command descriptor block to what came of it

@@ -23,6 +23,11 @@ std::string deviceFolder(const ScsiAddress& address) {
 
 }  // namespace
 
+bool isDiskType(const std::string& type) {
+    static const std::array<const char*, 4> kDiskTypes = {"0", "7", "14", "20"};
+    return std::find(kDiskTypes.begin(), kDiskTypes.end(), type) != kDiskTypes.end();
+}
+
 std::string ScsiDevices::line(const std::string& path) {
     return trimmed(firstLine(m_evidence.file(path).value_or("")));
 }

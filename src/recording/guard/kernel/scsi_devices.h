@@ -10,6 +10,10 @@
 
 namespace recording::guard {
 
+/// Tells whether SPC's peripheral device type, as sysfs writes it, is one that the kernel's disk
+/// driver serves: direct access, optical memory, simplified direct access, host-managed zoned.
+bool isDiskType(const std::string& type);
+
 /// The kernel's SCSI devices as sysfs shows them, by their addresses, in both layouts:
 /// device/block/sdb and device/block:sdb.
 class ScsiDevices {

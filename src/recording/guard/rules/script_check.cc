@@ -37,24 +37,6 @@ bool saysNoUnit(const std::vector<std::uint8_t>& sense) {
     return format >= 0x72 ? sense[2] == kNotSupported : sense[12] == kNotSupported;
 }
 
-// A unit that is merely not ready counts as there, as a passive path does.
-bool failsTestUnitReady(Evidence& evidence, const std::string& node) {
-    const int descriptor = evidence.host().openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
-    if (descriptor < 0) {
-        return true;
-    }
-    host::SgIoRequest request;
-    request.cdb.assign(6, 0);
-    request.sense.assign(kSenseBytes, 0);
-    request.timeout = kTurLimit;
-    const int result = evidence.host().sgIo(descriptor, request);
-    evidence.host().closeDevice(descriptor);
-    if (result == -ENOTTY && evidence.isRecorded()) {
-        return false;
-    }
-    return result < 0 || (request.status != 0 && saysNoUnit(request.sense));
-}
-
 bool differs(const std::string& kernel, const std::string& live, bool isRecorded) {
     return kernel.empty() && isRecorded ? false : kernel != live;
 }
@@ -91,6 +73,23 @@ std::string whyUntrusted(Evidence& evidence, const std::string& script,
            misfit->missed +
            "'), so that every disk counts as gone; remove what is gone with 'scsitool prune', or "
            "install a script and an sg_inq that belong together";
+}
+
+bool failsTestUnitReady(Evidence& evidence, const std::string& node) {
+    const int descriptor = evidence.host().openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
+    if (descriptor < 0) {
+        return true;
+    }
+    host::SgIoRequest request;
+    request.cdb.assign(6, 0);
+    request.sense.assign(kSenseBytes, 0);
+    request.timeout = kTurLimit;
+    const int result = evidence.host().sgIo(descriptor, request);
+    evidence.host().closeDevice(descriptor);
+    if (result == -ENOTTY && evidence.isRecorded()) {
+        return false;
+    }
+    return result < 0 || (request.status != 0 && saysNoUnit(request.sense));
 }
 
 bool isChanged(const KernelIdentity& kernel, const Answer& live, bool ignoresRevision,

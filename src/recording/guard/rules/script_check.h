@@ -23,6 +23,10 @@ struct ScriptView {
 ScriptView scriptView(Evidence& evidence, BlockDevices& devices, const ScsiAddress& address,
                       const RescanOptions& options);
 
+/// Tells whether TEST UNIT READY does not come through to the disk behind a node. A unit that is
+/// merely not ready counts as there, as a passive path does.
+bool failsTestUnitReady(Evidence& evidence, const std::string& node);
+
 /// What keeps the rescan script from reading what this host's sg_inq prints.
 struct ScriptMisfit {
     std::string scriptVersion;  ///< "of unknown version" where it does not tell
