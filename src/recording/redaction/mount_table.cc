@@ -56,7 +56,8 @@ bool readMount(const std::string& line, Mount& mount) {
                  dash[1],
                  dash[2],
                  isReadOnly(fields[kOptions])};
-        return mount.isOfDevice();
+        // The number tells where the source is a word: 0 is the major number of what has no device.
+        return mount.isOfDevice() || fields[kNumber].compare(0, 2, "0:") != 0;
     }
     constexpr std::size_t kPlainFields = 4;
     if (fields.size() < kPlainFields) {
