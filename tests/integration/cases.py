@@ -8,7 +8,8 @@ SAMPLES = ("plain-server", "enterprise", "families", "kernel-2.4", "in-use")
 # Captures of sick guests, each with a disk that suffers.
 SICK = {"sick-dead-path": "/dev/sda", "sick-all-paths-down": "/dev/mapper/mpathb",
         "sick-withdrawn-lun": "/dev/sdb", "sick-remapped-lun": "/dev/sdb",
-        "sick-far-lun": "/dev/sdc", "sick-write-protected": "/dev/sdb", "sick-slow-array": "/dev/sdd"}
+        "sick-far-lun": "/dev/sdc", "sick-write-protected": "/dev/sdb", "sick-slow-array": "/dev/sdd",
+        "sick-silent-disk": "/dev/sdb"}
 
 
 def on(sample, *arguments):

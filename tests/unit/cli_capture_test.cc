@@ -27,7 +27,8 @@ constexpr const char* kSamples[] = {"plain-server",
                                     "sick-remapped-lun",
                                     "sick-far-lun",
                                     "sick-write-protected",
-                                    "sick-slow-array"};
+                                    "sick-slow-array",
+                                    "sick-silent-disk"};
 
 std::string samplePath(const std::string& name) {
     return std::string(SCSITOOL_SAMPLES) + "/" + name + ".json";

@@ -105,7 +105,7 @@ TEST(CliRun, GlobalOptionsStandBeforeOrBehindTheCommand) {
     const CliResult behind = machine.run({"udid", "--host", file, "/dev/sda"});
     EXPECT_EQ(before.status, 0) << before.err;
     EXPECT_EQ(before.out, behind.out);
-    EXPECT_EQ(before.out, "UDID##ACME##DISK##/DEV/SDA@DB01\n");
+    EXPECT_EQ(before.out, "UDID##ACME##DISK##/DEV/SDA@DB01 (this path at this host only)\n");
 }
 
 TEST(CliRun, AMissingRecordedHostIsRefused) {

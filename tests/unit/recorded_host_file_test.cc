@@ -286,9 +286,10 @@ TEST(RecordedHostFile, RefusesMembersThatItDoesNotKnow) {
          "given_up_after, id_lun, size_bytes, number, in_use, inquiry, sg_io, comment, found "
          "\"lun\""},
         {R"("devices":{"/d":{"given_up_after":0}})",
-         "host.json: /devices/~1d/given_up_after: expected a number from 1 to 3600, found 0"},
+         "host.json: /devices/~1d/given_up_after: expected a whole number from 1 to 3600, found 0"},
         {R"("devices":{"/d":{"given_up_after":3601}})",
-         "host.json: /devices/~1d/given_up_after: expected a number from 1 to 3600, found 3601"},
+         "host.json: /devices/~1d/given_up_after: expected a whole number from 1 to 3600, found "
+         "3601"},
         {R"("commands":[{"command":"a"},{"exit":1}])",
          "host.json: /commands/1/exit: expected one of the members command, output, exit_status, "
          "signal, timed_out, comment, found \"exit\""},
