@@ -65,7 +65,9 @@ void declareOptions(CLI::App& app, Options& options) {
 std::vector<std::string> commandNames(const CLI::App& app) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands({})) {
-        names.push_back(command->get_name());
+        if (!command->get_group().empty()) {
+            names.push_back(command->get_name());
+        }
     }
     return names;
 }
@@ -95,6 +97,9 @@ std::string unexpected(const std::string& word, const CLI::App& app,
 
 // What takes no argument has a result too, which is never empty.
 void demandArguments(const CLI::App& app) {
+    if (app.get_group().empty()) {
+        return;  // asked by a shell: nobody has typed that word yet
+    }
     for (const CLI::Option* const option : app.get_options()) {
         for (const std::string& argument : option->results()) {
             if (argument.empty()) {
@@ -179,6 +184,7 @@ Request readCommandLine(const CommandList& commands, const std::vector<std::stri
     for (const auto& [parsed, command] : declared) {
         if (parsed->parsed()) {
             request.command = command;
+            command->prepare(request.options);
         }
     }
     return request;

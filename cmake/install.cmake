@@ -23,4 +23,11 @@ if(TARGET scsitool_command)
   install(TARGETS scsitool_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   file(GLOB schemas CONFIGURE_DEPENDS cli/output/*.schema.json src/recording/*.schema.json)
   install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool)
+  include(cmake/manuals.cmake)
+  install(FILES packaging/completion/scsitool.bash RENAME scsitool
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES packaging/completion/_scsitool
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  install(FILES packaging/completion/scsitool.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()

@@ -4,6 +4,7 @@
 
 #include "cli/base/failure.h"
 #include "cli/base/text.h"
+#include "cli/base/whole_file.h"
 #include "cli/capture/tour.h"
 #include "cli/command_line.h"
 #include "cli/common/asking.h"
@@ -24,15 +25,6 @@ namespace cli {
 namespace {
 
 using recording::RecordedHostData;
-
-[[noreturn]] void failToWrite(const std::string& path, int error) {
-    throw OperationError(
-        path + ": " +
-        (error == EINVAL ? "it is there and no regular file (a link, a directory or a device); "
-                           "name another file"
-                         : std::string("cannot write the recording: ") + std::strerror(error)) +
-        (error == EINVAL ? "" : "; nothing was left there"));
-}
 
 // Which native disks are one volume, by their names.
 std::set<std::set<std::string>> volumesOf(const RecordedHostData& data) {
@@ -94,11 +86,8 @@ class Capture : public Command {
     }
 
     Report run(Context& context) override {
-        // Before the host is asked, which may take its time.
-        const int refused = host::checkReplaceable(m_file);
-        if (refused != 0) {
-            failToWrite(m_file, -refused);
-        }
+        const WholeFile file(m_file, "recording");
+        file.demandWritable();
         host::Host& aside = context.hosts.aside();
         askForKeeps(
             context, [&aside] { return tourNodes(aside); }, tourInterview());
@@ -127,24 +116,12 @@ class Capture : public Command {
         const bool written = !context.options.dryRun;
         const std::string text = textOf(data, remarks);
         if (written) {
-            write(text);
+            file.write(text);
         }
         return reportOf(data, remarks, written);
     }
 
   private:
-    void write(const std::string& text) const {
-        // Whoever is told that it was ended finds the file as it was.
-        host::ignoreInterruption();
-        if (host::interruption() != 0) {
-            throw OperationError(m_file + ": ended before it was written; nothing was written");
-        }
-        const int error = host::replaceFile(m_file, text);
-        if (error != 0) {
-            failToWrite(m_file, -error);
-        }
-    }
-
     std::string textOf(const RecordedHostData& data,
                        const std::vector<std::string>& remarks) const {
         std::vector<std::string> comment = {"Captured by scsitool " + versionText() +

@@ -28,7 +28,9 @@ CommandList makeCommands() {
     commands.push_back(makeIscsi());
     commands.push_back(makeWwpn());
     commands.push_back(makeCapture());
+    commands.push_back(makeReport());
     commands.push_back(makeHelp());
+    commands.push_back(makeComplete());
     return commands;
 }
 

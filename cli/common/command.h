@@ -20,6 +20,9 @@ class Command {
 
     /// Adds the subcommand with its options to the command line; the object keeps their values.
     virtual CLI::App* declare(CLI::App& parent) = 0;
+    /// Called when the command line has been read, before there is a host: a command that knows
+    /// what the options should be says so.
+    virtual void prepare(Options& /*options*/) {}
     /// Does it. Throws OperationError and UsageError.
     virtual Report run(Context& context) = 0;
 };
@@ -51,7 +54,9 @@ std::unique_ptr<Command> makeFlushMultipath();
 std::unique_ptr<Command> makeIscsi();
 std::unique_ptr<Command> makeWwpn();
 std::unique_ptr<Command> makeCapture();
+std::unique_ptr<Command> makeReport();
 std::unique_ptr<Command> makeHelp();
+std::unique_ptr<Command> makeComplete();
 
 }  // namespace cli
 

@@ -63,7 +63,9 @@ Json commandOf(const CLI::App& app) {
 Json commandsOf(const CLI::App& app) {
     Json commands = Json::array();
     for (const CLI::App* command : app.get_subcommands({})) {
-        commands.push_back(commandOf(*command));
+        if (!command->get_group().empty()) {  // else it is not for people
+            commands.push_back(commandOf(*command));
+        }
     }
     return commands;
 }

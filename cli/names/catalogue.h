@@ -36,6 +36,7 @@ class Catalogue {
     /// The map of that name itself, of whatever target: nothing below it.
     Nodes findMap(const std::string& word);
 
+    const std::vector<Entry>& entries() const { return m_entries; }
     const Entry* entryOf(const std::string& node) const;
     /// The paths of a map, and the maps of a path.
     std::vector<const Entry*> related(const Entry& entry) const;

@@ -12,6 +12,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -178,31 +179,38 @@ def compare_lines(scsitool):
     return problems
 
 
-def compare_documentation(scsitool, update):
-    """Every example of the manual is run and shows what the command prints."""
-    page = ROOT / "docs/scsitool.md"
+def compare_page(scsitool, page, update):
+    """Every example of a page is run and shows what the command prints. Gives the examples and what is wrong."""
     problems = []
     examples = []
 
     def example(match):
         command = match.group(1)
         examples.append(command)
-        result = scsitool.run(command.split())
+        result = scsitool.run(shlex.split(command))
         found = f"```console\n$ scsitool {command}\n{result.stdout}{result.stderr}```\n"
         if DECLINE_LINE.sub("", found) != DECLINE_LINE.sub("", match.group(0)):
-            problems.append(f"docs/scsitool.md: '$ scsitool {command}' shows something else")
+            problems.append(f"{page.relative_to(ROOT)}: '$ scsitool {command}' shows something else")
         return found
 
     text = page.read_text(encoding="utf-8")
     found = re.sub(r"```console\n\$ scsitool (.*)\n((?:(?!```).*\n)*)```\n", example, text)
     if update:
         page.write_text(found, encoding="utf-8")
-        return []
+        return examples, []
+    return examples, problems
+
+
+def compare_documentation(scsitool, update):
+    """What the documents show is what the command prints, and the manual shows each command."""
+    problems = []
+    for page in (ROOT / "README.md", ROOT / "docs/cookbook.md"):
+        problems += compare_page(scsitool, page, update)[1]
+    examples, wrong = compare_page(scsitool, ROOT / "docs/scsitool.md", update)
     help_text = scsitool.run(["--help"]).stdout
     commands = re.findall(r"^  ([a-z-]+) ", help_text.split("Subcommands:")[1].split("Example:")[0], re.MULTILINE)
-    problems += [f"docs/scsitool.md: no example of {command}" for command in commands
-                 if not any(command in example.split() for example in examples)]
-    return problems
+    return problems + wrong + [f"docs/scsitool.md: no example of {command}" for command in commands
+                               if not update and not any(command in example.split() for example in examples)]
 
 
 def main(arguments):

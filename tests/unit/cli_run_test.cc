@@ -88,15 +88,6 @@ TEST(CliRun, HelpAndVersionGoToStandardOutput) {
     EXPECT_EQ(machine.run({"--version"}).out, "scsitool 1.0.0\n");
 }
 
-TEST(CliRun, CommandsThatDoNotExistYetAreNotOffered) {
-    CliMachine machine({});
-    const std::string help = machine.run({"--help"}).out;
-    for (const char* command : {"report"}) {
-        EXPECT_EQ(help.find(std::string("\n  ") + command), std::string::npos) << command;
-        expectRefused(machine.run({command}), 2, "unknown command");
-    }
-}
-
 TEST(CliRun, GlobalOptionsStandBeforeOrBehindTheCommand) {
     const TempFolder folder;
     const std::string file = folder.write("host.json", kRecordedHost);

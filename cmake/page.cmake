@@ -1,0 +1,12 @@
+# Writes the page of the report, with its style and its script in it, as a text of C++.
+function(write_page folder output)
+  set(files ${folder}/page.html ${folder}/page.css ${folder}/page.js)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  file(READ ${folder}/page.html page)
+  file(READ ${folder}/page.css style)
+  file(READ ${folder}/page.js script)
+  string(REPLACE "@STYLE@" "${style}" page "${page}")
+  string(REPLACE "@SCRIPT@" "${script}" page "${page}")
+  file(WRITE ${output}.new "R\"page(${page})page\"\n")
+  file(COPY_FILE ${output}.new ${output} ONLY_IF_DIFFERENT)
+endfunction()
