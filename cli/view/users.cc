@@ -214,6 +214,10 @@ void UserBook::readBtrfs() {
 void UserBook::readProcesses() {
     const std::size_t failures = m_evidence.failures().size();
     for (const guard::Writer& writer : m_processes.writers(guard::Processes::Look::kDevOnly)) {
+        // Maps are made by it; a recording need not tell that it is no block device.
+        if (writer.node == std::string(kMapper) + "control") {
+            continue;
+        }
         const std::string name =
             writer.process + (writer.command.empty() ? "" : " (" + writer.command + ")");
         if (writer.number.kind == host::DeviceNumber::Kind::kBlock) {

@@ -1,3 +1,5 @@
+#include "guard_machine.h"
+#include "recording/capture/recorded_host_writer.h"
 #include "view_host.h"
 
 namespace {
@@ -111,6 +113,35 @@ TEST(CliVolumesView, APathIsUsedByItsMap) {
     EXPECT_EQ(devices[0]["used_by"].dump(), "[]") << devices[0];
     EXPECT_EQ(devices[2]["name"], "/dev/sdb");
     EXPECT_EQ(devices[2]["used_by"].dump(), R"([{"kind":"map","name":"mpatha"}])");
+}
+
+// The users of a device by its name in `devices --json`, where a process has a node open for
+// writing.
+std::string usersWithWriter(const std::string& writtenNode, const std::string& name) {
+    ViewHost host;
+    host.data.devices["/dev/mapper/control"] = {};
+    host.data.directories["/dev/mapper/"].push_back("control");
+    host.data.directories["/proc/"] = {".", "..", "77"};
+    host.data.links["/proc/self"] = "1";
+    host.data.links["/proc/self/ns/mnt"] = host.data.links["/proc/77/ns/mnt"] = "mnt:[1]";
+    host.data.files["/proc/77/stat"] = "77 (dd) S 1 77\n";
+    test::addWriter(host.data, writtenNode);
+    const test::TempFolder folder;
+    const std::string file =
+        folder.write("host.json", recording::recordedHostText(host.data, {"a test"}));
+    CliMachine machine({});
+    const auto document = machine.run({"--host", file, "devices", "--json"}).json();
+    for (const auto& device : document["devices"]) {
+        if (device["name"] == name) {
+            return device["used_by"].dump();
+        }
+    }
+    return "no such device";
+}
+
+TEST(CliVolumesView, AProcessThatHasItOpenForWritingIsAUserButNotWhoMakesMaps) {
+    EXPECT_THAT(usersWithWriter("/dev/sdz", "/dev/sdz"), HasSubstr(R"("kind":"process")"));
+    EXPECT_EQ(usersWithWriter("/dev/mapper/control", "/dev/mapper/control"), "null");
 }
 
 TEST(CliVolumesView, SilenceIsNoProofThatNobodyUsesIt) {
