@@ -12,7 +12,6 @@ constexpr std::size_t kMostBytes = 32;      // of a line with blanks between its
 constexpr std::size_t kLongestOffset = 16;  // digits
 constexpr std::size_t kLeastOffset = 2;
 constexpr std::size_t kMiddle = 8;  // bytes, behind which a dump has two blanks
-constexpr std::size_t kLeastPlain = 4;
 
 struct Word {
     std::string_view text;
