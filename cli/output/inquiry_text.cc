@@ -163,7 +163,8 @@ Json recordJson(const CScsiDeviceData& record, const std::string& hctl) {
     json["claim_level"] = record.m_dmpClaimLevel;
     json["bus_type"] = record.m_busType;
     json["multipath"] = record.m_multipath;
-    json["size_kb"] = record.m_sizeKb;
+    // Nobody asks a disk for its size on the way to its record.
+    json["size_kb"] = record.m_sizeKb != 0 ? Json(record.m_sizeKb) : Json(nullptr);
     json["os"] = jsonText(record.m_osName);
     json["supported_pages"] = supported;
     json["pages"] = pages;

@@ -244,7 +244,7 @@ TEST(CliInquiry, JsonIsTheWholeRecord) {
         record.dump(),
         R"({"name":"/dev/sda","vendor":"ACME","product":"Disk","firmware":"0430","host":2,)"
         R"("channel":0,"target":5,"lun":1,"hctl":null,"claim_level":0,"bus_type":0,"multipath":0,)"
-        R"("size_kb":0,"os":"Linux","supported_pages":[0,128,131],)"
+        R"("size_kb":null,"os":"Linux","supported_pages":[0,128,131],)"
         R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"},)"
         R"("family":"Everything else","array_serial":null,"volume_id":"5000C50012345678",)"
         R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12","target_port":null,)"
