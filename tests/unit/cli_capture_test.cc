@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cctype>
 #include <map>
-#include <regex>
 #include <set>
 
 #include "cli/common/command.h"
@@ -110,14 +110,27 @@ Commands commandsFor(const std::string& file) {
     return commands;
 }
 
+// By hand: std::regex descends once for every character of a run, and a report's runs are as long
+// as its host.
+std::string withoutTimes(std::string text) {
+    const std::string key = "\"time\":\"";
+    for (std::size_t at = text.find(key); at != std::string::npos; at = text.find(key, at)) {
+        at += key.size();
+        const std::size_t end = text.find_first_not_of("-0123456789T:.", at);
+        if (end != std::string::npos && text[end] == 'Z') {
+            text.erase(at, end - at);
+        }
+    }
+    return text;
+}
+
 std::string transcript(const CliResult& result, const std::string& file) {
     std::string text = std::to_string(result.status) + "\n" + result.out + result.err;
     for (std::size_t at = text.find(file); at != std::string::npos; at = text.find(file)) {
         text.replace(at, file.size(), "FILE");
     }
     // When it was asked stands in a report.
-    text = std::regex_replace(text, std::regex("\"time\":\"[-0-9T:.]*Z\""), "TIME");
-    return std::regex_replace(text, std::regex("(Function [^\n]*\\[)[0-9]+, "), "$1N, ");
+    return withoutTimes(text);
 }
 
 TEST(CliCapture, ReplaysASampleAsItIs) {
@@ -166,8 +179,20 @@ TEST(CliCapture, CapturesItsOwnCaptureAsItIs) {
 // Without the letters and digits, and without the lengths of words and columns: what of it is no
 // name.
 std::string shapeOf(const std::string& text) {
-    const std::string words = std::regex_replace(text, std::regex("[0-9A-Za-z]+"), "x");
-    return std::regex_replace(words, std::regex("[ x]+|-{2,}"), " ");
+    const auto kindOf = [](char c) {
+        return c == ' ' || std::isalnum(static_cast<unsigned char>(c)) != 0 ? ' ' : c;
+    };
+    std::string shape;
+    for (std::size_t i = 0; i < text.size();) {
+        const char kind = kindOf(text[i]);
+        const std::size_t begin = i++;
+        while (i < text.size() && kindOf(text[i]) == kind && (kind == ' ' || kind == '-')) {
+            ++i;
+        }
+        const bool isRule = kind == '-' && i - begin > 1;
+        shape += isRule ? ' ' : kind;
+    }
+    return shape;
 }
 
 /// What names became: those of maps by their places in the directory, those of iSCSI targets by the
