@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <map>
 #include <set>
@@ -32,6 +33,13 @@ constexpr const char* kSamples[] = {"plain-server",
 
 std::string samplePath(const std::string& name) {
     return std::string(SCSITOOL_SAMPLES) + "/" + name + ".json";
+}
+
+/// A test's name is letters and digits.
+std::string nameOf(std::string sample) {
+    const auto isNone = [](unsigned char c) { return std::isalnum(c) == 0; };
+    sample.erase(std::remove_if(sample.begin(), sample.end(), isNone), sample.end());
+    return sample;
 }
 
 /// The command on a recorded host; nothing is asked of the host that stands for the machine.
@@ -133,21 +141,26 @@ std::string transcript(const CliResult& result, const std::string& file) {
     return withoutTimes(text);
 }
 
-TEST(CliCapture, ReplaysASampleAsItIs) {
+/// Each sample by itself, so that the runs of a test can be shared out.
+class CliCaptureOf : public testing::TestWithParam<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(Samples, CliCaptureOf, testing::ValuesIn(kSamples),
+                         [](const auto& one) { return nameOf(one.param); });
+
+TEST_P(CliCaptureOf, ReplaysASampleAsItIs) {
     const TempFolder folder;
-    for (const char* const name : kSamples) {
-        const std::string sample = samplePath(name);
-        const std::string copy = folder.path(name);
-        ASSERT_NE(onFile(sample, {"capture", copy}).status, 1) << name;
-        for (const auto& command : commandsFor(sample)) {
-            EXPECT_EQ(transcript(onFile(copy, command), copy),
-                      transcript(onFile(sample, command), sample))
-                << name << ": " << command.front() << " " << command.back();
-            // A journal of its own: a dry run's would not be told on standard output then.
-            onFile(copy, command, folder.write("journal", ""));
-            EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
-                << name << ": " << command.back() << folder.read("journal");
-        }
+    const std::string name = GetParam();
+    const std::string sample = samplePath(name);
+    const std::string copy = folder.path(name);
+    ASSERT_NE(onFile(sample, {"capture", copy}).status, 1) << name;
+    for (const auto& command : commandsFor(sample)) {
+        EXPECT_EQ(transcript(onFile(copy, command), copy),
+                  transcript(onFile(sample, command), sample))
+            << name << ": " << command.front() << " " << command.back();
+        // A journal of its own: a dry run's would not be told on standard output then.
+        onFile(copy, command, folder.write("journal", ""));
+        EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
+            << name << ": " << command.back() << folder.read("journal");
     }
 }
 
@@ -233,22 +246,21 @@ std::vector<std::string> renamed(std::vector<std::string> command,
     return command;
 }
 
-TEST(CliCapture, RedactedReplaysAlikeButForTheNames) {
+TEST_P(CliCaptureOf, RedactedReplaysAlikeButForTheNames) {
     const TempFolder folder;
-    for (const char* const name : kSamples) {
-        const std::string sample = samplePath(name);
-        const std::string copy = folder.path(name);
-        ASSERT_NE(onFile(sample, {"capture", copy, "--redact"}).status, 1) << name;
-        const auto names = newNames(sample, copy);
-        for (const auto& command : commandsFor(sample)) {
-            const auto other = renamed(command, names);
-            EXPECT_EQ(shapeOf(transcript(onFile(copy, other), copy)),
-                      shapeOf(transcript(onFile(sample, renamed(command, {})), sample)))
-                << name << ": " << testing::PrintToString(command);
-            onFile(copy, other, folder.write("journal", ""));
-            EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
-                << name << ": " << testing::PrintToString(command);
-        }
+    const std::string name = GetParam();
+    const std::string sample = samplePath(name);
+    const std::string copy = folder.path(name);
+    ASSERT_NE(onFile(sample, {"capture", copy, "--redact"}).status, 1) << name;
+    const auto names = newNames(sample, copy);
+    for (const auto& command : commandsFor(sample)) {
+        const auto other = renamed(command, names);
+        EXPECT_EQ(shapeOf(transcript(onFile(copy, other), copy)),
+                  shapeOf(transcript(onFile(sample, renamed(command, {})), sample)))
+            << name << ": " << testing::PrintToString(command);
+        onFile(copy, other, folder.write("journal", ""));
+        EXPECT_EQ(folder.read("journal").find("unanswered"), std::string::npos)
+            << name << ": " << testing::PrintToString(command);
     }
 }
 

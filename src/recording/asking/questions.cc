@@ -54,8 +54,8 @@ std::string withoutLastZeros(const std::uint8_t* bytes, std::size_t length) {
 }
 
 void fill(std::uint8_t* to, std::size_t room, std::string_view bytes) {
-    std::memcpy(to, bytes.data(), bytes.size());
-    std::memset(to + bytes.size(), 0, room - bytes.size());
+    std::uint8_t* const end = std::copy(bytes.begin(), bytes.end(), to);
+    std::fill(end, to + room, std::uint8_t{0});
 }
 
 // In front of the data of an SG_IO answer.
