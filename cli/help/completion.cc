@@ -35,8 +35,8 @@ class Reader {
     explicit Reader(const Json& catalogue) : m_root(catalogue), m_node(&catalogue) {}
 
     void read(const std::vector<std::string>& words) {
-        for (auto word = words.begin(); word + 1 < words.end(); ++word) {
-            pass(*word);
+        for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+            pass(words[i]);
         }
         const std::string last = words.empty() ? std::string() : words.back();
         const std::size_t equals = last.find('=');

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iterator>
 
+#include "recording/pages/designators.h"
 #include "recording/text/hex.h"
 
 namespace cli::prune {
@@ -16,11 +17,10 @@ using recording::guard::logicalUnitNames;
 
 enum class Comparison { kSame, kAnother, kImpossible };
 
-// Layout of a designator, SPC: code set in byte 0, type in byte 1, length in byte 3.
-constexpr std::size_t kDesignatorHeader = 4;
-
-// NAA, EUI-64, SCSI name string, T10 vendor, vendor specific: the strongest first.
-constexpr std::array<unsigned, 5> kTypes = {3, 2, 8, 1, 0};
+// The strongest first.
+constexpr std::array<unsigned, 5> kTypes = {recording::kNaaName, recording::kEui64Name,
+                                            recording::kScsiNameString, recording::kT10VendorName,
+                                            recording::kVendorSpecificName};
 
 std::vector<Bytes> ofType(const std::vector<Bytes>& names, unsigned type) {
     std::vector<Bytes> found;
@@ -30,10 +30,10 @@ std::vector<Bytes> ofType(const std::vector<Bytes>& names, unsigned type) {
 }
 
 std::string text(const Bytes& name) {
-    constexpr unsigned kBinary = 1;
-    const Bytes content(name.begin() + kDesignatorHeader, name.end());
-    return (name[0] & 0x0FU) == kBinary ? recording::toHex(content)
-                                        : std::string(content.begin(), content.end());
+    const Bytes content(name.begin() + recording::kDesignatorHeader, name.end());
+    return (name[0] & 0x0FU) == recording::kBinaryCodes
+               ? recording::toHex(content)
+               : std::string(content.begin(), content.end());
 }
 
 // Compares the logical unit's names, and says in `reason` which are not the same.

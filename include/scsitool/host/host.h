@@ -176,7 +176,7 @@ class SCSITOOL_EXPORT Host {
     /// group, and so it is when the asking process ends before it, however that ends, or the asking
     /// thread does. A program without a '/' is looked up in /sbin, /bin, /usr/sbin and /usr/bin;
     /// one that cannot be executed is missing. An effect on the host, unless the command is a read
-    /// (/bin/ls, /sbin/pidof).
+    /// (isReadCommand()).
     virtual CommandResult runCommand(const std::string& command, int timeoutSeconds) = 0;
     /// Runs a line through /bin/sh, without a time limit, and gives its wait status as system(3)
     /// does; what it prints is dropped. An effect on the host.
@@ -223,8 +223,8 @@ class SCSITOOL_EXPORT Scope {
     Host* m_former;
 };
 
-/// Tells whether a command only reads (/bin/ls and /sbin/pidof), so that a dry run may carry it
-/// out.
+/// Tells whether a command only reads (/bin/ls, /sbin/pidof and "dmsetup status"), so that a dry
+/// run may carry it out.
 SCSITOOL_EXPORT bool isReadCommand(const std::string& command);
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "recording/pages/designators.h"
 #include "recording/redaction/words.h"
 
 namespace recording {
@@ -64,21 +65,19 @@ void addHitachi(const Bytes& data, Fields& fields) {
     fields.addFromTo(kBehind, kSpecificEnd, Kind::kRegion);
 }
 
-void addDesignator(const Bytes& page, std::size_t offset, std::size_t length,
+void addDesignator(const Bytes& page, const Designator& designator,
                    const std::function<bool(const std::string&)>& isKnownWord, Fields& fields) {
-    constexpr unsigned kT10 = 1;
-    constexpr unsigned kPort = 4;
-    constexpr unsigned kGroup = 6;
+    constexpr unsigned kLogicalUnitGroup = 6;
     constexpr std::size_t kT10Vendor = 8;
     constexpr std::size_t kAtaModel = 40;  // SAT: 40 characters of model, 20 of serial number
     constexpr std::size_t kAtaName = kT10Vendor + kAtaModel + 20;
-    const unsigned type = page[offset + 1] & 0xFU;
-    std::size_t begin = offset + kHeader;
+    const std::size_t length = designator.length;
+    std::size_t begin = designator.offset + kDesignatorHeader;
     const std::size_t end = begin + length;
-    if (type >= kPort && type <= kGroup) {
+    if (designator.type >= kRelativeTargetPort && designator.type <= kLogicalUnitGroup) {
         return;  // relative port, port group, logical unit group: numbers of the host's own paths
     }
-    if (type != kT10) {
+    if (designator.type != kT10VendorName) {
         fields.addFromTo(begin, end, isText(page, begin, length) ? Kind::kText : Kind::kBinary);
         return;
     }
@@ -106,18 +105,16 @@ void addDesignator(const Bytes& page, std::size_t offset, std::size_t length,
 std::vector<PageField> fieldsOfNames(const Bytes& page,
                                      const std::function<bool(const std::string&)>& isKnownWord) {
     Fields fields(page);
-    std::size_t offset = kHeader;
-    while (offset + kHeader <= page.size()) {
-        const std::size_t room = page.size() - offset - kHeader;
-        const std::size_t length = page[offset + 3];
+    std::size_t end = kHeader;
+    for (const Designator& designator : designatorsIn(page, kHeader)) {
         // Byte 2 of a designator is reserved: another value is a page older than SPC-3, or none.
-        if (page[offset + 2] != 0 || length > room) {
+        if (designator.reserved != 0 || !designator.isWhole()) {
             break;
         }
-        addDesignator(page, offset, length, isKnownWord, fields);
-        offset += kHeader + length;
+        addDesignator(page, designator, isKnownWord, fields);
+        end = designator.offset + kDesignatorHeader + designator.length;
     }
-    fields.addFromTo(offset, page.size(), Kind::kRegion);
+    fields.addFromTo(end, page.size(), Kind::kRegion);
     return fields.take();
 }
 
