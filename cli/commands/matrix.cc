@@ -48,6 +48,9 @@ class Matrix : public Command {
             report.text = comparison::matrixText(matrix, rows, context.layout);
         }
         report.doubts = sources.doubts();
+        for (std::string& contradiction : matrix.contradictions()) {
+            report.doubts.push_back(std::move(contradiction));
+        }
         return report;
     }
 

@@ -55,6 +55,10 @@ const std::string& identityOf(const HostVolume& volume) {
     return volume.isPathUdid ? kNone : volume.udid;
 }
 
+const std::string& ownNameOf(const HostVolume& volume) {
+    return volume.unitName.compare(0, 4, "t10.") == 0 ? kNone : volume.unitName;
+}
+
 std::size_t wellPathsOf(const HostVolume& volume) {
     return static_cast<std::size_t>(std::count_if(volume.paths.begin(), volume.paths.end(),
                                                   [](const Path& path) { return path.isWell; }));

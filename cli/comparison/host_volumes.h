@@ -44,6 +44,10 @@ std::vector<std::string> namesOf(const HostVolume& volume);
 /// The UDID where it identifies the volume wherever it is seen; else empty.
 const std::string& identityOf(const HostVolume& volume);
 
+/// The name of the logical unit where no other has the same: products hand out T10 vendor names
+/// twice. Else empty.
+const std::string& ownNameOf(const HostVolume& volume);
+
 std::size_t wellPathsOf(const HostVolume& volume);
 
 /// The volumes of a picture, their texts as UTF-8 as documents have them.

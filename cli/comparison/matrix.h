@@ -17,6 +17,7 @@ struct Sighting {
     std::uint32_t paths = 0;
     std::uint32_t wellPaths = 0;
     const std::string* name = nullptr;  ///< what it calls the volume
+    const std::string* udid = nullptr;  ///< where it is another than the row's
     std::optional<std::uint64_t> sizeKb;
 };
 
@@ -50,21 +51,28 @@ class Matrix {
     const std::vector<HostColumn>& hosts() const { return m_hosts; }
     /// In the order in which they were seen first.
     const std::vector<SharedVolume>& volumes() const { return m_volumes; }
+    /// Tells whether another volume has the same UDID: the names in page 0x83 differ.
+    bool sharesItsUdid(const SharedVolume& volume) const;
+    /// What cannot be: several volumes under one UDID, one volume under several. A line each.
+    std::vector<std::string> contradictions() const;
     bool isSeenByAll(const SharedVolume& volume) const {
         return volume.sightings.size() == m_hosts.size();
     }
 
   private:
-    using Places = std::unordered_map<std::string, std::size_t>;
+    using Texts = std::unordered_set<std::string>;
 
     SharedVolume& rowOf(const HostVolume& volume);
+    std::size_t placeOf(const HostVolume& volume) const;
+    void see(const HostVolume& volume, std::uint32_t host);
+    std::string udidsText(const SharedVolume& volume) const;
     std::string titleFor(const HostVolumes& host, const std::string& source) const;
 
     std::vector<HostColumn> m_hosts;
     std::vector<SharedVolume> m_volumes;
-    Places m_byUdid;
-    Places m_byUnitName;
-    std::unordered_set<std::string> m_names;  // hosts call many volumes alike: each text once
+    std::unordered_map<std::string, std::vector<std::size_t>> m_byUdid;
+    std::unordered_map<std::string, std::size_t> m_byOwnName;
+    Texts m_texts;  // hosts call many volumes alike: each text once
 };
 
 }  // namespace cli::comparison

@@ -49,7 +49,9 @@ std::vector<std::string> rowOf(const Matrix& matrix, const SharedVolume& volume)
     for (const Sighting& seen : volume.sightings) {
         cells[first + seen.host] = cellOf(seen);
     }
-    cells.push_back(volume.udid.empty() ? volume.unitName : volume.udid);
+    cells.push_back(volume.udid.empty()            ? volume.unitName
+                    : matrix.sharesItsUdid(volume) ? volume.udid + " (" + volume.unitName + ")"
+                                                   : volume.udid);
     return cells;
 }
 
@@ -99,12 +101,16 @@ Json sharedVolumeJson(const Matrix& matrix, const SharedVolume& volume) {
                  {"seen_by", Json::array()}};
     for (const Sighting& seen : volume.sightings) {
         const HostColumn& host = matrix.hosts()[seen.host];
-        json["seen_by"].push_back({{"host", textOrNull(host.host)},
-                                   {"time", textOrNull(host.time)},
-                                   {"name", jsonText(*seen.name)},
-                                   {"paths", seen.paths},
-                                   {"paths_well", seen.wellPaths},
-                                   {"size_kb", seen.sizeKb ? Json(*seen.sizeKb) : Json(nullptr)}});
+        Json entry = {{"host", textOrNull(host.host)},
+                      {"time", textOrNull(host.time)},
+                      {"name", jsonText(*seen.name)},
+                      {"paths", seen.paths},
+                      {"paths_well", seen.wellPaths},
+                      {"size_kb", seen.sizeKb ? Json(*seen.sizeKb) : Json(nullptr)}};
+        if (seen.udid != nullptr) {
+            entry["udid"] = jsonText(*seen.udid);
+        }
+        json["seen_by"].push_back(std::move(entry));
     }
     return json;
 }

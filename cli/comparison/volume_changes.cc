@@ -16,7 +16,7 @@ std::string udidAndName(const HostVolume& volume) {
 }
 
 std::string nameWithoutIdentity(const HostVolume& volume) {
-    return identityOf(volume).empty() && volume.unitName.empty() ? nameOf(volume) : std::string();
+    return identityOf(volume).empty() && ownNameOf(volume).empty() ? nameOf(volume) : std::string();
 }
 
 // Two volumes may have one UDID: then their names tell them apart.
@@ -31,7 +31,7 @@ class Matching {
         : m_before(before), m_after(after) {
         match(udidAndName);
         match([](const HostVolume& volume) { return identityOf(volume); });
-        match([](const HostVolume& volume) { return volume.unitName; });
+        match([](const HostVolume& volume) { return ownNameOf(volume); });
         match(nameWithoutIdentity);
     }
 
@@ -119,7 +119,7 @@ std::vector<Kind> differences(const HostVolume& before, const HostVolume& after)
 }
 
 bool isKnown(const HostVolume& volume) {
-    return !identityOf(volume).empty() || !volume.unitName.empty();
+    return !identityOf(volume).empty() || !ownNameOf(volume).empty();
 }
 
 void addRemapped(const HostVolumes& before, const HostVolumes& after, const Matching& matching,

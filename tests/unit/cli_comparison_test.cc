@@ -232,6 +232,13 @@ TEST(Diff, EveryFormOfAHostIsTheSameHost) {
     }
 }
 
+TEST(Diff, AT10VendorNameMakesNoVolumeOfTwo) {
+    const HostVolumes before = {"a", "", {volume("U", "t10.ACME    X")}};
+    const HostVolumes after = {"a", "", {volume("V", "t10.ACME    X")}};
+    EXPECT_EQ(cli::comparison::countsText(cli::comparison::compare(before, after)),
+              "1 gone, 1 new, 2 remapped");
+}
+
 TEST(Diff, ComparesTheMachineWithWhatWasSaved) {
     CliMachine machine(test::healthyHost());
     const TempFolder folder;
@@ -305,7 +312,50 @@ TEST(Matrix, AVolumeUnderAnotherUdidIsKnownByItsOwnName) {
     matrix.add({"d", "", {volume("", "naa.6")}}, "d");
     ASSERT_EQ(matrix.volumes().size(), 1U);
     EXPECT_TRUE(matrix.isSeenByAll(matrix.volumes().front()));
-    EXPECT_EQ(cli::comparison::sharedVolumeJson(matrix, matrix.volumes().front())["udid"], "U");
+    const auto json = cli::comparison::sharedVolumeJson(matrix, matrix.volumes().front());
+    EXPECT_EQ(json["udid"], "U");
+    EXPECT_EQ(json["seen_by"][0].count("udid"), 0U);
+    EXPECT_EQ(json["seen_by"][1]["udid"], "V");
+    EXPECT_EQ(json["seen_by"][3].count("udid"), 0U);
+    EXPECT_EQ(matrix.contradictions(),
+              std::vector<std::string>{"the volume naa.6 has several UDIDs: U, at b: V"});
+}
+
+TEST(Matrix, TwoVolumesOfOneUdidAreTwoRows) {
+    cli::comparison::Matrix matrix;
+    matrix.add({"a", "", {volume("U", "naa.6"), volume("U", "naa.7")}}, "a");
+    matrix.add({"b", "", {volume("U", "naa.7")}}, "b");
+    ASSERT_EQ(matrix.volumes().size(), 2U);
+    EXPECT_EQ(matrix.volumes()[0].sightings.size(), 1U);
+    EXPECT_EQ(matrix.volumes()[0].sightings[0].paths, 2U);
+    EXPECT_EQ(matrix.volumes()[1].sightings.size(), 2U);
+    EXPECT_EQ(matrix.contradictions(),
+              std::vector<std::string>{"2 volumes have the UDID U: naa.6, naa.7"});
+    const std::string text =
+        cli::comparison::matrixText(matrix, {&matrix.volumes()[0], &matrix.volumes()[1]}, {});
+    EXPECT_NE(text.find("U (naa.6)\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("U (naa.7)\n"), std::string::npos) << text;
+}
+
+// Products hand T10 vendor names out twice, so they tell two volumes apart and never make one.
+TEST(Matrix, AT10VendorNameIsNobodysOwn) {
+    cli::comparison::Matrix matrix;
+    matrix.add({"a", "", {volume("U", "t10.ACME    X"), volume("V", "t10.ACME    X")}}, "a");
+    matrix.add({"b", "", {volume("", "t10.ACME    X")}}, "b");
+    EXPECT_EQ(matrix.volumes().size(), 2U);
+    EXPECT_EQ(matrix.hosts()[1].leftOut, 1U);
+    EXPECT_TRUE(matrix.contradictions().empty());
+}
+
+TEST(MatrixCommand, SaysWhatCannotBe) {
+    CliMachine machine(test::healthyHost());
+    const TempFolder folder;
+    const std::string file =
+        folder.write("a", R"({"host":"a","udid":"U","logical_unit_name":"naa.6","devices":[]})"
+                          R"({"host":"a","udid":"U","logical_unit_name":"naa.7","devices":[]})");
+    const CliResult result = machine.run({"matrix", file});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "scsitool: 2 volumes have the UDID U: naa.6, naa.7\n");
 }
 
 TEST(MatrixCommand, LeavesOutWhatAllOrOneSee) {
