@@ -16,6 +16,10 @@ file(RELATIVE_PATH pc_to_prefix
 configure_file(cmake/scsitool.pc.in scsitool.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/scsitool.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# A distribution calls the package of the headers -dev or -devel; what belongs to it is documented there.
+set(SCSITOOL_DEVELOPMENT_PACKAGE libscsitool-dev CACHE STRING "The package that holds the headers")
+install(DIRECTORY packaging/example/
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${SCSITOOL_DEVELOPMENT_PACKAGE}/examples)
 
 if(TARGET scsitool_command)
   set_target_properties(scsitool_command PROPERTIES
@@ -23,6 +27,9 @@ if(TARGET scsitool_command)
   install(TARGETS scsitool_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   file(GLOB schemas CONFIGURE_DEPENDS cli/output/*.schema.json src/recording/*.schema.json)
   install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool)
+  install(DIRECTORY samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool/samples
+    FILES_MATCHING PATTERN *.json)
+  install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
   include(cmake/manuals.cmake)
   install(FILES packaging/completion/scsitool.bash RENAME scsitool
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Runs clang-tidy over the sources of the library and the command, with the compile commands of the
 # given build folder. A file whose inputs did not change since it was last clean is passed over.
+#   run_tidy.sh BUILD-FOLDER [CLANG-TIDY]
 set -euo pipefail
-build=$1
-export build
+build=$1 tidy=${2:-clang-tidy}
+export build tidy
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/scsitool-tidy
 export cache
 mkdir -p "$cache"
@@ -16,14 +17,14 @@ check() {
     # The preprocessed text, the checks and the tool decide the outcome.
     key=$({
         cat .clang-tidy
-        clang-tidy --version
+        "$tidy" --version
         clang++ -std=c++17 -E -P -w -Iinclude -Isrc/kit/include -Isrc -I. -DSCSITOOL_VERSION='""' "$source"
         cat "$source"
     } 2>/dev/null | sha256sum | cut -d' ' -f1)
     if [ -e "$cache/$key" ]; then
         return 0
     fi
-    clang-tidy --quiet --checks="$checks" -p "$build" "$source" 2>/dev/null || return 1
+    "$tidy" --quiet --checks="$checks" -p "$build" "$source" 2>/dev/null || return 1
     : >"$cache/$key"
 }
 export -f check

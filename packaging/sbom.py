@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Prints the bill of materials of the packages as SPDX 2.3: what was compiled in, in which version, under which licence.
+
+    sbom.py VERSION PACKAGE...      (the packages that are made: the command's first)
+"""
+import datetime
+import json
+import os
+import subprocess
+import sys
+
+# What the command's code holds: Debian's package, the project's name, its licence and copyright.
+COMPILED_IN = (
+    ("libcli11-dev", "CLI11", "BSD-3-Clause", "2017-2022 University of Cincinnati, developed by Henry Schreiner",
+     "https://github.com/CLIUtils/CLI11"),
+    ("libfmt-dev", "fmt", "LicenseRef-fmt", "2012-present Victor Zverovich", "https://github.com/fmtlib/fmt"),
+    ("nlohmann-json3-dev", "nlohmann-json", "MIT", "2013-2022 Niels Lohmann", "https://github.com/nlohmann/json"),
+)
+# What is linked and comes with the system that a package is installed on.
+LINKED = (
+    ("libstdc++", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+    ("libgcc", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+    ("glibc", "LGPL-2.1-or-later"),
+)
+FMT_LICENCE = ("MIT, with the exception that portions embedded into a machine-executable object form by compiling may be "
+               "redistributed in such form without the copyright and permission notices")
+
+
+def installed_version(package):
+    """The version of a Debian package without its epoch and revision, or None elsewhere."""
+    run = subprocess.run(["dpkg-query", "-W", "-f=${source:Upstream-Version}", package], check=False, text=True,
+                         capture_output=True)
+    return run.stdout.strip().split("+ds")[0] or None if run.returncode == 0 else None
+
+
+def element(name, version, licence, **more):
+    """A package of SPDX; what nobody can say of it is said to be so."""
+    made = {"SPDXID": f"SPDXRef-{name.replace('+', 'p')}", "name": name, "downloadLocation": "NOASSERTION",
+            "filesAnalyzed": False, "licenseConcluded": licence, "licenseDeclared": licence,
+            "copyrightText": "NOASSERTION", **more}
+    if version:
+        made["versionInfo"] = version
+    return made
+
+
+def relation(one, kind, other):
+    """ONE stands to OTHER as KIND says; both by name."""
+    return {"spdxElementId": f"SPDXRef-{one}", "relationshipType": kind,
+            "relatedSpdxElement": f"SPDXRef-{other.replace('+', 'p')}"}
+
+
+def bill(version, made, created):
+    """The document; MADE are the names of the packages, the command's first, then the library's, then the headers'."""
+    command, library, development = made
+    # No licence was granted for scsitool itself.
+    packages = [element(name, version, "NONE", copyrightText="the authors of scsitool") for name in made]
+    relations = [relation("DOCUMENT", "DESCRIBES", name) for name in made]
+    relations += [relation(command, "DEPENDS_ON", library), relation(development, "DEPENDS_ON", library)]
+    for package, name, licence, copyright_text, home in COMPILED_IN:
+        packages.append(element(name, installed_version(package), licence, copyrightText=copyright_text, homepage=home))
+        relations.append(relation(command, "STATIC_LINK", name))
+    for name, licence in LINKED:
+        packages.append(element(name, None, licence))
+        relations += [relation(one, "DYNAMIC_LINK", name) for one in (command, library)]
+    return {
+        "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
+        "name": f"scsitool-{version}", "documentNamespace": f"https://spdx.org/spdxdocs/scsitool-{version}-{created}",
+        "creationInfo": {"created": created, "creators": ["Tool: packaging/sbom.py"]},
+        "packages": packages, "relationships": relations,
+        "hasExtractedLicensingInfos": [{"licenseId": "LicenseRef-fmt", "name": "MIT with fmt's exception",
+                                        "extractedText": FMT_LICENCE}],
+    }
+
+
+def main(version, *made):
+    """Prints the document, dated as the sources are."""
+    moment = datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), datetime.timezone.utc)
+    print(json.dumps(bill(version, made, moment.strftime("%Y-%m-%dT%H:%M:%SZ")), indent=2))
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

@@ -1,0 +1,97 @@
+#!/usr/bin/env bash
+# Makes the packages twice, in two places, and holds them to be the same bytes and sound; installs, uses
+# and removes them in a Debian of its own.
+#   check.sh [SUITE]      (bookworm when none is named)
+# It needs root's rights, of the machine or of a user namespace. What it fetches is kept in build/chroots.
+set -euo pipefail
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+top=$(cd -- "$here/../.." && pwd)
+suite=${1:-bookworm}
+if [ "$(id -u)" -ne 0 ]; then
+    exec unshare --map-root-user --map-auto "$0" "$@"
+fi
+. "$here/chroot.sh"
+
+work=$(mktemp -d)
+trap 'rm -rf --one-file-system "$work"' EXIT
+# The same flags as the step gcc, so that the compiler's cache has it all.
+arguments=(-DSCSITOOL_WERROR=ON)
+
+fail() {
+    echo "packages: $*" >&2
+    exit 1
+}
+
+# The second time elsewhere and without the history, as somebody has it who unpacked an archive.
+same_bytes_elsewhere() {
+    local copy=$work/another/place/of/the/tree date
+    date=$(git -C "$top" log -1 --format=%ct)
+    mkdir -p "$copy"
+    tar -C "$top" --exclude=./build --exclude=./.git -cf - . | tar -C "$copy" -xf -
+    SOURCE_DATE_EPOCH=$date "$copy/package" "${arguments[@]}" >/dev/null
+    diff -r "$top/build/packages" "$copy/build/packages" || fail "two builds differ in their bytes"
+    rm -rf "$work/another"
+}
+
+unpack() {
+    local package
+    mkdir "$work/deb" "$work/rpm"
+    for package in "$top"/build/packages/*.deb; do
+        dpkg-deb -x "$package" "$work/deb"
+    done
+    for package in "$top"/build/packages/*.rpm; do
+        rpm2cpio "$package" | (cd "$work/rpm" && cpio --quiet -id)
+    done
+}
+
+no_place_of_the_build() {
+    local found
+    found=$(grep -rlaF -e "$top" -e "$work" "$work/deb" "$work/rpm" || true)
+    [ -z "$found" ] || fail "these name the folder that they were built in: $found"
+}
+
+names() {
+    (cd "$1" && find . ! -type d) |
+        sed -E 's,/lib64/,/LIB/,; s,/lib/x86_64-linux-gnu/,/LIB/,; s,/libscsitool-devel/,/libscsitool-dev/,;
+            s,/(vendor-completions|site-functions)/,/zsh/,; /\/(changelog.*\.gz|CHANGELOG\.md)$/d' | sort
+}
+
+# What Debian gets and what the others get are the same files under their own folders' names.
+both_kinds_hold_the_same() {
+    local difference
+    difference=$(diff <(names "$work/deb") <(names "$work/rpm")) || fail "Debian's (<) and the others' (>) differ:"$'\n'"$difference"
+    LD_LIBRARY_PATH=$work/rpm/usr/lib64 "$work/rpm/usr/bin/scsitool" --version >/dev/null
+}
+
+sound() {
+    lintian --allow-root --fail-on error "$top"/build/packages/*.deb
+    rpmlint --config "$top/packaging/rpm/rpmlint.toml" "$top"/build/packages/*.rpm
+}
+
+bills_of_materials() {
+    local bill
+    for bill in "$work"/{deb,rpm}/usr/share/doc/*/sbom.spdx.json; do
+        python3 -B "$here/sbom_check.py" "$bill"
+    done
+}
+
+used_in_a_chroot() {
+    local root=$work/root
+    mkdir "$root"
+    make_chroot "$suite" "$root"
+    mkdir "$root/packages"
+    cp "$top"/build/packages/*.deb "$here/inside.sh" "$root/packages"
+    run_in "$root" bash /packages/inside.sh command
+    run_in "$root" bash /packages/inside.sh library
+}
+
+for step in package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same sound \
+    bills_of_materials used_in_a_chroot; do
+    begun=$SECONDS
+    if [ "$step" = package ]; then
+        "$top/package" "${arguments[@]}"
+    else
+        "$step"
+    fi
+    printf 'packages: %s: %d s\n' "$step" $((SECONDS - begun))
+done
