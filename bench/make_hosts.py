@@ -105,9 +105,14 @@ class Host:
         self.directories["/dev/mapper/"] = [".", "..", "control"] + aliases
         return {"comment": "Written by bench/make_hosts.py, not captured.",
                 "format": "scsitool-host/1", "hostname": self.name,
-                "kernel_release": "6.1.0-18-amd64", "files": self.files,
-                "directories": self.directories, "links": self.links, "devices": self.devices,
-                "commands": []}
+                "kernel_release": "6.1.0-18-amd64", "files": in_order(self.files),
+                "directories": in_order(self.directories), "links": in_order(self.links),
+                "devices": in_order(self.devices), "commands": []}
+
+
+def in_order(members):
+    """As a capture writes them."""
+    return dict(sorted(members.items()))
 
 
 def usual_size(volume):

@@ -27,11 +27,9 @@ class Matrix : public Command {
         m_lines.demandAlone(context.options);
         comparison::Sources sources(context);
         comparison::Matrix matrix;
-        for (const std::string& file : m_files) {
-            for (const comparison::HostVolumes& host : sources.read(file)) {
-                matrix.add(host, file);
-            }
-        }
+        sources.readAll(m_files, [&](const comparison::HostVolumes& host, const std::string& file) {
+            matrix.add(host, file);
+        });
         const SharedVolumes rows = chosen(matrix);
         Report report;
         report.data["hosts"] = comparison::hostsJson(matrix);

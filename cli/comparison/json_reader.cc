@@ -7,8 +7,15 @@
 namespace cli::comparison {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kEndsOfScalar = ",]} \t\r\n";
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool isStructure(char c) {
+    return c == '"' || c == '{' || c == '}' || c == '[' || c == ']';
+}
 
 }  // namespace
 
@@ -18,7 +25,9 @@ void JsonReader::refuse(const std::string& expected) const {
 
 // The character that comes next, blanks left out; NUL at the end.
 char JsonReader::next() {
-    m_place = std::min(m_text.find_first_not_of(kBlanks, m_place), m_text.size());
+    while (m_place < m_text.size() && isBlank(m_text[m_place])) {
+        ++m_place;
+    }
     return m_place < m_text.size() ? m_text[m_place] : '\0';
 }
 
@@ -46,21 +55,19 @@ bool JsonReader::takesNull() {
     return isNull;
 }
 
-// Behind the closing quote of the string that begins here.
+// Behind the closing quote of the string that begins here: the first without an escape in front,
+// which is one backslash, or three.
 std::size_t JsonReader::endOfString() const {
-    std::size_t place = m_place + 1;
-    for (;;) {
-        place = m_text.find_first_of("\"\\", place);
-        if (place == std::string_view::npos || place + 1 == m_text.size()) {
-            break;
+    const std::size_t start = m_place + 1;
+    for (std::size_t quote = m_text.find('"', start); quote != std::string_view::npos;
+         quote = m_text.find('"', quote + 1)) {
+        std::size_t escapes = quote;
+        while (escapes > start && m_text[escapes - 1] == '\\') {
+            --escapes;
         }
-        if (m_text[place] == '"') {
-            return place + 1;
+        if ((quote - escapes) % 2 == 0) {
+            return quote + 1;
         }
-        place += 2;
-    }
-    if (place != std::string_view::npos && m_text[place] == '"') {
-        return place + 1;
     }
     refuse("an end of the string");
 }
@@ -125,7 +132,9 @@ void JsonReader::skip() {
 void JsonReader::skipContainer() {
     std::size_t depth = 0;
     do {
-        m_place = std::min(m_text.find_first_of("\"{}[]", m_place), m_text.size());
+        while (m_place < m_text.size() && !isStructure(m_text[m_place])) {
+            ++m_place;
+        }
         if (m_place == m_text.size()) {
             refuse("an end of what is open");
         }

@@ -1,10 +1,14 @@
 #include "cli/comparison/sources.h"
 
 #include <cstring>
+#include <memory>
+#include <optional>
 #include <utility>
 
 #include "cli/base/failure.h"
+#include "cli/base/lane.h"
 #include "cli/common/asking.h"
+#include "cli/comparison/handover.h"
 #include "cli/comparison/saved.h"
 #include "cli/output/utc_time.h"
 #include "cli/picture/enumeration.h"
@@ -22,6 +26,21 @@ std::string contentOf(const std::string& word) {
     return std::move(read.content);
 }
 
+// A forked process has neither standard input nor the machine's disks to ask.
+bool isFile(const std::string& word) {
+    return word != "live" && word != "-";
+}
+
+std::vector<std::size_t> filesAmong(const std::vector<std::string>& words) {
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < words.size(); ++place) {
+        if (isFile(words[place])) {
+            places.push_back(place);
+        }
+    }
+    return places;
+}
+
 }  // namespace
 
 std::string hostNameOf(const Context& context) {
@@ -37,11 +56,58 @@ std::vector<HostVolumes> Sources::read(const std::string& word) {
     if (word == "live") {
         return {enumerate(m_context, word)};
     }
-    const std::string text = contentOf(word);
-    if (isRecordedHost(text, word)) {
-        return {replay(text, word)};
+    std::string text = contentOf(word);
+    if (!isRecordedHost(text, word)) {
+        return readSaved(text, word);
     }
-    return readSaved(text, word);
+    recording::RecordedHostData data = recording::parseRecordedHost(text, word);
+    // Of several that are read at once none keeps what it does not need any more.
+    std::string().swap(text);
+    return {replay(std::move(data), word)};
+}
+
+// Two fill two processors, and two recordings at once are no burden. What a process traces would be
+// lost.
+std::size_t Sources::lanesFor(std::size_t files) const {
+    constexpr std::size_t kLanes = 2;
+    const bool isAlone = m_context.options.jobs < kLanes || m_context.options.traceLevel > 0;
+    return isAlone || files < kLanes ? 0 : kLanes;
+}
+
+std::string Sources::readAside(const std::string& word) const {
+    Sources aside(m_context);
+    Reading reading;
+    reading.hosts = aside.read(word);
+    reading.doubts = aside.doubts();
+    return packed(reading);
+}
+
+void Sources::readAll(const std::vector<std::string>& words, const Use& use) {
+    const std::vector<std::size_t> files = filesAmong(words);
+    const std::size_t count = lanesFor(files.size());
+    std::vector<std::unique_ptr<Lane>> lanes;
+    for (std::size_t lane = 0; lane < count; ++lane) {
+        std::vector<std::size_t> items;
+        for (std::size_t file = lane; file < files.size(); file += count) {
+            items.push_back(files[file]);
+        }
+        lanes.push_back(std::make_unique<Lane>(
+            std::move(items), [&](std::size_t item) { return readAside(words[item]); }));
+    }
+    std::size_t file = 0;
+    for (const std::string& word : words) {
+        std::optional<Reading> reading;
+        if (!lanes.empty() && isFile(word)) {
+            reading = unpacked(lanes[file++ % count]->take().value_or(""));
+        }
+        if (reading) {
+            m_doubts.insert(m_doubts.end(), reading->doubts.begin(), reading->doubts.end());
+        }
+        // What could not be read there fails here, with the reason.
+        for (const HostVolumes& host : reading ? std::move(reading->hosts) : read(word)) {
+            use(host, word);
+        }
+    }
 }
 
 HostVolumes Sources::readOne(const std::string& word) {
@@ -68,13 +134,12 @@ HostVolumes Sources::enumerate(const Context& context, const std::string& word) 
     return host;
 }
 
-HostVolumes Sources::replay(const std::string& text, const std::string& word) {
+HostVolumes Sources::replay(recording::RecordedHostData data, const std::string& word) {
     Options options;
     options.hostFile = word;
     options.deadline = m_context.options.deadline;
     // The host below is never asked: a recording stands in for it.
-    HostStack hosts(options, m_context.host(), nullptr, {},
-                    recording::parseRecordedHost(text, word));
+    HostStack hosts(options, m_context.host(), nullptr, {}, std::move(data));
     Context::TraceLog noTrace;
     const Context context = {options, m_context.layout, hosts, noTrace, m_context.isRoot};
     const host::Scope scope(hosts.top());

@@ -1,11 +1,14 @@
 #ifndef SCSITOOL_CLI_COMPARISON_SOURCES_H
 #define SCSITOOL_CLI_COMPARISON_SOURCES_H
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "cli/common/context.h"
 #include "cli/comparison/host_volumes.h"
+#include "recording/replay/recorded_host_data.h"
 
 namespace cli::comparison {
 
@@ -21,13 +24,19 @@ class Sources {
     std::vector<HostVolumes> read(const std::string& word);
     /// The same of a source that has to tell of one host at one time.
     HostVolumes readOne(const std::string& word);
+    /// Reads several sources, two files at a time, each in a process of its own, and calls `use`
+    /// for each host in the order of the sources.
+    using Use = std::function<void(const HostVolumes& host, const std::string& word)>;
+    void readAll(const std::vector<std::string>& words, const Use& use);
 
     /// What could not be told of the hosts that were enumerated, each with its source in front.
     const std::vector<std::string>& doubts() const { return m_doubts; }
 
   private:
+    std::size_t lanesFor(std::size_t files) const;
+    std::string readAside(const std::string& word) const;
     HostVolumes enumerate(const Context& context, const std::string& word);
-    HostVolumes replay(const std::string& text, const std::string& word);
+    HostVolumes replay(recording::RecordedHostData data, const std::string& word);
 
     const Context& m_context;
     std::vector<std::string> m_doubts;

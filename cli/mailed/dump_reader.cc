@@ -16,6 +16,8 @@ using Kind = DumpLine::Kind;
 
 constexpr std::size_t kMostRemarks = 20;
 constexpr std::size_t kLongestTitle = 200;
+// A few characters stand for a megabyte: those of one text must not stand for all of the memory.
+constexpr std::size_t kMostRepeated = 4U << 20;
 constexpr std::size_t kLeastBytes = 4;  // of the first line of bytes without offsets
 constexpr int kBases[] = {16, 8, 10};   // sg_vpd, xxd and hexdump; od; od -A d
 
@@ -75,7 +77,7 @@ class Finder {
                 m_hasWords = true;
                 break;
             case Kind::kRepeat:
-                m_isRepeated = !m_dump.bytes.empty();
+                beginRepeat();
                 break;
             case Kind::kEnd:
                 readEnd(line);
@@ -135,6 +137,15 @@ class Finder {
             remark(fmt::format("more than {} bytes in one dump: it is no page", kLongestDump));
             endDump();
         }
+    }
+
+    void beginRepeat() {
+        if (m_repeated >= kMostRepeated) {
+            remark(fmt::format("'*' stands for {} bytes in this text: the dump ends there",
+                               m_repeated));
+            endDump();
+        }
+        m_isRepeated = !m_dump.bytes.empty();
     }
 
     void readBytes(const DumpLine& line) {
@@ -200,6 +211,7 @@ class Finder {
             (m_base == 0 && missing % length != 0)) {
             return false;
         }
+        m_repeated += missing;
         for (std::size_t i = 0; i < missing; ++i) {
             const std::uint8_t byte = m_dump.bytes[m_last + i % length];
             m_dump.bytes.push_back(byte);
@@ -213,8 +225,9 @@ class Finder {
     std::string m_device;
     std::string m_title;
     std::size_t m_line = 0;
-    std::size_t m_last = 0;  // where the bytes of the last line begin
-    int m_base = 0;          // of the offsets; 0 while it is not known
+    std::size_t m_last = 0;      // where the bytes of the last line begin
+    std::size_t m_repeated = 0;  // bytes of the text's repeated lines
+    int m_base = 0;              // of the offsets; 0 while it is not known
     bool m_hasOffsets = false;
     bool m_isRepeated = false;
     bool m_hasWords = false;

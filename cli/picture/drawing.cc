@@ -64,6 +64,7 @@ class Drawing {
             }
         }
         std::vector<Device> devices;
+        devices.reserve(m_devices.size());
         for (auto& [name, device] : m_devices) {
             complete(device);
             devices.push_back(std::move(device));

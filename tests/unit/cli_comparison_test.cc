@@ -2,6 +2,7 @@
 
 #include "cli/base/failure.h"
 #include "cli/comparison/changes_text.h"
+#include "cli/comparison/handover.h"
 #include "cli/comparison/json_reader.h"
 #include "cli/comparison/matrix_text.h"
 #include "cli/comparison/saved.h"
@@ -160,6 +161,32 @@ TEST(JsonReader, PassesOverWhatIsNotAskedFor) {
     EXPECT_EQ(text, "x\xc3\xa9");
     EXPECT_EQ(number, 12U);
     EXPECT_TRUE(isNull);
+}
+
+// A quote ends the string unless an odd number of backslashes stands in front of it.
+TEST(JsonReader, FindsTheEndOfAString) {
+    for (const std::string content :
+         {R"()", R"(\\)", R"(\")", R"(\\\")", R"(a\\\\\\)", R"(\\\\\"b)", R"(\"\")"}) {
+        const std::string text = "[\"" + content + "\",7,{\"k\":\"" + content + "\"}]";
+        std::size_t strings = 0;
+        std::uint64_t number = 0;
+        cli::comparison::JsonReader reader(text);
+        reader.readArray([&] {
+            switch (strings++) {
+                case 0:
+                    EXPECT_EQ(reader.readText(), nlohmann::json::parse("\"" + content + "\""))
+                        << text;
+                    break;
+                case 1:
+                    number = reader.readNumber().value_or(0);
+                    break;
+                default:
+                    reader.skip();
+            }
+        });
+        EXPECT_EQ(number, 7U) << text;
+        EXPECT_TRUE(reader.isAtEnd()) << text;
+    }
 }
 
 // Every text cut anywhere, and every byte of it replaced: never past the end, never for ever.
@@ -356,6 +383,87 @@ TEST(MatrixCommand, SaysWhatCannotBe) {
     const CliResult result = machine.run({"matrix", file});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, "scsitool: 2 volumes have the UDID U: naa.6, naa.7\n");
+}
+
+cli::comparison::Reading reading() {
+    HostVolume bare;
+    bare.isPathUdid = true;
+    HostVolume whole = volume("U", "naa.6");
+    whole.maps.emplace_back("/dev/mapper/mpathb");
+    whole.paths[1].isWell = false;
+    return {{{"db01", "2026-11-21T10:00:00.000Z", {whole, bare}}, {"", "", {}}},
+            {"a.json: one", std::string("two\0", 4)}};
+}
+
+TEST(Handover, BringsEverything) {
+    const std::string text = cli::comparison::packed(reading());
+    const auto read = cli::comparison::unpacked(text);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(cli::comparison::packed(*read), text);
+    ASSERT_EQ(read->hosts.size(), 2U);
+    EXPECT_EQ(read->hosts[0].host, "db01");
+    EXPECT_EQ(read->hosts[0].time, "2026-11-21T10:00:00.000Z");
+    ASSERT_EQ(read->hosts[0].volumes.size(), 2U);
+    const HostVolume& one = read->hosts[0].volumes[0];
+    EXPECT_EQ(one.udid, "U");
+    EXPECT_FALSE(one.isPathUdid);
+    EXPECT_EQ(one.unitName, "naa.6");
+    EXPECT_EQ(one.maps, (std::vector<std::string>{"/dev/mapper/mpatha", "/dev/mapper/mpathb"}));
+    ASSERT_EQ(one.paths.size(), 2U);
+    EXPECT_EQ(one.paths[1].name, "/dev/sdb");
+    EXPECT_EQ(one.paths[1].address, "3:0:0:1");
+    EXPECT_TRUE(one.paths[0].isWell);
+    EXPECT_FALSE(one.paths[1].isWell);
+    EXPECT_EQ(one.sizeKb, kGibibyte);
+    EXPECT_EQ(one.revision, "0430");
+    EXPECT_TRUE(read->hosts[0].volumes[1].isPathUdid);
+    EXPECT_FALSE(read->hosts[0].volumes[1].sizeKb);
+    EXPECT_EQ(read->doubts, reading().doubts);
+}
+
+// The other process may have written anything.
+TEST(Handover, TakesNothingThatIsCutOrLonger) {
+    const std::string text = cli::comparison::packed(reading());
+    for (std::size_t end = 0; end < text.size(); ++end) {
+        EXPECT_FALSE(cli::comparison::unpacked(text.substr(0, end))) << end;
+        std::string other = text;
+        other[end] = '\xff';
+        cli::comparison::unpacked(other);
+    }
+    EXPECT_FALSE(cli::comparison::unpacked(text + '\0'));
+}
+
+TEST(MatrixCommand, HostsReadSideBySideAreThoseReadInTurn) {
+    CliMachine machine(test::healthyHost());
+    const TempFolder folder;
+    const std::string samples = std::string(SCSITOOL_SAMPLES) + "/";
+    const std::string lines = folder.write(
+        "l", R"({"host":"a","udid":"U","devices":[]}{"host":"b","udid":"U","devices":[]})");
+    // The machine first, whose title would hold the time otherwise.
+    const std::vector<std::string> files = {lines,
+                                            "live",
+                                            samples + "enterprise.json",
+                                            samples + "sick-dead-path.json",
+                                            samples + "in-use.json",
+                                            samples + "sick-remapped-lun.json",
+                                            lines};
+    const auto outcome = [&](std::vector<std::string> options, const std::vector<std::string>& of) {
+        options.emplace_back("matrix");
+        options.insert(options.end(), of.begin(), of.end());
+        const CliResult result = machine.run(options);
+        return std::to_string(result.status) + "\n" + result.out + result.err;
+    };
+    const std::string inTurn = outcome({"--jobs", "1"}, files);
+    EXPECT_EQ(outcome({}, files), inTurn);
+    EXPECT_EQ(outcome({"--jobs", "2"}, files), inTurn);
+    EXPECT_NE(inTurn.find("sick-dead-path.json: "), std::string::npos) << inTurn;
+    // The first that cannot be read is told, in its own words.
+    std::vector<std::string> wrong = files;
+    wrong.insert(wrong.begin() + 4, {folder.path("missing"), folder.write("w", "{")});
+    const std::string refused = outcome({"--jobs", "1"}, wrong);
+    EXPECT_EQ(refused, "2\nscsitool: " + folder.path("missing") +
+                           ": cannot be read: No such file or directory\n");
+    EXPECT_EQ(outcome({}, wrong), refused);
 }
 
 TEST(MatrixCommand, LeavesOutWhatAllOrOneSee) {

@@ -157,6 +157,29 @@ TEST(MailedDumps, HostileTextIsReadInOnePass) {
     EXPECT_EQ(repeated.all[0].bytes.size(), 2U) << "no dump grows beyond a page's size";
 }
 
+// A few characters stand for a megabyte, but not as often as one likes.
+TEST(MailedDumps, RepeatedLinesOfOneTextAreBounded) {
+    const std::string one = "00000000  00 80 00 04\n*\n00100000\n";
+    std::string text;
+    for (int i = 0; i < 4; ++i) {
+        text += one;
+    }
+    const auto most = findDumps(text + "00000000  00 80 00 01 41\n", "text");
+    ASSERT_EQ(most.all.size(), 5U);
+    EXPECT_EQ(most.all[3].bytes.size(), 1U << 20);
+    EXPECT_TRUE(most.remarks.empty());
+    // Four bytes of each stood there themselves.
+    const auto last = findDumps(text + one, "text");
+    ASSERT_EQ(last.all.size(), 5U);
+    EXPECT_EQ(last.all[4].bytes.size(), 1U << 20);
+    const auto more = findDumps(text + one + one, "text");
+    ASSERT_EQ(more.all.size(), 6U);
+    EXPECT_EQ(more.all[5].bytes.size(), 4U);
+    ASSERT_EQ(more.remarks.size(), 1U);
+    EXPECT_EQ(more.remarks[0],
+              "text:17: '*' stands for 5242860 bytes in this text: the dump ends there");
+}
+
 TEST(MailedPages, AreToldApartByWhatTheySay) {
     const Page inquiry = inquiryOf("Disk");
     const Page serial = Page::serial("A serial of thirty-four characters");

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <system_error>
 
 #include "recording/text/hex.h"
@@ -45,11 +46,11 @@ RecordedPage readResponse(const JsonNode& node) {
 
 RecordedPage readPage(const JsonNode& node) {
     RecordedPage page;
-    if (node.value().is_object() && node.value().contains("errno")) {
+    if (node.value().find("errno") != nullptr) {
         page.error = readOnlyErrno(node);
-    } else if (node.value().is_object()) {
+    } else if (node.value().isObject()) {
         page = readResponse(node);
-    } else if (node.value().is_string()) {
+    } else if (node.value().isString()) {
         page.bytes = readHex(node);
     } else {
         node.refuse(
@@ -61,7 +62,7 @@ RecordedPage readPage(const JsonNode& node) {
 
 void readInquiry(const JsonNode& node, RecordedDevice& device) {
     node.forEachMember([&device](const JsonNode& member) {
-        const std::string& name = member.step();
+        const std::string_view name = member.step();
         if (name == "std") {
             device.standardInquiry = readPage(member);
             return;
@@ -71,7 +72,7 @@ void readInquiry(const JsonNode& node, RecordedDevice& device) {
         if (fromHex(name, code, badOffset) != HexError::kNone || code.size() != 1 ||
             toHex(code) != name) {
             member.refuse("std or a page code of two lower-case hexadecimal digits",
-                          "\"" + printable(name) + "\"");
+                          "\"" + printable(std::string(name)) + "\"");
         }
         device.pages[code.front()] = readPage(member);
     });
@@ -111,7 +112,7 @@ std::uint32_t readIdLun(const JsonNode& node) {
 }
 
 void readAddressWord(const JsonNode& node, RecordedDevice& device) {
-    if (node.value().is_object()) {
+    if (node.value().isObject()) {
         device.idLunError = readOnlyErrno(node);
     } else {
         device.idLun = readIdLun(node);

@@ -1,5 +1,8 @@
 #include "recording/replay/json_node.h"
 
+#include <charconv>
+#include <system_error>
+
 #include "recording/text/hex.h"
 
 namespace recording {
@@ -9,35 +12,36 @@ constexpr std::uint64_t kLargestErrno = 4095;  // MAX_ERRNO of the kernel
 
 }  // namespace
 
-std::string describe(const nlohmann::json& value) {
-    switch (value.type()) {
-        case nlohmann::json::value_t::object:
+std::string describe(const JsonValue& value) {
+    switch (value.kind) {
+        case JsonValue::Kind::kObject:
             return "an object";
-        case nlohmann::json::value_t::array:
+        case JsonValue::Kind::kArray:
             return "an array";
-        case nlohmann::json::value_t::string:
-            return "\"" + printable(value.get_ref<const std::string&>(), 40) + "\"";
+        case JsonValue::Kind::kString:
+            return "\"" + printable(std::string(value.text), 40) + "\"";
         default:
-            return value.dump();
+            // A number however it was written.
+            return nlohmann::json::parse(value.text).dump();
     }
 }
 
 std::string readText(const JsonNode& node, const std::string& expected) {
-    if (!node.value().is_string()) {
+    if (!node.value().isString()) {
         node.refuse(expected);
     }
-    return node.value().get<std::string>();
+    return std::string(node.value().text);
 }
 
 std::uint64_t readNumber(const JsonNode& node, std::uint64_t lowest, std::uint64_t highest) {
-    const std::string expected =
-        "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest);
-    if (!node.value().is_number_unsigned()) {
-        node.refuse(expected);
-    }
-    const auto number = node.value().get<std::uint64_t>();
-    if (number < lowest || number > highest) {
-        node.refuse(expected);
+    const std::string_view text = node.value().text;
+    const char* const end = text.data() + text.size();
+    std::uint64_t number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const bool isWhole = node.value().isNumber() && error == std::errc() && stop == end;
+    if (!isWhole || number < lowest || number > highest) {
+        node.refuse("a whole number from " + std::to_string(lowest) + " to " +
+                    std::to_string(highest));
     }
     return number;
 }
@@ -47,13 +51,13 @@ int readErrno(const JsonNode& node) {
 }
 
 bool readBool(const JsonNode& node) {
-    if (!node.value().is_boolean()) {
+    if (!node.value().isBoolean()) {
         node.refuse("true or false");
     }
-    return node.value().get<bool>();
+    return node.value().text == "true";
 }
 
-Bytes decodeHex(const JsonNode& node, const std::string& digits) {
+Bytes decodeHex(const JsonNode& node, std::string_view digits) {
     Bytes bytes;
     std::size_t badOffset = 0;
     switch (fromHex(digits, bytes, badOffset)) {
@@ -63,32 +67,37 @@ Bytes decodeHex(const JsonNode& node, const std::string& digits) {
             node.refuse("an even number of hexadecimal digits", std::to_string(digits.size()));
         case HexError::kBadDigit:
             node.refuse("hexadecimal digits and nothing else",
-                        "\"" + printable(digits.substr(badOffset, 1)) + "\" at digit " +
-                            std::to_string(badOffset + 1));
+                        "\"" + printable(std::string(digits.substr(badOffset, 1))) +
+                            "\" at digit " + std::to_string(badOffset + 1));
     }
     return bytes;
 }
 
 Bytes readHex(const JsonNode& node) {
-    return decodeHex(node, readText(node, "a string of hexadecimal digits"));
+    if (!node.value().isString()) {
+        node.refuse("a string of hexadecimal digits");
+    }
+    return decodeHex(node, node.value().text);
 }
 
 std::string readAbsolutePath(const JsonNode& node) {
     if (node.step().empty() || node.step().front() != '/') {
-        node.refuse("an absolute path as the member's name", "\"" + printable(node.step()) + "\"");
+        node.refuse("an absolute path as the member's name",
+                    "\"" + printable(std::string(node.step())) + "\"");
     }
-    return node.step();
+    return std::string(node.step());
 }
 
 [[noreturn]] void refuseMember(const JsonNode& member, const std::string& known) {
-    member.refuse("one of the members " + known, "\"" + printable(member.step()) + "\"");
+    member.refuse("one of the members " + known,
+                  "\"" + printable(std::string(member.step())) + "\"");
 }
 
 std::string readRawText(const JsonNode& node) {
-    if (node.value().is_string()) {
-        return node.value().get<std::string>();
+    if (node.value().isString()) {
+        return std::string(node.value().text);
     }
-    if (!node.value().is_object()) {
+    if (!node.value().isObject()) {
         node.refuse("a string or {\"hex\": \"...\"}");
     }
     std::string text;

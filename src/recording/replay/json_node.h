@@ -3,9 +3,10 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
+#include <string_view>
 
 #include "recording/replay/recorded_host_data.h"
+#include "recording/text/json_tree.h"
 #include "recording/text/strict_json.h"
 
 /// Reading a recorded host's document value by value: whatever is not as expected is refused with
@@ -13,18 +14,19 @@
 namespace recording {
 
 /// What a value is, for a message.
-std::string describe(const nlohmann::json& value);
+std::string describe(const JsonValue& value);
 
 /// A value and the way to it from the root.
 class JsonNode {
   public:
-    JsonNode(const nlohmann::json& value, const JsonNode* parent, std::string step)
-        : m_value(value), m_parent(parent), m_step(std::move(step)) {}
+    /// All must outlive the node.
+    JsonNode(const JsonValue& value, const JsonNode* parent, std::string_view step)
+        : m_value(value), m_parent(parent), m_step(step) {}
 
-    const nlohmann::json& value() const { return m_value; }
-    const std::string& step() const { return m_step; }
+    const JsonValue& value() const { return m_value; }
+    std::string_view step() const { return m_step; }
     std::string place() const {
-        return m_parent == nullptr ? "" : m_parent->place() + pointerStep(m_step);
+        return m_parent == nullptr ? "" : m_parent->place() + pointerStep(std::string(m_step));
     }
 
     [[noreturn]] void refuse(const std::string& expected, const std::string& found) const {
@@ -34,34 +36,35 @@ class JsonNode {
         refuse(expected, describe(m_value));
     }
 
-    /// Calls `use(member)` for each member but the comments.
+    /// Calls `use(member)` for each member but the comments, in the order of their names.
     template <class Use>
     void forEachMember(Use use) const {
-        if (!m_value.is_object()) {
+        if (!m_value.isObject()) {
             refuse("an object");
         }
-        for (const auto& [key, member] : m_value.items()) {
-            if (key != "comment") {
-                use(JsonNode(member, this, key));
+        for (const JsonMember& member : m_value.members) {
+            if (member.name != "comment") {
+                use(JsonNode(member.value, this, member.name));
             }
         }
     }
 
     template <class Use>
     void forEachElement(const std::string& expected, Use use) const {
-        if (!m_value.is_array()) {
+        if (!m_value.isArray()) {
             refuse(expected);
         }
         std::size_t index = 0;
-        for (const nlohmann::json& element : m_value) {
-            use(JsonNode(element, this, std::to_string(index++)));
+        for (const JsonMember& element : m_value.members) {
+            const std::string step = std::to_string(index++);
+            use(JsonNode(element.value, this, step));
         }
     }
 
   private:
-    const nlohmann::json& m_value;
+    const JsonValue& m_value;
     const JsonNode* m_parent;
-    std::string m_step;
+    std::string_view m_step;
 };
 
 std::string readText(const JsonNode& node, const std::string& expected = "a string");
@@ -69,7 +72,7 @@ std::uint64_t readNumber(const JsonNode& node, std::uint64_t lowest, std::uint64
 int readErrno(const JsonNode& node);
 bool readBool(const JsonNode& node);
 /// Bytes from hexadecimal digits that stand somewhere in a node.
-Bytes decodeHex(const JsonNode& node, const std::string& digits);
+Bytes decodeHex(const JsonNode& node, std::string_view digits);
 Bytes readHex(const JsonNode& node);
 /// Text that need not be UTF-8: a string, or {"hex": "..."}.
 std::string readRawText(const JsonNode& node);

@@ -1,16 +1,17 @@
 #include "recording/replay/recorded_host_file.h"
 
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "recording/replay/device_reader.h"
 #include "recording/replay/json_node.h"
+#include "recording/text/json_tree.h"
 #include "recording/text/strict_json.h"
 #include "scsitool/host/own_files.h"
 
 namespace recording {
 namespace {
-
-using nlohmann::json;
 
 constexpr std::size_t kLongestTarget = 4095;  // PATH_MAX without its NUL
 
@@ -40,12 +41,12 @@ RecordedFile readBrokenFile(const JsonNode& node) {
 
 RecordedFile readFile(const JsonNode& node) {
     RecordedFile file;
-    if (node.value().is_object() && node.value().contains("read_errno")) {
+    if (node.value().find("read_errno") != nullptr) {
         return readBrokenFile(node);
     }
-    if (node.value().is_object() && node.value().contains("errno")) {
+    if (node.value().find("errno") != nullptr) {
         file.error = readOnlyErrno(node);
-    } else if (node.value().is_object() || node.value().is_string()) {
+    } else if (node.value().isObject() || node.value().isString()) {
         file.content = readRawText(node);
     } else {
         node.refuse(
@@ -118,10 +119,10 @@ void readDirectories(const JsonNode& node, RecordedHostData& data) {
             member.refuse("a path that ends in \"/\" as the member's name",
                           "\"" + printable(path) + "\"");
         }
-        if (member.value().is_object()) {
+        if (member.value().isObject()) {
             data.directoryErrors[path] = readOnlyErrno(member);
         } else {
-            data.directories[path] = readNames(member);
+            data.directories.emplace_hint(data.directories.end(), path, readNames(member));
         }
     });
 }
@@ -133,28 +134,32 @@ void readLinks(const JsonNode& node, RecordedHostData& data) {
             member.refuse("a path that does not end in \"/\" as the member's name",
                           "\"" + printable(path) + "\"");
         }
-        data.links[path] = readTarget(member);
+        data.links.emplace_hint(data.links.end(), path, readTarget(member));
     });
 }
 
 void readMember(const JsonNode& member, RecordedHostData& data) {
-    const std::string& name = member.step();
+    const std::string_view name = member.step();
     if (name == "hostname") {
         data.hostName.reset();
-        if (!member.value().is_null()) {
-            data.hostName = member.value().is_object() ? readRawText(member)
-                                                       : readText(member, "a string or null");
+        if (!member.value().isNull()) {
+            data.hostName = member.value().isObject() ? readRawText(member)
+                                                      : readText(member, "a string or null");
         }
     } else if (name == "kernel_release") {
         data.kernelRelease = readText(member);
     } else if (name == "files") {
-        member.forEachMember(
-            [&data](const JsonNode& file) { data.files[readAbsolutePath(file)] = readFile(file); });
+        member.forEachMember([&data](const JsonNode& file) {
+            RecordedFile content = readFile(file);
+            data.files.emplace_hint(data.files.end(), readAbsolutePath(file), std::move(content));
+        });
     } else if (name == "directories") {
         readDirectories(member, data);
     } else if (name == "devices") {
-        member.forEachMember([&data](const JsonNode& device) {
-            data.devices[readAbsolutePath(device)] = readDevice(device);
+        member.forEachMember([&data](const JsonNode& node) {
+            RecordedDevice device = readDevice(node);
+            data.devices.emplace_hint(data.devices.end(), readAbsolutePath(node),
+                                      std::move(device));
         });
     } else if (name == "links") {
         readLinks(member, data);
@@ -170,14 +175,14 @@ void readMember(const JsonNode& member, RecordedHostData& data) {
 }
 
 void checkRecordedHostFormat(const JsonNode& root) {
-    if (!root.value().is_object()) {
+    if (!root.value().isObject()) {
         root.refuse("an object");
     }
-    const auto format = root.value().find("format");
-    if (format == root.value().end()) {
+    const JsonValue* const format = root.value().find("format");
+    if (format == nullptr) {
         root.refuse("the member format", "an object without it");
     }
-    if (*format != kRecordedHostFormat) {
+    if (!format->isString() || format->text != kRecordedHostFormat) {
         JsonNode(*format, &root, "format").refuse("\"" + std::string(kRecordedHostFormat) + "\"");
     }
 }
@@ -191,8 +196,8 @@ RecordedHostData parseRecordedHost(const std::string& text, const std::string& n
                                 " bytes, found " + std::to_string(text.size()));
     }
     try {
-        const json document = parseStrictJson(text);
-        const JsonNode root(document, nullptr, "");
+        const JsonTree tree(text);
+        const JsonNode root(tree.root(), nullptr, "");
         checkRecordedHostFormat(root);
         RecordedHostData data;
         root.forEachMember([&data](const JsonNode& member) { readMember(member, data); });

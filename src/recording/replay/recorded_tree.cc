@@ -10,84 +10,89 @@ namespace {
 
 constexpr int kMostLinks = 40;  // MAXSYMLINKS of the kernel
 
-std::string withoutLastSlashes(std::string path) {
-    while (!path.empty() && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
+std::string_view withoutLastSlashes(std::string_view path) {
+    return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
 }  // namespace
 
 RecordedTree::RecordedTree(RecordedHostData data) : m_data(std::move(data)) {
     static const std::vector<std::string> kNoNames;
+    m_places.reserve(m_data.files.size() + m_data.directories.size() + m_data.devices.size() +
+                     m_data.links.size());
     for (const auto& [path, file] : m_data.files) {
         // What was looked for in vain is not there, and neither is a directory for its sake.
         if (file.error != ENOENT) {
+            m_places[path].file = &file;
             noteDirectoriesAbove(path);
         }
     }
     for (const auto& [path, names] : m_data.directories) {
-        const std::string directory = withoutLastSlashes(path);
-        noteDirectoriesAbove(directory);
-        m_directories[directory].names = &names;
+        directoryAt(path).names = &names;
     }
     for (const auto& [path, error] : m_data.directoryErrors) {
-        const std::string directory = withoutLastSlashes(path);
-        noteDirectoriesAbove(directory);
-        Directory& entry = m_directories[directory];
-        entry.names = entry.names != nullptr ? entry.names : &kNoNames;
-        entry.error = error;
+        Place& directory = directoryAt(path);
+        directory.names = directory.names != nullptr ? directory.names : &kNoNames;
+        directory.directoryError = error;
     }
     for (const auto& [path, device] : m_data.devices) {
+        m_places[path].node.emplace(Node{path, device});
         noteDirectoriesAbove(path);
-        m_devices.emplace(path, Node{path, device});
     }
-    for (const auto& link : m_data.links) {
-        noteDirectoriesAbove(link.first);
+    for (const auto& [path, target] : m_data.links) {
+        m_places[path].link = &target;
+        noteDirectoriesAbove(path);
     }
 }
 
-void RecordedTree::noteDirectoriesAbove(const std::string& path) {
-    for (std::size_t slash = path.rfind('/'); slash != std::string::npos && slash > 0;
+RecordedTree::Place& RecordedTree::directoryAt(const std::string& path) {
+    const std::string_view directory = withoutLastSlashes(path);
+    noteDirectoriesAbove(directory);
+    return m_places[directory];
+}
+
+void RecordedTree::noteDirectoriesAbove(std::string_view path) {
+    for (std::size_t slash = path.rfind('/'); slash != std::string_view::npos && slash > 0;
          slash = path.rfind('/', slash - 1)) {
+        Place& directory = m_places[path.substr(0, slash)];
         // What is known already has its own parents noted with it.
-        if (!m_inhabited.insert(path.substr(0, slash)).second) {
+        if (directory.isInhabited) {
             return;
         }
+        directory.isInhabited = true;
     }
+}
+
+const RecordedTree::Place* RecordedTree::placeAt(std::string_view path) const {
+    const auto found = m_places.find(path);
+    return found == m_places.end() ? nullptr : &found->second;
 }
 
 bool RecordedTree::isInhabited(const std::string& path) const {
     int error = 0;
-    const std::string place = follow(path, true, error);
-    return error == 0 && m_inhabited.count(place) != 0;
+    const Place* const place = placeAt(follow(path, true, error));
+    return error == 0 && place != nullptr && place->isInhabited;
 }
 
-bool RecordedTree::isDirectory(const std::string& place) const {
-    return place.empty() || m_directories.count(place) != 0 || m_inhabited.count(place) != 0;
+bool RecordedTree::isDirectory(const std::string& path) const {
+    const Place* const place = placeAt(path);
+    return path.empty() || (place != nullptr && (place->names != nullptr || place->isInhabited));
 }
 
-const RecordedFile* RecordedTree::fileAt(const std::string& path) const {
-    const auto file = m_data.files.find(path);
-    return file == m_data.files.end() || file->second.error == ENOENT ? nullptr : &file->second;
-}
-
-RecordedTree::Entry RecordedTree::entryAt(const std::string& path) const {
+RecordedTree::Entry RecordedTree::entryAt(std::string_view path) const {
     Entry entry;
-    entry.file = fileAt(path);
-    if (entry.file != nullptr) {
+    const Place* place = placeAt(path);
+    if (place != nullptr && (place->file != nullptr || place->node)) {
+        entry.file = place->file;
+        entry.node = entry.file == nullptr ? &*place->node : nullptr;
         return entry;
     }
-    const auto node = m_devices.find(path);
-    if (node != m_devices.end()) {
-        entry.node = &node->second;
-        return entry;
+    if (!path.empty() && path.back() == '/') {
+        place = placeAt(withoutLastSlashes(path));
     }
-    const auto directory = m_directories.find(withoutLastSlashes(path));
-    if (directory != m_directories.end()) {
-        entry.directory = directory->second.names;
-        entry.directoryError = directory->second.error;
+    if (place != nullptr && place->names != nullptr) {
+        entry.directory = place->names;
+        entry.directoryError = place->directoryError;
         return entry;
     }
     entry.error = ENOENT;
@@ -129,38 +134,37 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
             place.erase(std::min(place.rfind('/'), place.size()));
             continue;
         }
-        const std::string candidate = std::string(place).append("/").append(name);
-        const auto link = m_data.links.find(candidate);
-        if (link == m_data.links.end() || (isLast && !followLast)) {
-            const bool isLeaf = fileAt(candidate) != nullptr || m_devices.count(candidate) != 0;
+        const std::size_t folder = place.size();
+        place.append("/").append(name);
+        const Place* const found = placeAt(place);
+        if (found == nullptr || found->link == nullptr || (isLast && !followLast)) {
+            const bool isLeaf = found != nullptr && (found->file != nullptr || found->node);
             error = isLeaf && !isLast ? ENOTDIR : 0;
-            place = candidate;
             continue;
         }
         error = ++links > kMostLinks ? ELOOP : 0;
-        rest = link->second + rest.substr(isLast ? next : next - 1);
+        const std::string& target = *found->link;
+        rest = target + rest.substr(isLast ? next : next - 1);
         next = 0;
-        if (link->second.compare(0, 1, "/") == 0) {
-            place.clear();
-        }
+        // From here, or from the root.
+        place.resize(target.compare(0, 1, "/") == 0 ? 0 : folder);
     }
     return place;
 }
 
 int RecordedTree::readLink(const std::string& path, std::string& target) const {
     // What was recorded under this very path answers by itself, as in `find`.
-    const auto exact = m_data.links.find(path);
-    if (exact != m_data.links.end()) {
-        target = exact->second;
+    const Place* const exact = placeAt(path);
+    if (exact != nullptr && exact->link != nullptr) {
+        target = *exact->link;
         return 0;
     }
     int error = 0;
     // A link named with a "/" behind it is what it points to.
     const bool isItself = !path.empty() && path.back() != '/';
-    const std::string place = follow(path, !isItself, error);
-    const auto link = m_data.links.find(place);
-    if (error == 0 && isItself && link != m_data.links.end()) {
-        target = link->second;
+    const Place* const place = placeAt(follow(path, !isItself, error));
+    if (error == 0 && isItself && place != nullptr && place->link != nullptr) {
+        target = *place->link;
         return 0;
     }
     const Entry entry = find(path);

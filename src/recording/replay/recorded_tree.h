@@ -1,10 +1,10 @@
 #ifndef SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
 #define SCSITOOL_RECORDING_REPLAY_RECORDED_TREE_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "recording/replay/recorded_host_data.h"
@@ -45,25 +45,28 @@ class RecordedTree {
     bool isInhabited(const std::string& path) const;
 
   private:
-    struct Directory {
-        const std::vector<std::string>* names = nullptr;
-        int error = 0;
+    /// What is known of one place, several things at once where the recording has them.
+    struct Place {
+        const RecordedFile* file = nullptr;  ///< none for one that was looked for in vain
+        std::optional<Node> node;
+        const std::vector<std::string>* names = nullptr;  ///< of a directory that is listed
+        int directoryError = 0;
+        const std::string* link = nullptr;
+        bool isInhabited = false;  ///< a directory that something recorded lies in
     };
 
-    Entry entryAt(const std::string& path) const;
-    /// None for what was looked for in vain: it is not there.
-    const RecordedFile* fileAt(const std::string& path) const;
+    const Place* placeAt(std::string_view path) const;
+    Place& directoryAt(const std::string& path);
+    void noteDirectoriesAbove(std::string_view path);
+    Entry entryAt(std::string_view path) const;
     /// The same place without ".", ".." and links (the last component's only if asked for); "" is
     /// the root.
     std::string follow(const std::string& path, bool followLast, int& error) const;
     bool isDirectory(const std::string& place) const;
-    void noteDirectoriesAbove(const std::string& path);
 
     // Large hosts are asked over and over: what follows points into it and copies nothing.
     const RecordedHostData m_data;
-    std::unordered_map<std::string, Directory> m_directories;  // without the last "/"
-    std::unordered_map<std::string_view, Node> m_devices;
-    std::unordered_set<std::string> m_inhabited;  // directories that something listed lies in
+    std::unordered_map<std::string_view, Place> m_places;  // directories without the last "/"
 };
 
 }  // namespace recording

@@ -33,21 +33,16 @@ std::string toHex(const std::vector<std::uint8_t>& bytes) {
     return toHex(bytes.data(), bytes.size());
 }
 
-HexError fromHex(const std::string& text, std::vector<std::uint8_t>& bytes,
-                 std::size_t& badOffset) {
-    bytes.clear();
-    bytes.reserve(text.size() / 2);
-    int high = 0;
+HexError fromHex(std::string_view text, std::vector<std::uint8_t>& bytes, std::size_t& badOffset) {
+    bytes.assign(text.size() / 2, 0);
     for (std::size_t index = 0; index < text.size(); ++index) {
         const int value = digitValue(text[index]);
         if (value < 0) {
             badOffset = index;
             return HexError::kBadDigit;
         }
-        if (index % 2 == 0) {
-            high = value;
-        } else {
-            bytes.push_back(static_cast<std::uint8_t>(high * 16 + value));
+        if (index / 2 < bytes.size()) {
+            bytes[index / 2] = static_cast<std::uint8_t>(bytes[index / 2] * 16 + value);
         }
     }
     return text.size() % 2 == 0 ? HexError::kNone : HexError::kOddCount;

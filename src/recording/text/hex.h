@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace recording {
@@ -16,7 +17,7 @@ enum class HexError { kNone, kOddCount, kBadDigit };
 
 /// Reads pairs of hexadecimal digits of either case and nothing else (no blanks). At a bad digit
 /// `badOffset` is its offset; `bytes` is then not to be used.
-HexError fromHex(const std::string& text, std::vector<std::uint8_t>& bytes, std::size_t& badOffset);
+HexError fromHex(std::string_view text, std::vector<std::uint8_t>& bytes, std::size_t& badOffset);
 
 }  // namespace recording
 

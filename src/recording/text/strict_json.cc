@@ -13,8 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kDeepest = 32;
-
 // The library's message without its own number and place in front.
 std::string reasonOf(const json::exception& error) {
     const std::string text = error.what();
@@ -105,9 +103,9 @@ class Builder : public nlohmann::json_sax<json> {
 
     bool begin(json container) {
         m_frames.push_back({put(std::move(container))});
-        if (m_frames.size() > kDeepest) {
-            throw JsonError(place(),
-                            "expected at most " + std::to_string(kDeepest) + " levels of nesting");
+        if (m_frames.size() > kDeepestJson) {
+            throw JsonError(
+                place(), "expected at most " + std::to_string(kDeepestJson) + " levels of nesting");
         }
         return true;
     }

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_RECORDING_TEXT_STRICT_JSON_H
 #define SCSITOOL_RECORDING_TEXT_STRICT_JSON_H
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -20,6 +21,9 @@ class JsonError : public std::runtime_error {
 
 /// One step of a JSON pointer with "~" and "/" escaped and the "/" in front.
 std::string pointerStep(const std::string& key);
+
+/// How many containers may lie in one another, the document itself included.
+constexpr std::size_t kDeepestJson = 32;
 
 /// Parses a JSON text strictly: UTF-8, no member twice in one object, no deeper than a sane
 /// document goes. Throws JsonError.

@@ -47,12 +47,12 @@ std::string BlockDevices::line(const std::string& path, Need need) {
 
 // Empty when the kernel has no such device.
 std::string BlockDevices::folder(const std::string& name) {
-    const std::array<std::string, 3> places = {kClass + name + "/", kBlock + name + "/",
-                                               kBlock + parentOf(name) + "/" + name + "/"};
     const auto known = m_folders.find(name);
     if (known != m_folders.end()) {
         return known->second;
     }
+    const std::array<std::string, 3> places = {kClass + name + "/", kBlock + name + "/",
+                                               kBlock + parentOf(name) + "/" + name + "/"};
     const auto place = std::find_if(places.begin(), places.end(), [&](const std::string& one) {
         return m_evidence.list(one) || m_evidence.file(one + "dev");
     });
