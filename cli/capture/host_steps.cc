@@ -5,6 +5,7 @@
 #include "cli/capture/reading.h"
 #include "cli/capture/tour.h"
 #include "cli/view/map_status.h"
+#include "cli/view/map_table.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli {
@@ -57,6 +58,7 @@ void askTools(host::Host& host) {
     host.writeAccess("/proc/scsi/scsi");
     host.runCommand("/sbin/pidof -x multipathd", kTimeLimitSeconds);
     view::askMapStatus(host);
+    view::askMapTables(host);
 }
 
 void askTables(host::Host& host) {

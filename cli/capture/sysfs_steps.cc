@@ -78,7 +78,7 @@ void askScsiDevices(host::Host& host) {
     askClass(host, "/sys/class/sas_device/", {"sas_address"});
     askClass(host, "/sys/class/iscsi_host/", {"initiatorname", "ipaddress", "hwaddress"});
     askClass(host, "/sys/class/iscsi_session/",
-             {"targetname", "initiatorname", "state", "recovery_tmo"});
+             {"targetname", "initiatorname", "state", "recovery_tmo", "tpgt"});
     askClass(host, "/sys/class/iscsi_connection/",
              {"address", "port", "persistent_address", "persistent_port"});
 }

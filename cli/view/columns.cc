@@ -2,6 +2,7 @@
 #include <set>
 
 #include "cli/base/text.h"
+#include "cli/view/cells.h"
 #include "cli/view/column.h"
 #include "cli/view/condition.h"
 #include "cli/view/natural_order.h"
@@ -12,47 +13,8 @@ namespace {
 using picture::Device;
 using picture::Kind;
 
-const Device& deviceAt(const Row& row, std::size_t place) {
-    return row.scene->picture.devices[place];
-}
-
-const DeviceFacts& factsAt(const Row& row, std::size_t place) {
-    return row.scene->facts[place];
-}
-
-const Device& leader(const Row& row) {
-    return deviceAt(row, row.leader);
-}
-
 const picture::Volume* volumeOf(const Row& row) {
     return row.volume == kNoVolume ? nullptr : &row.scene->picture.volumes[row.volume];
-}
-
-// Each of the texts once, in natural order.
-Cell together(std::vector<std::string> texts) {
-    texts.erase(std::remove(texts.begin(), texts.end(), std::string()), texts.end());
-    std::sort(texts.begin(), texts.end(), goesBefore);
-    texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
-    return {joined(texts, " "), {}};
-}
-
-template <class Text>
-Cell ofEach(const Row& row, Text textOf) {
-    std::vector<std::string> texts;
-    for (const std::size_t place : row.devices) {
-        texts.push_back(textOf(deviceAt(row, place), factsAt(row, place)));
-    }
-    return together(std::move(texts));
-}
-
-// What holds for the volume is told by its leading device that tells it.
-template <class Text>
-Cell ofFirst(const Row& row, Text textOf) {
-    std::string text = textOf(leader(row), factsAt(row, row.leader));
-    for (std::size_t i = 0; text.empty() && i < row.devices.size(); ++i) {
-        text = textOf(deviceAt(row, row.devices[i]), factsAt(row, row.devices[i]));
-    }
-    return {std::move(text), {}};
 }
 
 Cell volumeCell(const Row& row) {
@@ -233,7 +195,16 @@ bool hasName(const Column& column, const std::string& name) {
 
 }  // namespace
 
-const std::vector<Column>& allColumns() {
+Cell together(std::vector<std::string> texts) {
+    texts.erase(std::remove(texts.begin(), texts.end(), std::string()), texts.end());
+    std::sort(texts.begin(), texts.end(), goesBefore);
+    texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
+    return {joined(texts, " "), {}};
+}
+
+namespace {
+
+const std::vector<Column>& usualColumns() {
     constexpr bool kRight = true;
     constexpr bool kLeft = false;
     constexpr bool kWraps = true;
@@ -276,6 +247,18 @@ const std::vector<Column>& allColumns() {
          claimCell},
         {"udid", "UDID", "the Unique Device ID", kLeft, kOneLine, udidCell},
     };
+    return kColumns;
+}
+
+}  // namespace
+
+// The UDID is the last.
+const std::vector<Column>& allColumns() {
+    static const std::vector<Column> kColumns = [] {
+        std::vector<Column> columns = usualColumns();
+        columns.insert(columns.end() - 1, detailColumns().begin(), detailColumns().end());
+        return columns;
+    }();
     return kColumns;
 }
 

@@ -28,11 +28,59 @@ Json livesJson(Life life) {
     return life == Life::kUntold ? Json(nullptr) : Json(life == Life::kLiving);
 }
 
+template <class Number>
+Json numberOrNull(const std::optional<Number>& number) {
+    return number ? Json(*number) : Json(nullptr);
+}
+
+Json partitionsJson(const std::optional<std::vector<Partition>>& partitions) {
+    if (!partitions) {
+        return nullptr;
+    }
+    Json list = Json::array();
+    for (const Partition& partition : *partitions) {
+        list.push_back({{"name", jsonText(partition.name)},
+                        {"size_kb", numberOrNull(partition.sizeKb)},
+                        {"used_by", usersJson(partition.users)}});
+    }
+    return list;
+}
+
+Json pathGroupJson(const Scene& scene, std::size_t place) {
+    const DeviceFacts& facts = scene.facts[place];
+    if (facts.mapGroup == 0) {
+        return nullptr;
+    }
+    return {{"number", facts.mapGroup},
+            {"state", facts.mapGroupState},
+            {"policy", textOrNull(scene.details->policyOf(scene.picture.devices[place]))}};
+}
+
+void describeDetails(Json& json, const Scene& scene, std::size_t place) {
+    const picture::Device& device = scene.picture.devices[place];
+    const DeviceFacts& facts = scene.facts[place];
+    const Details& details = scene.details->of(device);
+    json["device_number"] = textOrNull(details.number);
+    json["wwid"] = textOrNull(details.wwid);
+    json["read_only"] = numberOrNull(details.isReadOnly);
+    json["partitions"] = partitionsJson(details.partitions);
+    if (device.kind == picture::Kind::kDisk) {
+        json["device_type"] = textOrNull(details.type);
+        json["remote_port"] = textOrNull(facts.ports.target);
+        json["portal_group"] = numberOrNull(facts.ports.portalGroup);
+        json["path_group"] = pathGroupJson(scene, place);
+    }
+    if (device.kind == picture::Kind::kMap) {
+        json["features"] = textOrNull(details.features);
+        json["hardware_handler"] = textOrNull(details.handler);
+    }
+}
+
 void describe(Json& json, const Scene& scene, std::size_t place) {
     const picture::Device& device = scene.picture.devices[place];
     const DeviceFacts& facts = scene.facts[place];
     if (!json.contains("size_kb")) {
-        json["size_kb"] = device.sizeKb ? Json(*device.sizeKb) : Json(nullptr);
+        json["size_kb"] = numberOrNull(device.sizeKb);
     }
     json["vendor"] = textOrNull(facts.vendor);
     json["product"] = textOrNull(facts.product);
@@ -51,6 +99,7 @@ void describe(Json& json, const Scene& scene, std::size_t place) {
         json["driver"] = textOrNull(facts.ports.driver);
         json["generic_node"] = textOrNull(facts.genericNode);
     }
+    describeDetails(json, scene, place);
 }
 
 Json cellJson(const Row& row, const char* column) {
@@ -71,7 +120,7 @@ Json lunsJson(const Row& row) {
 void describe(Json& json, const Row& row) {
     const auto living = livingOf(*row.scene, row.devices);
     json["name"] = cellJson(row, "device");
-    json["living_paths"] = living ? Json(*living) : Json(nullptr);
+    json["living_paths"] = numberOrNull(living);
     json["vendor"] = cellJson(row, "vendor");
     json["product"] = cellJson(row, "product");
     json["revision"] = cellJson(row, "revision");

@@ -10,17 +10,31 @@ namespace {
 constexpr const char* kCommand = "/usr/sbin/dmsetup status --target multipath";
 constexpr int kTimeLimitSeconds = 10;
 
+const char* groupStateOf(const std::string& letter) {
+    return letter == "A"   ? "active"
+           : letter == "E" ? "enabled"
+           : letter == "D" ? "disabled"
+                           : nullptr;
+}
+
+// A letter behind a device number is the state of that path, any other one that of a group.
 PathStates pathsIn(const std::string& text) {
     PathStates paths;
+    PathState group;
     std::istringstream words(text);
     std::string former;
     for (std::string word; words >> word; former = word) {
-        const bool isState = word == "A" || word == "F";
-        const auto number =
-            isState ? recording::guard::parseNumber(former, host::DeviceNumber::Kind::kBlock)
-                    : std::nullopt;
+        const char* const groupState = groupStateOf(word);
+        if (groupState == nullptr && word != "F") {
+            continue;
+        }
+        const auto number = recording::guard::parseNumber(former, host::DeviceNumber::Kind::kBlock);
         if (number) {
-            paths[recording::guard::numberText(*number)] = word == "A";
+            PathState& path = paths[recording::guard::numberText(*number)] = group;
+            path.isActive = word == "A";
+        } else if (groupState != nullptr) {
+            ++group.group;
+            group.groupState = groupState;
         }
     }
     return paths;

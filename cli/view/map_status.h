@@ -9,15 +9,22 @@
 
 namespace cli::view {
 
-/// What device-mapper's multipath target says of the paths of one map, by "major:minor": true for
-/// active, false for failed.
-using PathStates = std::map<std::string, bool>;
+/// What device-mapper's multipath target says of a path.
+struct PathState {
+    bool isActive = false;  ///< else failed
+    unsigned group = 0;     ///< the path group that it belongs to, from 1; 0 where that is not told
+    std::string groupState;  ///< "active", "enabled" or "disabled"; empty where that is not told
+};
+
+/// The same of the paths of one map, by "major:minor".
+using PathStates = std::map<std::string, PathState>;
 
 /// The same of all maps, by their names.
 using MapStates = std::map<std::string, PathStates>;
 
 /// Reads what 'dmsetup status --target multipath' prints: a line a map, in which each path is
-/// followed by A or F. What does not look like that is left out.
+/// followed by A or F, and each group of paths is led by A, E or D. What does not look like that is
+/// left out.
 MapStates parseMapStatus(const std::vector<std::string>& lines);
 
 /// Asks for it; empty where it is not told. A read: nothing is flushed.

@@ -1,5 +1,6 @@
 #include "cli/view/ports.h"
 
+#include "recording/guard/effect/scsi_address.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli::view {
@@ -44,6 +45,8 @@ Ports PortBook::portsOf(const picture::ScsiAddress& address) {
         ports.initiator = firstOf(line("iscsi_session/" + session + "/initiatorname"),
                                   line("iscsi_host/" + adapter + "/initiatorname"));
         ports.target = line("iscsi_session/" + session + "/targetname");
+        ports.portalGroup =
+            recording::guard::parseDecimal(line("iscsi_session/" + session + "/tpgt"));
     } else if (!endDevice.empty()) {
         ports.initiator = line("scsi_host/" + adapter + "/host_sas_address");
         ports.target = line("sas_device/" + endDevice + "/sas_address");

@@ -1,7 +1,9 @@
 #ifndef SCSITOOL_CLI_VIEW_PORTS_H
 #define SCSITOOL_CLI_VIEW_PORTS_H
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "cli/picture/picture.h"
@@ -13,6 +15,8 @@ struct Ports {
     std::string initiator;  ///< port name, iSCSI name or SAS address of the host's port
     std::string target;     ///< the same of the array's
     std::string driver;     ///< of the adapter: "qla2xxx", "iscsi_tcp"
+    /// Tag of the target portal group that an iSCSI session is with.
+    std::optional<std::uint64_t> portalGroup;
 };
 
 /// Reads them. What several paths share is read once.

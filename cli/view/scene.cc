@@ -39,7 +39,7 @@ class Gathering {
           m_evidence(view.host, view.isRecorded()),
           m_scsi(m_evidence),
           m_ports(view.host),
-          m_users(view.host, view.isRecorded()) {}
+          m_users(scene.details->users()) {}
 
     void gather() {
         readMapStates();
@@ -65,13 +65,17 @@ class Gathering {
         }
     }
 
-    std::string mapperStateOf(const Device& disk) {
+    void addMapperState(DeviceFacts& facts, const Device& disk) {
         if (m_pathStates.empty() || disk.kernelName.empty()) {
-            return {};
+            return;
         }
         const auto state =
             m_pathStates.find(guard::numberText(m_users.blocks().number(disk.kernelName)));
-        return state == m_pathStates.end() ? "" : state->second ? "active" : "failed";
+        if (state != m_pathStates.end()) {
+            facts.mapperState = state->second.isActive ? "active" : "failed";
+            facts.mapGroup = state->second.group;
+            facts.mapGroupState = state->second.groupState;
+        }
     }
 
     DeviceFacts factsOf(const Device& device) {
@@ -80,7 +84,7 @@ class Gathering {
         facts.product = guard::trimmed(device.product);
         facts.revision = guard::trimmed(device.revision);
         if (device.kind == Kind::kDisk) {
-            facts.mapperState = mapperStateOf(device);
+            addMapperState(facts, device);
             facts.life = lifeOf(device, facts.mapperState);
             if (device.address) {
                 addScsi(facts, *device.address);
@@ -104,7 +108,7 @@ class Gathering {
     guard::Evidence m_evidence;
     guard::ScsiDevices m_scsi;
     PortBook m_ports;
-    UserBook m_users;
+    UserBook& m_users;
     PathStates m_pathStates;
 };
 
@@ -119,6 +123,7 @@ Scene sceneOf(picture::Picture picture, const HostView& view) {
             scene.volumeOf[place] = i;
         }
     }
+    scene.details = std::make_shared<DetailBook>(view);
     Gathering(scene, view).gather();
     return scene;
 }

@@ -1,12 +1,14 @@
 #ifndef SCSITOOL_CLI_VIEW_SCENE_H
 #define SCSITOOL_CLI_VIEW_SCENE_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/common/host_view.h"
 #include "cli/picture/picture.h"
+#include "cli/view/details.h"
 #include "cli/view/ports.h"
 #include "cli/view/users.h"
 
@@ -26,6 +28,8 @@ struct DeviceFacts {
     std::string revision;
     std::string genericNode;    ///< "/dev/sg2"
     std::string mapperState;    ///< "active" or "failed"; empty where device-mapper does not tell
+    unsigned mapGroup = 0;      ///< of a path: its group in the map, from 1; 0 where it is not told
+    std::string mapGroupState;  ///< "active", "enabled" or "disabled"; empty as above
     Life life = Life::kUntold;  ///< of a disk
     Ports ports;                ///< of a disk
     std::optional<Users> users;
@@ -36,11 +40,13 @@ constexpr std::size_t kNoVolume = static_cast<std::size_t>(-1);
 /// A picture with all that the views show of it.
 struct Scene {
     picture::Picture picture;
-    std::vector<DeviceFacts> facts;     ///< of the devices, in their order
-    std::vector<std::size_t> volumeOf;  ///< of the devices: the volume's place, or kNoVolume
+    std::vector<DeviceFacts> facts;       ///< of the devices, in their order
+    std::vector<std::size_t> volumeOf;    ///< of the devices: the volume's place, or kNoVolume
+    std::shared_ptr<DetailBook> details;  ///< what is read only when it is shown
 };
 
-/// Completes a picture from what the kernel tells; no device is opened or asked.
+/// Completes a picture from what the kernel tells; no device is opened or asked. The host must
+/// outlive the scene.
 Scene sceneOf(picture::Picture picture, const HostView& view);
 
 /// The device that stands for several of one volume: a map or pseudo-device before a disk, the

@@ -321,6 +321,16 @@ std::optional<Users> UserBook::usersOf(const std::string& kernelName, const std:
     return std::move(found.users);
 }
 
+std::vector<std::string> UserBook::partitionsOf(const std::string& kernelName) {
+    Names names = m_blocks.partitions(kernelName);
+    for (const std::string& holder : m_blocks.holders(kernelName)) {
+        if (isPartition(m_blocks.mapUuid(holder))) {
+            names.push_back(holder);
+        }
+    }
+    return names;
+}
+
 std::vector<std::string> UserBook::mountedAt(const std::string& point) {
     std::vector<std::string> places;
     for (const auto& [place, users] : m_byPlace) {

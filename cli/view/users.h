@@ -58,6 +58,10 @@ class UserBook {
     /// The names of devices under which a mount point is known: nodes and "major:minor".
     std::vector<std::string> mountedAt(const std::string& point);
 
+    /// The partitions of a device, those that kpartx makes of a map among them, by the kernel's
+    /// names.
+    std::vector<std::string> partitionsOf(const std::string& kernelName);
+
     recording::guard::BlockDevices& blocks() { return m_blocks; }
 
   private:

@@ -70,7 +70,8 @@ Scope::~Scope() {
 
 bool isReadCommand(const std::string& command) {
     return startsWithWord(command, "/bin/ls") || startsWithWord(command, "/sbin/pidof") ||
-           startsWithWord(command, "/usr/sbin/dmsetup status");
+           startsWithWord(command, "/usr/sbin/dmsetup status") ||
+           startsWithWord(command, "/usr/sbin/dmsetup table");
 }
 
 }  // namespace host

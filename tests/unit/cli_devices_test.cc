@@ -35,7 +35,8 @@ TEST(CliDevices, JsonHasOneEntryADevice) {
               R"("array_serial":null,"volume_id":null,"logical_unit_name":null,"serial":null,)"
               R"("target_port":null,"port_group":null,"address":null,"hctl":null,)"
               R"("state":"no SCSI disk","last_known_udid":null,"marks":[],"size_kb":null,)"
-              R"("vendor":null,"product":null,"revision":null,"kernel_name":null,"used_by":null})");
+              R"("vendor":null,"product":null,"revision":null,"kernel_name":null,"used_by":null,)"
+              R"("device_number":null,"wwid":null,"read_only":null,"partitions":null})");
     EXPECT_EQ(devices[1].dump(),
               std::string(R"({"name":"/dev/mapper/mpatha","udid":")") + kVolume +
                   R"(","claim_level":16,"native_paths":[],"identity":"unit",)"
@@ -45,7 +46,9 @@ TEST(CliDevices, JsonHasOneEntryADevice) {
                   R"("target_port":null,"port_group":null,"address":null,)"
                   R"("hctl":null,"state":"ok","last_known_udid":null,"marks":[],)"
                   R"("size_kb":1048576,"vendor":"ACME","product":"Disk","revision":"0430",)"
-                  R"("kernel_name":null,"used_by":null})");
+                  R"("kernel_name":null,"used_by":null,)"
+                  R"("device_number":null,"wwid":null,"read_only":null,"partitions":null,)"
+                  R"("features":null,"hardware_handler":null})");
     EXPECT_EQ(devices[3]["name"], "/dev/sdb");
     EXPECT_EQ(devices[3]["address"].dump(), "[3,0,5,1]");
     EXPECT_EQ(devices[3]["hctl"], "3:0:5:1");
@@ -161,7 +164,10 @@ TEST(CliVolumes, JsonNamesSizePathsAndAddresses) {
         testing::EndsWith(R"("size_kb":1048576,"vendor":"ACME","product":"Disk","revision":"0430",)"
                           R"("kernel_name":"sdb","used_by":null,"lives":true,"kernel_state":null,)"
                           R"("access_state":null,"mapper_state":null,"initiator_port":null,)"
-                          R"("driver":null,"generic_node":null})"));
+                          R"("driver":null,"generic_node":null,)"
+                          R"("device_number":null,"wwid":null,"read_only":null,"partitions":null,)"
+                          R"("device_type":null,"remote_port":null,"portal_group":null,)"
+                          R"("path_group":null})"));
     EXPECT_EQ(document["unidentified"].dump(), "[]");
     EXPECT_EQ(document["contradictions"].dump(), "[]");
 }

@@ -179,7 +179,7 @@ TEST(CliVolumesView, ColumnsAreChosenAddedAndListed) {
     const CliResult help = host.run({"volumes", "-o", "help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.out, StartsWith("COLUMN"));
-    EXPECT_THAT(help.out, HasSubstr("\nudid       UDID            the Unique Device ID\n"));
+    EXPECT_THAT(help.out, HasSubstr("\nudid        UDID            the Unique Device ID\n"));
     EXPECT_EQ(host.run({"disks", "-o", "help", "--json"}).json()["columns"][0]["name"], "volume");
     for (const Words& wrong : {Words{"-o", "frob"}, Words{"--sort", "frob"}, Words{"-o", "size,"},
                                Words{"-o", "+frob"}}) {

@@ -55,17 +55,13 @@ class ViewHost : public SickHost {
         table += point.empty() ? "30 20 0:22 / /sys rw - sysfs sysfs rw\n"
                                : "30 20 " + at + " / " + point + " rw - xfs " + source + " rw\n";
     }
-    void status(const std::string& line) {
-        recording::RecordedCommand command;
-        command.command = "/usr/sbin/dmsetup status --target multipath";
-        command.output = {line};
-        data.commands.push_back(command);
-    }
+    void status(const std::string& line) { answer("status", line); }
+    void table(const std::string& line) { answer("table", line); }
 
     CliResult run(const Words& arguments) const {
         CliMachine machine(data);
         CliResult result = machine.run(arguments);
-        EXPECT_THAT(machine.journal(), testing::Each(testing::HasSubstr("dmsetup status")));
+        EXPECT_THAT(machine.journal(), testing::Each(testing::HasSubstr("/usr/sbin/dmsetup ")));
         EXPECT_EQ(machine.openDescriptors(), 0U);
         return result;
     }
@@ -74,6 +70,14 @@ class ViewHost : public SickHost {
         Words arguments = {"volumes", "--no-headings", "-o", names};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return run(arguments).out;
+    }
+
+  private:
+    void answer(const std::string& question, const std::string& line) {
+        recording::RecordedCommand command;
+        command.command = "/usr/sbin/dmsetup " + question + " --target multipath";
+        command.output = {line};
+        data.commands.push_back(command);
     }
 };
 

@@ -163,6 +163,12 @@ std::optional<std::uint64_t> BlockDevices::sizeKb(const std::string& name) {
     return sectors ? std::optional<std::uint64_t>(*sectors / kSectorsAKb) : std::nullopt;
 }
 
+std::optional<bool> BlockDevices::isReadOnly(const std::string& name) {
+    const std::string place = folder(name);
+    const auto flag = parseDecimal(place.empty() ? place : line(place + "ro"));
+    return flag ? std::optional<bool>(*flag != 0) : std::nullopt;
+}
+
 BlockDevices::Names BlockDevices::disks() {
     Names names = beginningWith("sd");
     names.erase(std::remove_if(names.begin(), names.end(),

@@ -48,6 +48,8 @@ class BlockDevices {
     /// The size that the kernel has for a device, in units of 1,024 bytes; none when it is not
     /// told.
     std::optional<std::uint64_t> sizeKb(const std::string& name);
+    /// Tells whether the kernel lets nobody write to a device; none when it is not told.
+    std::optional<bool> isReadOnly(const std::string& name);
     /// All whole disks of the SCSI disk driver, in no order.
     Names disks();
     /// All device-mapper maps.
