@@ -10,6 +10,13 @@ TYPICAL_SECONDS = 20
 IQN = "iqn.2026-01.lab.example:families"
 ADDED_LUN = 40
 ADDED_UDID = "UDID##DGC##CLARIION##CKM00112233445##60:06:01:60:A1:B2:C3:D4:E5:F6:07:18:29:30:4A:40"
+ABSENT_UDID = "UDID##ACME##NONE##0##0"
+# With it a login finds no disk by itself: they come when somebody has the session rescanned.
+MANUAL_SCAN = f"iscsiadm -m node -T {IQN} -o update -n node.session.scan -v manual"
+LATE_SECONDS = 3
+LATE_SCAN = f"""
+{{ until iscsiadm -m session; do sleep 0.1; done; sleep {LATE_SECONDS}; iscsiadm -m session -R; }} >/dev/null 2>&1 &
+"""
 # What a shell would make programs of: with blanks and quotes, which no target's name has, and without.
 REFUSED_NAME = "iqn.2026-01.lab.example:x;touch /tmp/a`touch /tmp/b`$(touch /tmp/c)|touch /tmp/d"
 HOSTILE_NAME = "iqn.2026-01.lab.example:x;id>/tmp/a|id>/tmp/b&$(id>/tmp/c)"
@@ -36,6 +43,7 @@ def run(guest, _, checks):
     check_new_unit(guest, checks)
     check_withdrawn_unit(guest, checks, nodes)
     check_logout(guest, checks)
+    check_wait(guest, checks)
     check_hostile_name(guest, checks)
 
 
@@ -128,6 +136,25 @@ def check_logout(guest, checks):
     guest.wait_for("the disks to go", "! ls /sys/block | grep -q '^sd'")
     checks.true("iscsi logout closes the session", guest.run("iscsiadm -m session", status=None).status != 0)
     checks.equal("no volume is left after the logout", guest.scsitool("devices", status=1)["devices"], [])
+
+
+def check_wait(guest, checks):
+    """A login ends when the volume is there that comes only later, or with the time-out when it does not come."""
+    guest.run(MANUAL_SCAN)
+    ended = guest.run(["scsitool", "iscsi", "login", IQN, "--wait", ABSENT_UDID, "--timeout", "2"], 1)
+    checks.contains("a login that waits in vain says so", ended.stderr,
+                    f"scsitool: {ABSENT_UDID} did not appear in 2 s\n")
+    guest.run(f"iscsiadm -m node -T {IQN} --logout")
+    guest.run(LATE_SCAN)
+    udid = FAMILIES[0].udid
+    clock = "echo $EPOCHREALTIME"
+    begun = float(guest.run(clock).stdout)
+    document = guest.scsitool("iscsi", "login", IQN, "--wait", udid, "--timeout", "60")
+    taken = float(guest.run(clock).stdout) - begun
+    nodes = [name for name, one in device_map(guest).items() if one == udid]
+    checks.equal("a login waits for a volume that comes later", document["waited"], {"udid": udid, "devices": nodes})
+    checks.true(f"it took {taken:.1f} s, until it had come", nodes and taken >= LATE_SECONDS)
+    guest.run(f"iscsiadm -m node -T {IQN} --logout")
 
 
 def check_hostile_name(guest, checks):

@@ -53,13 +53,23 @@ def check_dry_run(guest, checks, known):
 
 def check_rescan(guest, checks, known, added):
     """`rescan --changes` finds the disk and names it."""
-    document = guest.scsitool("rescan", "--changes", seconds=180)
+    document = guest.scsitool("rescan", "--changes", "--wait", added, "--timeout", "60", seconds=240)
     checks.equal("rescan ends well", document["result"], 0)
     node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
     changes = {name: document["changes"][name] for name in ("appeared", "disappeared")}
     checks.equal("rescan --changes names the new disk and no other", changes,
                  {"appeared": [{"udid": added, "devices": [node], "whole_volume": True}], "disappeared": []})
+    checks.equal("rescan --wait ends when the new disk is there", document["waited"], {"udid": added, "devices": [node]})
+    check_vain_wait(guest, checks, added + "X")
     checks.equal("the new disk is in the map", udids(guest), known | {added})
+
+
+def check_vain_wait(guest, checks, udid):
+    """`rescan --wait` for a disk that does not come ends with its time."""
+    # No adapter has this number: the script ends at once.
+    ended = guest.run(["scsitool", "rescan", "--wait", udid, "--timeout", "2", "--", "--hosts=99"], None)
+    checks.equal("a rescan that waits in vain says so", [ended.status, ended.stderr.splitlines()[-1:]],
+                 [1, [f"scsitool: {udid} did not appear in 2 s"]])
 
 
 def check_stale_removal(guest, checks, known, added):
