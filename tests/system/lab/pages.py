@@ -4,8 +4,10 @@ DISK = 0x00
 SPC_4 = 0x06
 RESPONSE_FORMAT = 0x12
 COMMAND_QUEUEING = 0x02
-BINARY, ASCII = 1, 2
-T10_VENDOR, EUI_64, NAA = 1, 2, 3
+BINARY, ASCII, UTF_8 = 1, 2, 3
+T10_VENDOR, EUI_64, NAA, RELATIVE_PORT, PORT_GROUP, SCSI_NAME = 1, 2, 3, 4, 5, 8
+# Whom a designator names, but for the logical unit.
+TARGET_PORT, TARGET_DEVICE = 1, 2
 # Names of the pages that arrays serve beside their own.
 SUPPORTED_PAGES, UNIT_SERIAL, IDENTIFICATION = 0x00, 0x80, 0x83
 
