@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -39,11 +40,21 @@ bool isRegularFile(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+/// What of a request tells afterwards whether it was answered: the lengths and the command
+/// descriptor block.
+using RequestHead = std::array<std::uint8_t, 24>;
+
+RequestHead headOf(const CommandBuffer& buffer) {
+    RequestHead head = {};
+    std::copy_n(buffer.begin(), head.size(), head.begin());
+    return head;
+}
+
 // Tells whether a request went to a file's FIBMAP, which has the number of SCSI_IOCTL_SEND_COMMAND
 // (a copy to a device that was not there leaves a file under /dev). It hands back a block number in
 // the first word and leaves the command descriptor block where a response would stand. A file is
 // only looked for where there is no response: that costs a disk nothing.
-bool wasFileRequest(int descriptor, int result, const CommandBuffer& sent,
+bool wasFileRequest(int descriptor, int result, const RequestHead& sent,
                     const CommandBuffer& answer) {
     constexpr std::size_t kBlockNumber = 4;
     const bool isAnswered =
@@ -81,12 +92,12 @@ int sendCommand(int descriptor, CommandBuffer& buffer) {
     if (refused != 0) {
         return refused;
     }
-    const CommandBuffer sent = buffer;
+    const RequestHead sent = headOf(buffer);
     const int result = control(descriptor, SCSI_IOCTL_SEND_COMMAND, buffer.data());
     if (!wasFileRequest(descriptor, result, sent, buffer)) {
         return result;
     }
-    buffer = sent;
+    std::copy(sent.begin(), sent.end(), buffer.begin());
     return -ENOTTY;
 }
 

@@ -11,6 +11,20 @@ namespace {
 constexpr int kFailure = 6;
 constexpr char kBlanks[] = " \t\r\n";
 
+bool isPathOf(const std::string& path, const std::string& directory, const std::string& file) {
+    return path.size() == directory.size() + 1 + file.size() &&
+           path.compare(0, directory.size(), directory) == 0 && path[directory.size()] == '/' &&
+           path.compare(directory.size() + 1, file.size(), file) == 0;
+}
+
+// Every open of a device reads one and the same file: its path is made once.
+host::ReadResult read(const std::string& directory, const std::string& file) {
+    static const std::string kUsual = "/etc/scsitool/devicefi.conf";
+    return isPathOf(kUsual, directory, file)
+               ? host::current().readFile(kUsual)
+               : host::current().readFile(std::string(directory).append("/").append(file));
+}
+
 }  // namespace
 
 void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::string& directory,
@@ -21,20 +35,15 @@ void CFiConfigurationPathTool::getConfigFileInfo(const std::string& name, std::s
 }
 
 int CFiConfiguration::importConfig(const std::string& directory, const std::string& file) {
-    std::string path;
-    path.reserve(directory.size() + 1 + file.size());
-    path += directory;
-    path += '/';
-    path += file;
-    const host::ReadResult read = host::current().readFile(path);
-    if (read.error() != 0) {
+    const host::ReadResult text = read(directory, file);
+    if (text.error() != 0) {
         return kFailure;
     }
     m_sections.clear();
     m_current.reset();
     m_imported = true;
     std::string sectionName;
-    for (const std::string& line : CFiStringTool::tokenize(read.content, "\n")) {
+    for (const std::string& line : CFiStringTool::tokenize(text.content, "\n")) {
         importLine(line.substr(0, line.find_first_of("#;")), sectionName);
     }
     return 0;

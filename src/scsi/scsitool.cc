@@ -43,8 +43,7 @@ void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length,
     const unsigned char* const response = buffer.data() + kHeaderLength;
     const std::size_t most = buffer.size() - kHeaderLength;
     const std::size_t stated = std::min(responseLength(response, vpd), most);
-    PageBytes<> bytes = scsi::makeBytes(stated);
-    std::copy_n(response, stated, bytes->get());
+    PageBytes<> bytes = scsi::copyBytes(response, stated, 0);
     data = bytes;
     length = static_cast<unsigned>(stated);
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "scsi/page_bytes.h"
 #include "scsi/scsi_result.h"
@@ -41,8 +40,7 @@ unsigned throwingInt(Step step) {
 
 // Keeps a copy of the bytes, one byte longer than they are so that text in it always ends.
 void storePage(CScsiDeviceData& device, unsigned code, const PageBytes<>& data, unsigned length) {
-    PageBytes<> copy = scsi::makeBytes(std::size_t{length} + 1);
-    std::memcpy(copy->get(), data->get(), length);
+    PageBytes<> copy = scsi::copyBytes(data->get(), length, 1);
     CScsiModePage& page = device.m_pages[code];
     page.buffer = copy;
     page.length = length;

@@ -17,8 +17,8 @@ std::size_t pieceEnd(const std::string& content, std::size_t start, std::size_t 
 }
 
 // Gives whether the last read stopped short of noticing the end of the file.
-bool appendPieces(const host::ReadResult& file, std::size_t size,
-                  std::vector<std::string>& pieces) {
+template <class Use>
+bool handOver(const host::ReadResult& file, std::size_t size, const Use& use) {
     const std::string& content = file.content;
     const std::size_t most = std::max<std::size_t>(size, 2) - 1;
     bool endUnseen = true;
@@ -31,7 +31,7 @@ bool appendPieces(const host::ReadResult& file, std::size_t size,
             // "Lun: 1" of what would have been "Lun: 12" is another address.
             break;
         }
-        pieces.emplace_back(bytes, qzfi_pdk_4_4::V_strnlen(bytes, end - start));
+        use(std::string_view(bytes, qzfi_pdk_4_4::V_strnlen(bytes, end - start)));
         start = end;
     }
     return endUnseen;
@@ -41,16 +41,21 @@ bool appendPieces(const host::ReadResult& file, std::size_t size,
 
 std::vector<std::string> fgetsLines(const host::ReadResult& file, std::size_t size) {
     std::vector<std::string> lines;
-    appendPieces(file, size, lines);
+    handOver(file, size, [&lines](std::string_view line) { lines.emplace_back(line); });
     return lines;
 }
 
 std::vector<std::string> fgetsPieces(const host::ReadResult& file, std::size_t size) {
     std::vector<std::string> pieces;
-    if (appendPieces(file, size, pieces) && file.readError == 0) {
-        pieces.emplace_back();
-    }
+    forEachPiece(file, size, [&pieces](std::string_view piece) { pieces.emplace_back(piece); });
     return pieces;
+}
+
+void forEachPiece(const host::ReadResult& file, std::size_t size,
+                  const std::function<void(std::string_view)>& use) {
+    if (handOver(file, size, use) && file.readError == 0) {
+        use({});
+    }
 }
 
 }  // namespace tools

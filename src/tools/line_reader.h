@@ -2,7 +2,9 @@
 #define SCSITOOL_TOOLS_LINE_READER_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -21,6 +23,10 @@ std::vector<std::string> fgetsLines(const host::ReadResult& file, std::size_t si
 /// buffer of the read that meets it: an empty last text follows when the content is empty or ends
 /// with a line feed or a full piece. A file whose read failed has no end to meet.
 std::vector<std::string> fgetsPieces(const host::ReadResult& file, std::size_t size);
+
+/// Hands the same texts over as they stand in the file's content.
+void forEachPiece(const host::ReadResult& file, std::size_t size,
+                  const std::function<void(std::string_view)>& use);
 
 }  // namespace tools
 

@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cwctype>
+#include <utility>
 #include <vector>
 
 #include "scsitool/kit/bounded_string.h"
+#include "tools/letters.h"
 
 namespace {
 
@@ -52,7 +54,29 @@ unsigned hexadecimalDigit(char c) {
     return kNoDigit;
 }
 
+// What each letter of ASCII becomes, in a loop that takes many at once; gives whether another
+// character may be a letter, too.
+bool makeAsciiUpper(std::string& text) {
+    unsigned char seen = 0;
+    for (char& c : text) {
+        const auto value = static_cast<unsigned char>(c);
+        const bool isSmall = static_cast<unsigned char>(value - 'a') <= 'z' - 'a';
+        seen = static_cast<unsigned char>(seen | value);
+        c = static_cast<char>(isSmall ? value - 'a' + 'A' : value);
+    }
+    constexpr unsigned kNoAscii = 0x80;
+    return (seen & kNoAscii) != 0;
+}
+
 }  // namespace
+
+void tools::makeUpper(std::string& text) {
+    // In a Turkish locale the letter without ASCII's dot is another one.
+    const bool isAscii = std::toupper('i') == 'I';
+    if (!isAscii || makeAsciiUpper(text)) {
+        text = convertLetters(std::move(text), [](int c) { return std::toupper(c); });
+    }
+}
 
 bool CStringTool::isalphaNumeric(const std::string& s) {
     return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) {
@@ -61,7 +85,9 @@ bool CStringTool::isalphaNumeric(const std::string& s) {
 }
 
 std::string CStringTool::tostrupper(const std::string& s) {
-    return convertLetters(s, [](int c) { return std::toupper(c); });
+    std::string text = s;
+    tools::makeUpper(text);
+    return text;
 }
 
 std::string CStringTool::tostrlower(const std::string& s) {

@@ -9,6 +9,7 @@
 #include "scsitool/udid/reporter.h"
 #include "scsitool/udid/taq_udid_generator.h"
 #include "scsitool/udid/udid_text.h"
+#include "tools/letters.h"
 #include "tools/trace.h"
 #include "udid/families.h"
 
@@ -147,7 +148,8 @@ std::string CUDIDFactory::getUniqueDeviceID(CScsiDeviceData* device) {
         }
     }
     // When every claiming generator failed, the prefix of the last one is left in the result.
-    return CStringTool::tostrupper(result);
+    tools::makeUpper(result);
+    return result;
 }
 
 bool CUDIDFactory::tryGenerator(CUdidGenerator& generator, CScsiDeviceData& device,

@@ -179,6 +179,9 @@ std::string CGenericUdidGenerator::getEnclousureId(CScsiDeviceData* device) {
 }
 
 void CGenericUdidGenerator::printDeviceScsiInfo(CDeviceScsiInfo& info) {
+    if (m_traceLog.get() == nullptr) {
+        return;
+    }
     traceTo(m_traceLog, 6, "==============[ Device SCSI Information ]==============");
     traceTo(m_traceLog, 6, "|Device path        : [%s]", info.devicePath);
     traceTo(m_traceLog, 6, "|Vendor             : [%s]", info.vendor);

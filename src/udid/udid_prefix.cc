@@ -3,6 +3,7 @@
 #include "scsitool/tools/string_tool.h"
 #include "scsitool/udid/family.h"
 #include "scsitool/udid/udid_text.h"
+#include "tools/letters.h"
 #include "udid/format_table.h"
 
 namespace udid {
@@ -16,7 +17,10 @@ std::string recordPrefix(CScsiDeviceData& record) {
     prefix.recordField(record, Format::kBlanksAsUnderscores, scsi::kProductField,
                        underscored(trimProduct(record)));
     prefix.literal(udid_separator);
-    return CStringTool::tostrupper(prefix.str());
+    // With the room that the rest of the identifier needs.
+    std::string text = prefix.take();
+    tools::makeUpper(text);
+    return text;
 }
 
 std::string keyPrefix(const std::string& vendor, const std::string& product) {

@@ -143,6 +143,16 @@ TEST(NativeEnumeration, LineNeedsFourItems) {
     EXPECT_EQ(pathsOf("sda"), Texts{});
 }
 
+// As "%d %d %d %8s" has it.
+TEST(NativeEnumeration, NumbersMayHaveSignsAndNameNeedsNoBlank) {
+    EXPECT_EQ(pathsOf("\t+8\v-16\f1\rsda\n"), Texts{"/dev/sda"});
+    EXPECT_EQ(pathsOf("8 16 1sdb\n"), Texts{"/dev/sdb"});
+    EXPECT_EQ(pathsOf("8 - 1 sdc\n"), Texts{});
+    EXPECT_EQ(pathsOf("8 +-16 1 sdc\n"), Texts{});
+    EXPECT_EQ(pathsOf("8x 16 1 sdc\n"), Texts{});
+    EXPECT_EQ(pathsOf("8 16 + sdc\n"), Texts{});
+}
+
 TEST(NativeEnumeration, NumberOfBlocksMayBeBeyondAnyWidth) {
     // 2 TB and more in blocks of 1 KB do not fit 32 bits; the disk is listed all the same.
     for (const char* const blocks :
