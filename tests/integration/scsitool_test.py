@@ -23,6 +23,7 @@ from checks import CHECKS
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 SKIPPED = 77
+VERSION = re.search(r"project\(scsitool VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
 
 # The source line in a function trace moves with the code.
 TRACE_LINE = re.compile(r"^(\[6\] (?:Entering|Exiting) Function .* \[)[0-9]+, ", re.MULTILINE)
@@ -58,7 +59,7 @@ def effects_of(journal, arguments):
     run = json.loads(first).get("run", {})
     told = datetime.datetime.fromisoformat(run.pop("at", "").replace("Z", "+00:00"))
     age = datetime.datetime.now(datetime.timezone.utc) - told
-    if run != {"version": "1.0.0", "command": arguments} or abs(age.total_seconds()) > 600:
+    if run != {"version": VERSION, "command": arguments} or abs(age.total_seconds()) > 600:
         return f"begins with {first}\n{effects}"
     return effects
 
@@ -136,7 +137,7 @@ def compare_documents(scsitool):
         document = json.loads(result.stdout)
         problems += [f"{name}: {error.json_path}: {error.message}"
                      for error in validator.iter_errors(document)]
-        head = {"json_format": 1, "version": "1.0.0", "command": [*arguments, "--json"],
+        head = {"json_format": 1, "version": VERSION, "command": [*arguments, "--json"],
                 "exit_status": result.returncode}
         if next(iter(document.items())) != ("scsitool", head):
             problems.append(f"{name}: the first member is {next(iter(document.items()))}")

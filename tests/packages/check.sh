@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Makes the packages twice, in two places, and holds them to be the same bytes and sound; installs, uses
 # and removes them in a Debian of its own.
-#   check.sh [SUITE]      (bookworm when none is named)
+#   check.sh [SUITE]      (the machine's own when none is named)
 # It needs root's rights, of the machine or of a user namespace. What it fetches is kept in build/chroots.
 set -euo pipefail
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 top=$(cd -- "$here/../.." && pwd)
-suite=${1:-bookworm}
+suite=${1:-$(. /etc/os-release && echo "$VERSION_CODENAME")}
 if [ "$(id -u)" -ne 0 ]; then
     exec unshare --map-root-user --map-auto "$0" "$@"
 fi
@@ -68,6 +68,20 @@ sound() {
     rpmlint --config "$top/packaging/rpm/rpmlint.toml" "$top"/build/packages/*.rpm
 }
 
+# The interface is read from another build than the one that ships.
+interface() {
+    "$here/abi.sh"
+    local built=$top/build/abi/src/libscsitool.so.1 difference
+    if [ -e "$built" ]; then
+        difference=$(diff <(symbols "$built") <(symbols "$work"/deb/usr/lib/*/libscsitool.so.1)) ||
+            fail "the library that was compared (<) exports others than the one that ships (>):"$'\n'"$difference"
+    fi
+}
+
+symbols() {
+    nm -D --defined-only "$1" | cut -d' ' -f2- | sort
+}
+
 bills_of_materials() {
     local bill
     for bill in "$work"/{deb,rpm}/usr/share/doc/*/sbom.spdx.json; do
@@ -86,7 +100,7 @@ used_in_a_chroot() {
 }
 
 for step in package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same sound \
-    bills_of_materials used_in_a_chroot; do
+    bills_of_materials interface used_in_a_chroot; do
     begun=$SECONDS
     if [ "$step" = package ]; then
         "$top/package" "${arguments[@]}"

@@ -56,7 +56,7 @@ inline std::string effectsOf(const std::string& text, const std::vector<std::str
             continue;
         }
         nlohmann::ordered_json expected;
-        expected["run"]["version"] = "1.0.0";
+        expected["run"]["version"] = "1.1.0";
         expected["run"]["command"] = arguments;
         expected["run"]["at"] = object["run"]["at"];
         std::string at = object["run"]["at"];

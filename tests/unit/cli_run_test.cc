@@ -85,7 +85,7 @@ TEST(CliRun, HelpAndVersionGoToStandardOutput) {
     const CliResult commandHelp = machine.run({"inquiry", "--help"});
     EXPECT_EQ(commandHelp.status, 0);
     EXPECT_THAT(commandHelp.out, testing::HasSubstr("Usage: scsitool inquiry"));
-    EXPECT_EQ(machine.run({"--version"}).out, "scsitool 1.0.0\n");
+    EXPECT_EQ(machine.run({"--version"}).out, "scsitool 1.1.0\n");
 }
 
 TEST(CliRun, GlobalOptionsStandBeforeOrBehindTheCommand) {
@@ -288,7 +288,7 @@ TEST(CliRun, JsonBeginsWithItsFormatVersionCommandAndStatus) {
     const auto document = machine.run({"devices", "--json", "/dev/sda"}).json();
     EXPECT_EQ(document.begin().key(), "scsitool");
     EXPECT_EQ(document["scsitool"].dump(),
-              R"({"json_format":1,"version":"1.0.0","command":["devices","--json","/dev/sda"],)"
+              R"({"json_format":1,"version":"1.1.0","command":["devices","--json","/dev/sda"],)"
               R"("exit_status":0})");
 }
 
