@@ -13,8 +13,14 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-bool isStructure(char c) {
-    return c == '"' || c == '{' || c == '}' || c == '[' || c == ']';
+std::size_t nextStructure(std::string_view text, std::size_t place) {
+    const auto isStructure = [](char c) {
+        return c == '"' || c == '{' || c == '}' || c == '[' || c == ']';
+    };
+    while (place < text.size() && !isStructure(text[place])) {
+        ++place;
+    }
+    return place;
 }
 
 }  // namespace
@@ -132,9 +138,7 @@ void JsonReader::skip() {
 void JsonReader::skipContainer() {
     std::size_t depth = 0;
     do {
-        while (m_place < m_text.size() && !isStructure(m_text[m_place])) {
-            ++m_place;
-        }
+        m_place = nextStructure(m_text, m_place);
         if (m_place == m_text.size()) {
             refuse("an end of what is open");
         }

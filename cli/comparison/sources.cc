@@ -63,7 +63,9 @@ std::vector<HostVolumes> Sources::read(const std::string& word) {
     recording::RecordedHostData data = recording::parseRecordedHost(text, word);
     // Of several that are read at once none keeps what it does not need any more.
     std::string().swap(text);
-    return {replay(std::move(data), word)};
+    std::vector<HostVolumes> hosts;
+    hosts.push_back(replay(std::move(data), word));
+    return hosts;
 }
 
 // Two fill two processors, and two recordings at once are no burden. What a process traces would be

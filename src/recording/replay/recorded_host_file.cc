@@ -58,12 +58,13 @@ RecordedFile readFile(const JsonNode& node) {
 
 std::vector<std::string> readNames(const JsonNode& node) {
     std::vector<std::string> names;
+    names.reserve(node.value().members.size());
     node.forEachElement("an array of names or {\"errno\": N}", [&names](const JsonNode& element) {
-        const std::string name = readRawText(element);
+        std::string name = readRawText(element);
         if (name.empty() || name.find('/') != std::string::npos) {
             element.refuse("a name without \"/\"");
         }
-        names.push_back(name);
+        names.push_back(std::move(name));
     });
     return names;
 }

@@ -20,11 +20,17 @@ RecordedTree::RecordedTree(RecordedHostData data) : m_data(std::move(data)) {
     static const std::vector<std::string> kNoNames;
     m_places.reserve(m_data.files.size() + m_data.directories.size() + m_data.devices.size() +
                      m_data.links.size());
+    std::string_view noted;  // in order, most files lie beside the one before
     for (const auto& [path, file] : m_data.files) {
         // What was looked for in vain is not there, and neither is a directory for its sake.
-        if (file.error != ENOENT) {
-            m_places[path].file = &file;
+        if (file.error == ENOENT) {
+            continue;
+        }
+        m_places[path].file = &file;
+        const std::string_view above = std::string_view(path).substr(0, path.rfind('/'));
+        if (above != noted) {
             noteDirectoriesAbove(path);
+            noted = above;
         }
     }
     for (const auto& [path, names] : m_data.directories) {

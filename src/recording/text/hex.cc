@@ -1,19 +1,28 @@
 #include "recording/text/hex.h"
 
+#include <array>
+#include <cstddef>
+
 namespace recording {
 namespace {
 
+constexpr std::array<std::int8_t, 256> makeDigitValues() {
+    std::array<std::int8_t, 256> values = {};
+    for (std::size_t character = 0; character < values.size(); ++character) {
+        const bool isDecimal = character >= '0' && character <= '9';
+        const std::size_t letter = character | 0x20U;
+        const bool isLetter = letter >= 'a' && letter <= 'f';
+        values[character] = isDecimal  ? static_cast<std::int8_t>(character - '0')
+                            : isLetter ? static_cast<std::int8_t>(letter - 'a' + 10)
+                                       : std::int8_t{-1};
+    }
+    return values;
+}
+constexpr std::array<std::int8_t, 256> kDigitValues = makeDigitValues();
+
+// Negative for what is no digit.
 int digitValue(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return -1;
+    return kDigitValues[static_cast<unsigned char>(digit)];
 }
 
 }  // namespace
@@ -34,15 +43,16 @@ std::string toHex(const std::vector<std::uint8_t>& bytes) {
 }
 
 HexError fromHex(std::string_view text, std::vector<std::uint8_t>& bytes, std::size_t& badOffset) {
-    bytes.assign(text.size() / 2, 0);
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const int value = digitValue(text[index]);
-        if (value < 0) {
-            badOffset = index;
+    bytes.resize(text.size() / 2);
+    for (std::size_t index = 0; index < text.size(); index += 2) {
+        const int high = digitValue(text[index]);
+        const int low = index + 1 < text.size() ? digitValue(text[index + 1]) : 0;
+        if (high < 0 || low < 0) {
+            badOffset = high < 0 ? index : index + 1;
             return HexError::kBadDigit;
         }
         if (index / 2 < bytes.size()) {
-            bytes[index / 2] = static_cast<std::uint8_t>(bytes[index / 2] * 16 + value);
+            bytes[index / 2] = static_cast<std::uint8_t>(high * 16 + low);
         }
     }
     return text.size() % 2 == 0 ? HexError::kNone : HexError::kOddCount;

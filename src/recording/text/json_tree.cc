@@ -36,6 +36,20 @@ constexpr std::array<bool, 256> makeRunEnds() {
 }
 constexpr std::array<bool, 256> kRunEnds = makeRunEnds();
 
+std::size_t endOfRun(std::string_view text, std::size_t place) {
+    while (place < text.size() && !kRunEnds[static_cast<unsigned char>(text[place])]) {
+        ++place;
+    }
+    return place;
+}
+
+std::size_t endOfBlanks(std::string_view text, std::size_t place) {
+    while (place < text.size() && isBlank(text[place])) {
+        ++place;
+    }
+    return place;
+}
+
 /// Writes what a string with escapes stands for.
 class Unescaping {
   public:
@@ -153,9 +167,7 @@ class Parser {
   private:
     // The character that comes next, blanks left out; NUL at the end.
     char next() {
-        while (m_at < m_text.size() && isBlank(m_text[m_at])) {
-            ++m_at;
-        }
+        m_at = endOfBlanks(m_text, m_at);
         return current();
     }
 
@@ -205,6 +217,8 @@ class Parser {
         if (takes(last)) {
             return true;
         }
+        constexpr std::size_t kUsual = 8;
+        list.members.reserve(kUsual);
         do {
             JsonMember& member = list.members.emplace_back();
             const bool isNamed =
@@ -221,13 +235,17 @@ class Parser {
         const auto goesBefore = [](const JsonMember& left, const JsonMember& right) {
             return left.name < right.name;
         };
-        if (!std::is_sorted(members.begin(), members.end(), goesBefore)) {
-            std::sort(members.begin(), members.end(), goesBefore);
+        const auto areInOrder = [&] {
+            const auto wrong = [&](const JsonMember& left, const JsonMember& right) {
+                return !goesBefore(left, right);
+            };
+            return std::adjacent_find(members.begin(), members.end(), wrong) == members.end();
+        };
+        if (areInOrder()) {
+            return true;
         }
-        return std::adjacent_find(members.begin(), members.end(),
-                                  [](const JsonMember& left, const JsonMember& right) {
-                                      return left.name == right.name;
-                                  }) == members.end();
+        std::sort(members.begin(), members.end(), goesBefore);
+        return areInOrder();
     }
 
     bool takeString(std::string_view& content) {
@@ -235,9 +253,7 @@ class Parser {
         bool isAscii = true;
         bool isPlain = true;
         for (;;) {
-            while (m_at < m_text.size() && !kRunEnds[static_cast<unsigned char>(m_text[m_at])]) {
-                ++m_at;
-            }
+            m_at = endOfRun(m_text, m_at);
             const auto end = static_cast<unsigned char>(current());
             if (end < 0x20) {
                 return false;  // the end of the text, too

@@ -31,11 +31,13 @@ std::string unescaped(const std::string& text) {
 }
 
 std::vector<std::string> fieldsOf(const std::string& line) {
-    std::istringstream stream(line);
+    constexpr const char* kBlanks = " \t\n\v\f\r";
     std::vector<std::string> fields;
-    std::string field;
-    while (stream >> field) {
-        fields.push_back(field);
+    std::size_t start = line.find_first_not_of(kBlanks);
+    while (start != std::string::npos) {
+        const std::size_t end = line.find_first_of(kBlanks, start);
+        fields.push_back(line.substr(start, end - start));
+        start = line.find_first_not_of(kBlanks, end);
     }
     return fields;
 }
