@@ -5,6 +5,9 @@ Every case also runs with --json, and its document is held against the schema.
 
 SAMPLES = ("plain-server", "enterprise", "families", "kernel-2.4", "in-use")
 
+# The site of the enterprise sample: the same host a day before, and its cluster partner.
+SITE = ("enterprise-yesterday", "enterprise-partner")
+
 # Captures of sick guests, each with a disk that suffers.
 SICK = {"sick-dead-path": "/dev/sda", "sick-all-paths-down": "/dev/mapper/mpathb",
         "sick-withdrawn-lun": "/dev/sdb", "sick-remapped-lun": "/dev/sdb",
@@ -56,22 +59,31 @@ def written_cases():
             yield f"{host}.{command}", ["--host", f"tests/integration/hosts/{host}.json", command]
 
 
-CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(written_cases()) | {
+def site_cases():
+    for sample in SITE:
+        for command in (["devices"], ["volumes"], ["doctor"], ["--dry-run", "prune"]):
+            yield f"{sample}.{command[-1]}", on(sample, *command)
+
+
+CASES = dict(sample_cases()) | dict(site_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(written_cases()) | {
     "diff": ["diff", "samples/sick-slow-array.json", "samples/sick-withdrawn-lun.json"],
     "diff_remapped": ["diff", "samples/sick-remapped-lun.json", "samples/sick-dead-path.json"],
     "diff_same": ["diff", "samples/in-use.json", "samples/in-use.json"],
     "diff_live": on("plain-server", "diff", "samples/enterprise.json", "live"),
+    "diff_day": ["diff", "samples/enterprise-yesterday.json", "samples/enterprise.json"],
     "diff_no_file": ["diff", "samples/in-use.json", "nonexistent.json"],
     "diff_no_host": ["diff", "samples/in-use.json", "docs/scsitool.md"],
     "matrix": ["matrix", "samples/sick-slow-array.json", "samples/sick-dead-path.json",
                "samples/enterprise.json"],
     "matrix_some": ["matrix", "--some", "--shared", "samples/sick-slow-array.json",
                     "samples/sick-withdrawn-lun.json", "samples/enterprise.json"],
+    "matrix_cluster": ["matrix", "--shared", "samples/enterprise.json", "samples/enterprise-partner.json"],
     "matrix_lines": ["matrix", "samples/plain-server.json", "--ndjson"],
     "volumes_lines": on("plain-server", "volumes", "--ndjson"),
     "devices_lines": on("sick-withdrawn-lun", "devices", "--ndjson"),
     "inquiry": on("enterprise", "inquiry", "/dev/sdb"),
     "inquiry_hex": on("enterprise", "inquiry", "/dev/sdb", "--hex"),
+    "inquiry_page_list": on("enterprise", "inquiry", "/dev/sdb", "--hex", "--page", "00"),
     "inquiry_hex_page": on("enterprise", "inquiry", "/dev/sdb", "--hex", "--page", "83"),
     "explain": on("enterprise", "explain", "/dev/sdb"),
     "explain_failure": on("enterprise", "explain", "/dev/sdj"),
@@ -93,6 +105,8 @@ CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(wri
     "volumes_unused": on("in-use", "volumes", "--unused", "--no-headings", "-o", "volume,used"),
     "volumes_columns": on("enterprise", "volumes", "-o", "+driver,initiator", "--sort", "size", "--reverse"),
     "volumes_nothing": on("enterprise", "volumes", "--vendor", "ACME"),
+    "volumes_identity": on("families", "volumes", "-o", "volume,family,array,id,serial,unit,udid"),
+    "devices_identity": on("families", "devices", "-o", "device,family,array,id,serial,target,group,udid"),
     "volumes_no_column": on("enterprise", "volumes", "-o", "frob"),
     "columns": ["devices", "-o", "help"],
     "udid_rescan": on("enterprise", "udid", "/dev/sdzz", "--rescan-if-missing"),
@@ -102,7 +116,8 @@ CASES = dict(sample_cases()) | dict(use_cases()) | dict(sick_cases()) | dict(wri
     "trace_rescan": on("kernel-2.4", "--trace", "3", "rescan"),
     "dry_rescan": on("kernel-2.4", "--dry-run", "rescan"),
     "dry_remove_address": on("kernel-2.4", "--dry-run", "remove-address", "1", "0", "0", "1"),
-    "dry_remove": on("enterprise", "--dry-run", "remove", "/dev/mapper/mpatha"),
+    "dry_remove": on("enterprise", "--dry-run", "remove", "/dev/mapper/mpathc"),
+    "dry_remove_used": on("enterprise", "--dry-run", "remove", "/dev/mapper/mpatha"),
     "dry_login": on("enterprise", "--dry-run", "iscsi", "login", "iqn.2003-01.org.example:a"),
     "iscsi_discover": on("enterprise", "iscsi", "discover", "192.0.2.10:3260"),
     "iscsi_login": on("enterprise", "iscsi", "login", "iqn.1992-08.com.netapp:sn.135902718"),

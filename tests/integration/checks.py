@@ -12,7 +12,7 @@ import subprocess
 import tempfile
 import time
 
-from cases import SICK_HOSTS
+from cases import SICK_HOSTS, SITE
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -189,7 +189,7 @@ def tables_fit_the_terminal(scsitool, samples):
 
 def a_sample_leaves_no_question_unanswered(scsitool, samples):
     problems = []
-    for name in samples:
+    for name in (*samples, *SITE):
         with tempfile.NamedTemporaryFile("r") as journal:
             scsitool.run([*sample(name), "--journal", journal.name, "volumes"])
             problems += [f"{name}: {line}" for line in journal if "unanswered" in line]

@@ -17,7 +17,7 @@ import subprocess
 import sys
 import tempfile
 
-from cases import CASES, SAMPLES, SICK
+from cases import CASES, SAMPLES, SICK, SITE
 from checks import CHECKS
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -163,7 +163,7 @@ def compare_lines(scsitool):
                 jsonschema.Draft202012Validator(definition).iter_errors(line)]
 
     problems = []
-    for sample in [*SAMPLES, *SICK]:
+    for sample in [*SAMPLES, *SICK, *SITE]:
         path = f"samples/{sample}.json"
         for command in (["--host", path, "volumes"], ["--host", path, "devices"], ["matrix", path]):
             printed = scsitool.run([*command, "--ndjson"]).stdout.splitlines()

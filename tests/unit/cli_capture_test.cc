@@ -55,15 +55,41 @@ CliResult onFile(const std::string& file, std::vector<std::string> arguments,
 
 using Commands = std::vector<std::vector<std::string>>;
 
-/// What asks one device, or tries to remove it.
+/// Of which driver a node is and whether it answers, of a disk also which volume: paths of one
+/// volume answer alike.
+std::string likenessOf(const std::string& path, const recording::RecordedDevice& device) {
+    constexpr std::size_t kDriver = 7;  // "/dev/sd", "/dev/dm"
+    std::string text = path.substr(0, kDriver) + std::to_string(device.openError);
+    text += device.standardInquiry ? "|" + std::to_string(device.standardInquiry->error) : "";
+    const auto names = device.pages.find(0x83);
+    if (path.compare(0, kDriver, "/dev/sd") != 0 || !device.standardInquiry) {
+        return text;
+    }
+    const recording::Bytes& inquiry = device.standardInquiry->bytes;
+    text.append(inquiry.begin(), inquiry.end());
+    if (names != device.pages.end()) {
+        // The logical unit's name; what names the port stands behind it.
+        constexpr std::size_t kUnit = 24;
+        const recording::Bytes& page = names->second.bytes;
+        text.append(page.begin(),
+                    page.begin() + static_cast<std::ptrdiff_t>(std::min(page.size(), kUnit)));
+    }
+    return text;
+}
+
+/// What asks one device, of those that are alike the first, or tries to remove it.
 void addForDevices(const recording::RecordedHostData& data, Commands& commands) {
+    std::set<std::string> asked;
     for (const auto& [path, device] : data.devices) {
         // A node may have been made anywhere; only where the kernel's names lie is looked for them.
         if (path.compare(0, 5, "/dev/") != 0) {
             continue;
         }
+        const bool isAsked = asked.insert(likenessOf(path, device)).second;
         for (const char* const command : {"validate", "inquiry", "explain", "udid", "find"}) {
-            commands.push_back({command, path});
+            if (isAsked) {
+                commands.push_back({command, path});
+            }
         }
         if (path.compare(0, 12, "/dev/mapper/") == 0) {
             commands.push_back({"--dry-run", "remove", path});

@@ -31,6 +31,7 @@ class Volume:
     device_type: int = 0x00
     version: int = 6
     alua: bool = True
+    asymmetric: bool = False  # its port groups are not equally near to the volume
     more_pages: dict = field(default_factory=dict)
     sg_io: dict = field(default_factory=dict)
     size: int = 100 << 30
@@ -50,6 +51,16 @@ class Volume:
             self.device_type == 0x05, self.version, self.alua, self.std_extra).hex()}
         answer.update({f"{code:02x}": made[code].hex() for code in codes})
         return answer
+
+    def naa(self):
+        """The logical unit's NAA name; empty where it has none."""
+        at = 0
+        while at < len(self.designators):
+            length = self.designators[at + 3]
+            if self.designators[at + 1] == p.NAA:
+                return self.designators[at + 4:at + 4 + length]
+            at += 4 + length
+        return b""
 
     def udid(self, device, host):
         body = f"{device}@{host}" if self.body is None else self.body
@@ -103,7 +114,7 @@ def clariion(number, array="APM00143812345", product="VRAID"):
     name = p.naa6(CLARIION, 0x0F5A03600 + number, 0xC8A41F9B2D11E411)
     return Volume("DGC", product, "0533", "UDID##DGC##CLARIION##", f"{array}##{pairs(name)}",
                   p.logical_unit_naa(name), f"{array}CL", std_length=123, version=4,
-                  more_pages={0xC0: p.page_from_byte(0xC0, 96, {
+                  asymmetric=True, more_pages={0xC0: p.page_from_byte(0xC0, 96, {
                       49: bytes([len(array)]), 50: array.encode()})})
 
 
@@ -183,7 +194,7 @@ def netapp(serial="80Ab2?IpTK8l", controller="4082368-508-0131887417"):
     return Volume("NETAPP", "LUN", "8200", "UDID##NETAPP##LUN##",
                   f"{controller}##{serial.encode().hex()}",
                   p.logical_unit_t10("NETAPP", b"LUN  " + serial.encode())
-                  + p.logical_unit_naa(name), serial, std_length=96, version=5,
+                  + p.logical_unit_naa(name), serial, std_length=96, version=5, asymmetric=True,
                   sg_io={NETAPP_QUERY: netapp_answer(controller).hex()})
 
 

@@ -3,26 +3,10 @@
 from . import arrays as a
 from . import in_use as u
 from . import pages as p
+from . import site
 from .hosts import Host
-
-GIB = 1 << 30
-BY_HAND = "Written by tools/make_samples.py, not captured: names and page bytes are made up " \
-          "after SPC-4 and the makers' public numbering. "
-SCRIPT_SCAN = " --alltargets --issue-lip -d"
-SCRIPT_REMOVE = " --remove --flush -d"
-
-
-def rescan_script(host, path):
-    host.files[path] = "#!/bin/bash\n"
-    host.command(path + SCRIPT_SCAN, ["Scanning SCSI subsystem for new devices",
-                                      "0 new or changed device(s) found.          "])
-    host.command(path + SCRIPT_REMOVE, ["Syncing file systems",
-                                        "0 device(s) removed.                 "])
-
-
-def no_initiator(host):
-    for arguments in ("-m session -R", "-m discovery -t sendtargets -p 192.0.2.10:3260"):
-        host.missing_program("/sbin/iscsiadm " + arguments)
+from .parts import (BY_HAND, GIB, front_ports, multipath_volume, no_initiator, rescan_script,
+                    use_fibre_channel_and_iscsi, use_multipath_tools)
 
 
 def plain_server():
@@ -47,96 +31,6 @@ def plain_server():
     host.missing_program("/sbin/multipath -v0 ")
     host.missing_program("/sbin/pidof -x multipathd")
     no_initiator(host)
-    return host
-
-
-def multipath_volume(host, alias, volume, target, lun, ports, with_dead_path=False):
-    """A volume over one Fibre Channel path a port, and the map over its disks.
-
-    The adapters host2 and host3 see every second port; a port is a target of its own.
-    """
-    addresses = [(2 + index % 2, 0, target + index // 2, lun) for index in range(len(ports))]
-    disks = [host.disk(volume, address, port) for address, port in zip(addresses, ports)]
-    if with_dead_path:
-        host.dead_disk((2, 0, target + len(ports) // 2, lun), volume)
-    if alias is not None:
-        host.map(alias, volume, addresses[0], ports[0], disks)
-    return addresses
-
-
-def front_ports(company, first, count, group=1):
-    """Port names, target port groups and relative port numbers of an array's ports."""
-    return [(p.naa5(company, first + index), group + index % 2, 1 + index)
-            for index in range(count)]
-
-
-def use_fibre_channel_and_iscsi(host):
-    host.fc_ports({"host2": 0x21000024FF3A6E10, "host3": 0x21000024FF3A6E11})
-    host.files["/sbin/iscsiadm"] = ""
-    host.files["/etc/iscsi/initiatorname.iscsi"] = \
-        "InitiatorName=iqn.1994-05.com.redhat:6a1f20c9d3b4\n"
-    target = "iqn.1992-08.com.netapp:sn.135902718"
-    iscsiadm = "/sbin/iscsiadm "
-    host.command(iscsiadm + "-m discovery -t sendtargets -p 192.0.2.10:3260",
-                 [f"192.0.2.10:3260,1001 {target}", f"192.0.2.11:3260,1002 {target}"])
-    for action, past in (("login", "Login to"), ("logout", "Logout of")):
-        host.command(f"{iscsiadm}-m node -T {target} --{action}",
-                     [f"{past} [iface: default, target: {target}, portal: 192.0.2.10,3260] "
-                      "successful."])
-    host.command(iscsiadm + "-m session -R",
-                 [f"Rescanning session [sid: 1, target: {target}, portal: 192.0.2.10,3260]"])
-
-
-def use_multipath_tools(host):
-    for path in ("/sbin/multipath", "/sbin/pidof", "/usr/sbin/dmsetup"):
-        host.files[path] = ""
-    host.command("/sbin/multipath -v0 ")
-    host.command("/sbin/multipath -F", ["Nov 20 02:14:07 | mpatha: map in use"], 1)
-    host.command("/sbin/pidof -x multipathd", ["1187"])
-
-
-def use_power_path(host):
-    host.files["/sbin/powermt"] = ""
-    for arguments in (" check force dev=all class=all", " release", " config", " save"):
-        host.command("/sbin/powermt" + arguments)
-
-
-def enterprise():
-    """Six arrays, two to four paths a volume, multipath maps, PowerPath, a dead disk."""
-    host = Host("db01", "4.18.0-553.el8_10.x86_64", BY_HAND +
-                "A database server on Fibre Channel with six arrays.")
-    system = host.disk(a.local_disk("HPE", "EG000600JWJNP", "HPD4", "WAE1X2Y3", p.naa5(
-        a.SEAGATE, 0x0A7C1E2F3), 600127266816), (0, 0, 0, 0))
-    host.partition(system, 1, GIB)
-    host.partition(system, 2, 557 * GIB)
-    host.use_device_mapper()
-    host.set_holders(f"{system}/{system}2", [host.dm_node("vg00-root", 100 * GIB)])
-    host.cd_rom(a.cd_rom("KLJC5HK5678"), (1, 0, 0, 0))
-    processors = front_ports(a.CLARIION, 0xBB6A01234, 4)
-    multipath_volume(host, "mpatha", a.clariion(1), 0, 1, processors)
-    host.map_partition("mpatha", 1, 99 * GIB)
-    multipath_volume(host, "mpathb", a.clariion(2), 0, 2, processors)
-    multipath_volume(host, None, a.clariion_lunz(), 0, 0, processors[:1])
-    multipath_volume(host, "mpathc", a.hitachi(0x00A5), 2, 0,
-                     front_ports(a.HITACHI, 0x005012345, 2))
-    multipath_volume(host, "mpathd", a.netapp(), 3, 0, front_ports(a.NETAPP, 0x038303634, 4))
-    multipath_volume(host, "mpathe", a.ibm_2107(0x100A), 5, 0,
-                     front_ports(a.IBM, 0x303080123, 2))
-    multipath_volume(host, "mpathf", a.three_par(0x2B), 6, 0,
-                     front_ports(a.THREE_PAR, 0x010001303, 4), with_dead_path=True)
-    host.map_partition("mpathf", 1, 99 * GIB)
-    directors = front_ports(a.SYMMETRIX, 0x301200123, 2)
-    addresses = multipath_volume(host, None, a.symmetrix(0x0484), 9, 7, directors)
-    host.power_path("emcpowera", a.symmetrix(0x0484), addresses[0], directors[0])
-    host.mount("/dev/mapper/vg00-root", "/", "xfs")
-    host.mount("/dev/sda1", "/boot", "xfs")
-    host.mount("/dev/mapper/mpathap1", "/u01", "xfs")
-    host.files["/proc/swaps"] = "Filename\t\t\t\tType\t\tSize\t\tUsed\t\tPriority\n"
-    host.sysfs_adapters()
-    use_fibre_channel_and_iscsi(host)
-    rescan_script(host, "/bin/rescan-scsi-bus.sh")
-    use_multipath_tools(host)
-    use_power_path(host)
     return host
 
 
@@ -295,5 +189,6 @@ def in_use():
     return host
 
 
-SAMPLES = {"plain-server": plain_server, "enterprise": enterprise, "families": families,
-           "kernel-2.4": kernel_2_4, "in-use": in_use}
+SAMPLES = {"plain-server": plain_server, "enterprise": site.today,
+           "enterprise-yesterday": site.yesterday, "enterprise-partner": site.partner,
+           "families": families, "kernel-2.4": kernel_2_4, "in-use": in_use}

@@ -1,10 +1,13 @@
 """A recorded host that is built up disk by disk, and the device map that must come of it."""
 
+from dataclasses import dataclass
+
+from . import arrays as a
 from . import pages as p
 
 ENXIO, EISDIR = 6, 21
 SD_MAJORS = [8] + list(range(65, 72)) + list(range(128, 136))
-DISK_KINDS = ["sd", "sr", "em", "dm"]  # in the order in which the drivers come up
+DISK_KINDS = ["sd", "sr", "em", "dm", "md"]  # in the order in which the drivers come up
 PERIPHERAL_TYPES = {0x00: "Direct-Access    ", 0x05: "CD-ROM           "}
 
 
@@ -18,6 +21,33 @@ def disk_letters(index):
     return "sd" + letters
 
 
+@dataclass
+class Attached:
+    """A SCSI device with a block device, as the kernel has attached it."""
+    name: str
+    number: str
+    volume: a.Volume
+    address: tuple
+    port: tuple | None = None
+    is_dead: bool = False
+    is_failed: bool = False  # to device-mapper
+
+    @property
+    def state(self):
+        return "transport-offline" if self.is_dead else "running"
+
+    @property
+    def access(self):
+        """The access state of the port's group; None where the array tells none."""
+        if not self.volume.alua or self.port is None:
+            return None
+        is_other = self.volume.asymmetric and self.port[1] != 1
+        return "active/non-optimized" if is_other else "active/optimized"
+
+    def pages(self):
+        return self.volume.inquiry(b"" if self.port is None else p.path_designators(*self.port))
+
+
 class Host:
     """Collects what the recording needs. Nothing is written before `recording()`."""
 
@@ -29,6 +59,7 @@ class Host:
         self.expected = {}
         self.mounts = [("proc", "/proc", "proc"), ("sysfs", "/sys", "sysfs")]
         self.partitions, self.scsi_table = [], []
+        self.attached = []
         self.disks = 0
         self.maps = 0
         self.dm_names = {}
@@ -42,6 +73,7 @@ class Host:
         major, minor = SD_MAJORS[self.disks // 16], self.disks % 16 * 16
         self.disks += 1
         self.partitions.append((major, minor, volume.size // 1024, name))
+        self.attached.append(Attached(name, f"{major}:{minor}", volume, address, port))
         self.node("/dev/" + name, volume, address, port)
         self.expect("/dev/" + name, volume, 0)
         self.set_holders(name, [])
@@ -69,14 +101,15 @@ class Host:
         self.expected[path] = {"udid": f"UDID######{path}@{self.name}".upper(),
                                "claim_level": claim_level}
 
-    def dead_disk(self, address, volume):
+    def dead_disk(self, address, volume, port):
         """A disk whose path is gone: the node is left and does not open."""
         name = disk_letters(self.disks)
-        self.partitions.append((SD_MAJORS[self.disks // 16], self.disks % 16 * 16,
-                                volume.size // 1024, name))
+        major, minor = SD_MAJORS[self.disks // 16], self.disks % 16 * 16
+        self.partitions.append((major, minor, volume.size // 1024, name))
+        self.attached.append(Attached(name, f"{major}:{minor}", volume, address, port, True, True))
         self.disks += 1
         self.devices["/dev/" + name] = {
-            "comment": "All paths to it are gone: open(2) gives ENXIO.",
+            "comment": "The array's port behind it is gone: open(2) gives ENXIO.",
             "open_errno": ENXIO}
         self.directories["/dev/"].append(name)
         self.scsi_table.append((address, volume))
@@ -84,6 +117,7 @@ class Host:
 
     def cd_rom(self, volume, address):
         self.partitions.append((11, 0, volume.size // 1024, "sr0"))
+        self.attached.append(Attached("sr0", "11:0", volume, address))
         self.node("/dev/sr0", volume, address)
 
     def partition(self, disk, number, size):
@@ -174,13 +208,17 @@ class Host:
         else:
             self.command(f"/bin/ls {directory}", names)
 
-    def sysfs_adapters(self):
+    def adapters(self):
         names = [f"host{number}" for number in sorted(self.scsi_hosts)]
         self.directories["/sys/class/scsi_host/"] = [".", ".."] + names
         self.list_command("/sys/class/scsi_host", names)
         self.list_command("/sys/class/scsi_host/", names)
         for name in names:
             self.files[f"/sys/class/scsi_host/{name}/scan"] = ""
+
+    def sysfs_adapters(self):
+        """The adapters, and of the devices behind them what a removal is written to."""
+        self.adapters()
         for (address, _) in self.scsi_table:
             text = ":".join(str(part) for part in address)
             self.files[f"/sys/class/scsi_device/{text}/device/delete"] = ""
