@@ -8,11 +8,8 @@
 
 namespace cli {
 
-/// What a family's UDIDs rest on and when they change, as docs/udid-formats.md has it; empty for a
-/// family that is none of the library's.
-std::string familyRestsOn(const std::string& family);
-
-/// The same of one UDID: the family's sentence, and what is weak about this one. Each a line.
+/// What a UDID rests on and when it changes: its family's sentence, and what is weak about this
+/// one. Each a line.
 std::vector<std::string> restsOn(const udid::Account& account);
 
 }  // namespace cli

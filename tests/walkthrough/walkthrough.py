@@ -16,7 +16,7 @@ import sys
 DOCUMENT = "docs/architecture.md"
 OUTSIDE = "## A family of a plug-in's own"
 ROW_PLACE = "    // the row of step 3\n"
-COPIED = ("include", "src", "docs", "tests/unit")
+COPIED = ("include", "src", "cli/output", "docs", "tests/unit")
 
 
 class Block:
