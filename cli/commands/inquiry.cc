@@ -1,10 +1,12 @@
-#include <algorithm>
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "cli/base/failure.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/record_list.h"
+#include "cli/hosts/page_list_watch.h"
 #include "cli/names/resolver.h"
 #include "cli/output/inquiry_text.h"
 #include "cli/picture/identity_text.h"
@@ -25,7 +27,7 @@ std::string pageKeyFrom(const std::string& text) {
     if (!hex) {
         throw UsageError("--page '" + text + "': expected std or a page code such as 83");
     }
-    return pageKey(static_cast<unsigned>(std::stoul(digits, nullptr, 16)));
+    return fmt::format("{:02x}", std::stoul(digits, nullptr, 16));
 }
 
 // As sysfs has it; empty where it does not tell.
@@ -43,7 +45,7 @@ class Inquiry : public Command {
         app->add_option("NAME", m_name, "The device node")->required();
         CLI::Option* const hex =
             app->add_flag("--hex", m_hex, "Print the pages as sg_vpd and sg_inq --inhex read them");
-        app->add_option("--page", m_page, "With --hex only this page: std, 80, 83 ...")
+        app->add_option("--page", m_page, "With --hex only this page: std, 00, 80, 83 ...")
             ->type_name("PAGE")
             ->needs(hex);
         return app;
@@ -55,18 +57,20 @@ class Inquiry : public Command {
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
         askNamedAhead(context, m_name, interviews::record());
-        const RecordList records = owned(discovery.validateDevice(m_name));
+        PageListWatch watch(host::current());
+        const RecordList records = collected(discovery, watch);
         Report report;
         report.data["records"] = Json::array();
         for (const auto& record : records) {
             const std::string hctl = wholeAddress(context, record->m_deviceName);
             const picture::IdentityFields fields =
                 picture::fieldsOf(*record, context.hosts.aside());
-            Json json = recordJson(*record, hctl);
+            Json json = recordJson(*record, watch.page(), hctl);
             picture::addFields(json, fields);
             report.data["records"].push_back(std::move(json));
-            report.text += m_hex ? recordHex(*record, only)
-                                 : recordText(*record, hctl, picture::shownFields(fields));
+            report.text +=
+                m_hex ? recordHex(*record, watch.page(), only)
+                      : recordText(*record, watch.page(), hctl, picture::shownFields(fields));
         }
         if (records.empty()) {
             report.failure = whyNotFound(context, m_name);
@@ -79,6 +83,11 @@ class Inquiry : public Command {
     }
 
   private:
+    RecordList collected(CLinuxDeviceDiscovery& discovery, PageListWatch& watch) const {
+        const host::Scope scope(watch);
+        return owned(discovery.validateDevice(m_name));
+    }
+
     std::string m_name;
     bool m_hex = false;
     std::string m_page;

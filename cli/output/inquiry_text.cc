@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "cli/base/text.h"
@@ -34,6 +35,30 @@ std::string pageName(unsigned page) {
     return name != kNames.end()             ? name->second
            : page >= scsi::kFirstVendorPage ? "vendor-specific"
                                             : "other";
+}
+
+/// A page as it is shown. The page list has the code that the record keeps the INQUIRY data by.
+struct ReadPage {
+    std::string key;
+    std::string title;
+    Bytes bytes;
+};
+
+std::vector<ReadPage> pagesOf(const CScsiDeviceData& record, const Bytes& pageList) {
+    std::vector<ReadPage> pages;
+    for (const auto& [code, page] : record.m_pages) {
+        Bytes bytes = bytesOf(page);
+        std::string title = pageTitle(code, bytes.size());
+        pages.push_back({pageKey(code), std::move(title), std::move(bytes)});
+    }
+    if (!pageList.empty()) {
+        const bool hasInquiry = record.m_pages.count(scsi::kInquiryData) != 0;
+        pages.insert(
+            pages.begin() + (hasInquiry ? 1 : 0),
+            {"00", fmt::format("VPD page 0x00, supported VPD pages, {} bytes", pageList.size()),
+             pageList});
+    }
+    return pages;
 }
 
 std::string hexBytes(const Bytes& bytes, std::size_t start) {
@@ -141,10 +166,10 @@ std::string pageKey(unsigned page) {
     return page == scsi::kInquiryData ? "std" : fmt::format("{:02x}", page);
 }
 
-Json recordJson(const CScsiDeviceData& record, const std::string& hctl) {
+Json recordJson(const CScsiDeviceData& record, const Bytes& pageList, const std::string& hctl) {
     Json pages = Json::object();
-    for (const auto& [code, page] : record.m_pages) {
-        pages[pageKey(code)] = recording::toHex(bytesOf(page));
+    for (const ReadPage& page : pagesOf(record, pageList)) {
+        pages[page.key] = recording::toHex(page.bytes);
     }
     Json supported = Json::array();
     for (const unsigned code : record.m_supportedPages) {
@@ -171,8 +196,8 @@ Json recordJson(const CScsiDeviceData& record, const std::string& hctl) {
     return json;
 }
 
-std::string recordText(const CScsiDeviceData& record, const std::string& hctl,
-                       const NamedTexts& more) {
+std::string recordText(const CScsiDeviceData& record, const Bytes& pageList,
+                       const std::string& hctl, const NamedTexts& more) {
     std::vector<std::string> supported;
     for (const unsigned code : record.m_supportedPages) {
         supported.push_back(fmt::format("{:02x}", code));
@@ -187,24 +212,23 @@ std::string recordText(const CScsiDeviceData& record, const std::string& hctl,
         text += field(name, value);
     }
     text += field("Supported pages", supported.empty() ? "none" : joined(supported, " "));
-    for (const auto& [code, page] : record.m_pages) {
-        const Bytes bytes = bytesOf(page);
-        text += "\n" + pageTitle(code, bytes.size()) + "\n" + pageDump(bytes);
+    for (const ReadPage& page : pagesOf(record, pageList)) {
+        text += "\n" + page.title + "\n" + pageDump(page.bytes);
     }
     return text;
 }
 
-std::string recordHex(const CScsiDeviceData& record, const std::string& only) {
+std::string recordHex(const CScsiDeviceData& record, const Bytes& pageList,
+                      const std::string& only) {
     std::string text;
-    for (const auto& [code, page] : record.m_pages) {
-        if (!only.empty() && only != pageKey(code)) {
+    for (const ReadPage& page : pagesOf(record, pageList)) {
+        if (!only.empty() && only != page.key) {
             continue;
         }
-        const Bytes bytes = bytesOf(page);
         text += std::string(text.empty() ? "" : "\n") + "# " + visible(record.m_deviceName) + ", " +
-                pageTitle(code, bytes.size()) + "\n";
-        for (std::size_t start = 0; start < bytes.size(); start += kBytesALine) {
-            text += hexBytes(bytes, start) + "\n";
+                page.title + "\n";
+        for (std::size_t start = 0; start < page.bytes.size(); start += kBytesALine) {
+            text += hexBytes(page.bytes, start) + "\n";
         }
     }
     return text;

@@ -25,20 +25,23 @@ std::string pageDump(const std::vector<std::uint8_t>& bytes,
                      const std::vector<udid::ByteRange>& marked = {},
                      const std::vector<udid::ByteRange>& deciding = {});
 
-/// A record as JSON. `hctl` is the device's whole address as sysfs has it, empty where it does not
-/// tell: the record's is the address word's, with eight bits of each number.
-Json recordJson(const CScsiDeviceData& record, const std::string& hctl);
+/// A record as JSON. `pageList` is VPD page 0x00, of which the record keeps no more than the codes;
+/// empty where it was not read. `hctl` is the device's whole address as sysfs has it, empty where
+/// it does not tell: the record's is the address word's, with eight bits of each number.
+Json recordJson(const CScsiDeviceData& record, const std::vector<std::uint8_t>& pageList,
+                const std::string& hctl);
 
 /// Names and texts that stand in lines of their own.
 using NamedTexts = std::vector<std::pair<const char*, std::string>>;
 
-/// A record for people; `hctl` as above, `more` before the pages.
-std::string recordText(const CScsiDeviceData& record, const std::string& hctl,
-                       const NamedTexts& more);
+/// A record for people; `pageList` and `hctl` as above, `more` before the pages.
+std::string recordText(const CScsiDeviceData& record, const std::vector<std::uint8_t>& pageList,
+                       const std::string& hctl, const NamedTexts& more);
 
 /// Pages as sg_vpd and sg_inq read them with --inhex: a block a page, a comment line in front. Both
 /// tools take the first page of a file. Only the page of key `only`, if that is not empty.
-std::string recordHex(const CScsiDeviceData& record, const std::string& only);
+std::string recordHex(const CScsiDeviceData& record, const std::vector<std::uint8_t>& pageList,
+                      const std::string& only);
 
 }  // namespace cli
 

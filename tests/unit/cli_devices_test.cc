@@ -251,7 +251,7 @@ TEST(CliInquiry, JsonIsTheWholeRecord) {
         R"({"name":"/dev/sda","vendor":"ACME","product":"Disk","firmware":"0430","host":2,)"
         R"("channel":0,"target":5,"lun":1,"hctl":null,"claim_level":0,"bus_type":0,"multipath":0,)"
         R"("size_kb":null,"os":"Linux","supported_pages":[0,128,131],)"
-        R"("pages":{"80":"0080000441423132","83":"0083000c010300085000c50012345678"},)"
+        R"("pages":{"00":"00000003008083","80":"0080000441423132","83":"0083000c010300085000c50012345678"},)"
         R"("family":"Everything else","array_serial":null,"volume_id":"5000C50012345678",)"
         R"("logical_unit_name":"naa.5000c50012345678","serial":"AB12","target_port":null,)"
         R"("port_group":null})");
@@ -287,9 +287,38 @@ TEST(CliInquiry, HexIsABlockAPage) {
               "00 80 00 04 41 42 31 32\n");
     const std::string all = machine.run({"inquiry", "/dev/sda", "--hex"}).out;
     EXPECT_THAT(all, testing::StartsWith("# /dev/sda, standard INQUIRY data, 96 bytes\n00 00 05"));
+    EXPECT_THAT(all,
+                testing::HasSubstr("\n\n# /dev/sda, VPD page 0x00, supported VPD pages, 7 "
+                                   "bytes\n00 00 00 03 00 80 83\n\n# /dev/sda, VPD page 0x80"));
     EXPECT_THAT(all, testing::HasSubstr("\n\n# /dev/sda, VPD page 0x83, "));
     EXPECT_EQ(machine.run({"inquiry", "/dev/sda", "--hex", "--page", "0x83"}).out,
               all.substr(all.find("# /dev/sda, VPD page 0x83")));
+}
+
+TEST(CliInquiry, ThePageListIsAPageAndNotTheInquiryData) {
+    CliMachine machine(smallHost());
+    const std::string list =
+        "# /dev/sda, VPD page 0x00, supported VPD pages, 7 bytes\n00 00 00 03 00 80 83\n";
+    for (const char* const code : {"00", "0", "0x00"}) {
+        EXPECT_EQ(machine.run({"inquiry", "/dev/sda", "--hex", "--page", code}).out, list) << code;
+    }
+    EXPECT_THAT(machine.run({"inquiry", "/dev/sda", "--hex", "--page", "std"}).out,
+                testing::StartsWith("# /dev/sda, standard INQUIRY data, 96 bytes\n00 00 05"));
+    recording::RecordedHostData data = smallHost();
+    data.devices["/dev/sda"].pages.erase(0);
+    CliMachine without(data);
+    const CliResult missing = without.run({"inquiry", "/dev/sda", "--hex", "--page", "00"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "scsitool: /dev/sda: page 00 was not read from the device\n");
+}
+
+TEST(CliInquiry, OfThePageListStandsWhatItSaysThatItHas) {
+    recording::RecordedHostData data = smallHost();
+    data.devices["/dev/sda"].pages[0] =
+        recording::RecordedPage(recording::Bytes{0, 0, 0, 3, 0, 0x80, 0x83, 0xFF, 0xFF});
+    CliMachine machine(data);
+    EXPECT_THAT(machine.run({"inquiry", "/dev/sda", "--hex", "--page", "00"}).out,
+                testing::EndsWith(" 7 bytes\n00 00 00 03 00 80 83\n"));
 }
 
 TEST(CliInquiry, APageThatWasNotReadIsAFailure) {
