@@ -15,6 +15,7 @@ import sys
 
 from samples.captured import CAPTURED
 from samples.catalogue import SAMPLES
+from samples.mail import mail
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
@@ -24,6 +25,7 @@ def as_json(value):
 
 
 def made_files():
+    yield ROOT / "samples" / "mailed-pages.txt", mail()
     for name, make in SAMPLES.items():
         host = make()
         yield ROOT / "samples" / f"{name}.json", as_json(host.recording())

@@ -3,14 +3,17 @@
 #include <utility>
 
 #include "cli/base/failure.h"
+#include "cli/base/text.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/factory_options.h"
 #include "cli/common/mailed_pages.h"
 #include "cli/common/record_list.h"
+#include "cli/comparison/same_volume.h"
 #include "cli/mailed/mailed_text.h"
 #include "cli/names/resolver.h"
 #include "cli/output/explain_text.h"
+#include "cli/picture/drawing.h"
 #include "cli/picture/identity_text.h"
 #include "recording/replay/recorded_host.h"
 #include "recording/replay/recorded_host_file.h"
@@ -57,6 +60,12 @@ class Explain : public Command {
                         "prints it; PAGE is std, a VPD page code such as 83, or a command block")
             ->type_name("PAGE=FILE")
             ->excludes(names);
+        app->add_flag("--short", m_isShort,
+                      "Without the designators, the bytes of the pages and who declined");
+        app->add_option("--same-as", m_sameAs,
+                        "Say instead whether what was mailed is the same volume as this device of "
+                        "the host")
+            ->type_name("NAME");
         m_factoryOptions.declare(*app);
         return app;
     }
@@ -70,11 +79,20 @@ class Explain : public Command {
         Report report;
         report.data["explanations"] = Json::array();
         Work work = {factory, discovery, context, report};
+        m_mailed.clear();
+        if (!m_sameAs.empty() && !namesTexts(context)) {
+            throw UsageError(
+                "--same-as compares what was mailed: name a file of pages, or - for standard "
+                "input");
+        }
         if (!m_pages.empty()) {
             refuseHost(context, "--inhex brings");
             explainPages(work, MailedPages(m_pages));
         } else if (namesTexts(context)) {
             explainTexts(work);
+            if (!m_sameAs.empty()) {
+                compare(work);
+            }
         } else {
             explainDevices(work);
         }
@@ -99,7 +117,8 @@ class Explain : public Command {
     bool namesTexts(const Context& context) const {
         std::size_t texts = 0;
         for (const std::string& name : m_names) {
-            texts += name == "-" || (context.isLive() && isText(name)) ? 1U : 0U;
+            const bool mayBeText = context.isLive() || !m_sameAs.empty();
+            texts += name == "-" || (mayBeText && isText(name)) ? 1U : 0U;
         }
         if (texts != 0 && texts != m_names.size()) {
             throw UsageError(
@@ -133,7 +152,7 @@ class Explain : public Command {
         }
     }
 
-    static void explainPages(Work& work, const MailedPages& pages) {
+    void explainPages(Work& work, const MailedPages& pages) {
         recording::Journal journal;
         recording::RecordedHost host(pages.host(), journal);
         const host::Scope scope(host);
@@ -148,7 +167,9 @@ class Explain : public Command {
 
     // The texts together: one may hold the INQUIRY data and another the pages.
     void explainTexts(Work& work) {
-        refuseHost(work.context, "a file of pages brings");
+        if (m_sameAs.empty()) {
+            refuseHost(work.context, "a file of pages brings");
+        }
         mailed::MailedTexts texts;
         bool isHost = false;
         for (const std::string& name : m_names) {
@@ -192,7 +213,7 @@ class Explain : public Command {
                "--hex' of it sent too";
     }
 
-    static void explainHost(Work& work, recording::RecordedHostData data) {
+    void explainHost(Work& work, recording::RecordedHostData data) {
         std::vector<std::string> names;
         for (const auto& [name, device] : data.devices) {
             if (device.openError == 0 && device.standardInquiry) {
@@ -209,18 +230,61 @@ class Explain : public Command {
         }
     }
 
-    static void add(const udid::Account& account, const CScsiDeviceData& record, Work& work) {
+    static comparison::IdentifiedDevice identified(const udid::Account& account,
+                                                   const CScsiDeviceData& record) {
+        return {record.m_deviceName, picture::namesOf(record),
+                picture::fieldsOf(record, &account.identity), account.explanation.udid};
+    }
+
+    // The device that what was mailed is compared with.
+    comparison::IdentifiedDevice deviceHere(Work& work) const {
+        const std::string name = names::deviceNamed(work.context, m_sameAs);
+        askNamedAhead(work.context, name, interviews::udid(m_factoryOptions));
+        const RecordList records = owned(work.discovery.validateDevice(name));
+        if (records.empty()) {
+            throw OperationError(whyNotFound(work.context, name));
+        }
+        if (records.front()->m_pages.empty()) {
+            throw OperationError(name + ": " + whyNoAnswer(work.context, name));
+        }
+        return identified(udid::account(work.factory, *records.front()), *records.front());
+    }
+
+    void compare(Work& work) const {
+        const comparison::IdentifiedDevice device = deviceHere(work);
+        Report& report = work.report;
+        report.text.clear();
+        report.data["comparisons"] = Json::array();
+        for (const comparison::IdentifiedDevice& mailed : m_mailed) {
+            const std::string sentence = comparison::sameVolumeSentence(mailed, device);
+            report.data["comparisons"].push_back(comparison::sameVolumeJson(mailed, device));
+            report.text += comparison::sameVolumeTable(mailed, device, work.context.layout);
+            if (comparison::sameVolume(mailed, device) == picture::Agreement::kSame) {
+                report.text += "\n" + visible(sentence) + "\n";
+            } else {
+                report.doubts.push_back(sentence);
+            }
+        }
+    }
+
+    void add(const udid::Account& account, const CScsiDeviceData& record, Work& work) {
+        m_mailed.push_back(identified(account, record));
         const picture::IdentityFields fields = picture::fieldsOf(record, &account.identity);
         Json json = explanationJson(account, record);
         picture::addFields(json, fields);
         work.report.text += work.report.text.empty() ? "" : "\n";
         work.report.data["explanations"].push_back(std::move(json));
-        work.report.text +=
-            explanationText(account, record, picture::shownFields(fields), work.context.layout);
+        const NamedTexts shown = picture::shownFields(fields);
+        work.report.text += m_isShort
+                                ? shortExplanationText(account, shown, work.context.layout)
+                                : explanationText(account, record, shown, work.context.layout);
     }
 
     std::vector<std::string> m_names;
     std::vector<std::string> m_pages;
+    bool m_isShort = false;
+    std::string m_sameAs;
+    std::vector<comparison::IdentifiedDevice> m_mailed;
     FactoryOptions m_factoryOptions;
 };
 

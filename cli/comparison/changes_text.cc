@@ -74,7 +74,7 @@ std::string changesText(const std::vector<VolumeChange>& changes, const Layout& 
     if (changes.empty()) {
         return "no change\n";
     }
-    Table table({{"CHANGE"}, {"VOLUME"}, {"WHAT", false, true}, {"UDID", false, true}});
+    Table table({{"CHANGE"}, {"VOLUME"}, {"WHAT", false, true}, {"UDID", false, true, true}});
     for (const VolumeChange& change : changes) {
         const HostVolume& volume = change.after != nullptr ? *change.after : *change.before;
         const std::string& name = nameOf(volume);

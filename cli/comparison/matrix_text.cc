@@ -66,7 +66,7 @@ std::string matrixText(const Matrix& matrix, const SharedVolumes& rows, const La
     for (const HostColumn& host : matrix.hosts()) {
         columns.push_back({host.title, false, true});
     }
-    columns.push_back({"UDID", false, true});
+    columns.push_back({"UDID", false, true, true});
     Table table(std::move(columns));
     for (const SharedVolume* const volume : rows) {
         table.addRow(rowOf(matrix, *volume));

@@ -202,13 +202,17 @@ void addGenerator(const GeneratorReport& report, Table& table) {
     }
 }
 
-std::string generatorsText(const Explanation& explanation, const Layout& layout) {
+enum class Asked { kAll, kClaiming };
+
+std::string generatorsText(const Explanation& explanation, Asked shown, const Layout& layout) {
     if (explanation.generators.empty()) {
         return std::string();
     }
     Table table({{"GENERATOR"}, {"ANSWER"}, {"BECAUSE", false, true}});
     for (const GeneratorReport& report : explanation.generators) {
-        addGenerator(report, table);
+        if (shown == Asked::kAll || report.claimed) {
+            addGenerator(report, table);
+        }
     }
     return table.str(layout) + "\n";
 }
@@ -354,6 +358,28 @@ std::string field(const char* name, const std::string& value) {
     return fmt::format("{:<14}{}\n", name, visible(value));
 }
 
+// What the device is, and what was remarked.
+std::string headText(const Explanation& explanation, const NamedTexts& more) {
+    std::string text = field("Device", explanation.deviceName);
+    text += field("Vendor", explanation.vendor);
+    text += field("Product", explanation.product);
+    text += field("Firmware", explanation.firmware);
+    for (const auto& [name, value] : more) {
+        text += field(name, value);
+    }
+    for (const std::string& remark : explanation.remarks) {
+        text += field("Note", remark);
+    }
+    return text + "\n";
+}
+
+// What the UDID is made of and rests on, and the UDID.
+std::string udidText(const udid::Account& account, const Layout& layout) {
+    const Explanation& explanation = account.explanation;
+    return piecesText(explanation, layout) + restsText(account, layout) + outcomeText(explanation) +
+           "\n" + (explanation.udid.empty() ? "-" : visible(explanation.udid)) + "\n";
+}
+
 }  // namespace
 
 Json explanationJson(const udid::Account& account, const CScsiDeviceData& record) {
@@ -386,21 +412,16 @@ Json explanationJson(const udid::Account& account, const CScsiDeviceData& record
 std::string explanationText(const udid::Account& account, const CScsiDeviceData& record,
                             const NamedTexts& more, const Layout& layout) {
     const Explanation& explanation = account.explanation;
-    std::string text = field("Device", explanation.deviceName);
-    text += field("Vendor", explanation.vendor);
-    text += field("Product", explanation.product);
-    text += field("Firmware", explanation.firmware);
-    for (const auto& [name, value] : more) {
-        text += field(name, value);
-    }
-    for (const std::string& remark : explanation.remarks) {
-        text += field("Note", remark);
-    }
-    text += "\n" + designatorsText(designatorsOf(account, record), layout) +
-            generatorsText(explanation, layout) + pagesText(account) +
-            piecesText(explanation, layout) + restsText(account, layout);
-    return text + outcomeText(explanation) + "\n" +
-           (explanation.udid.empty() ? "-" : visible(explanation.udid)) + "\n";
+    return headText(explanation, more) + designatorsText(designatorsOf(account, record), layout) +
+           generatorsText(explanation, Asked::kAll, layout) + pagesText(account) +
+           udidText(account, layout);
+}
+
+std::string shortExplanationText(const udid::Account& account, const NamedTexts& more,
+                                 const Layout& layout) {
+    return headText(account.explanation, more) +
+           generatorsText(account.explanation, Asked::kClaiming, layout) +
+           udidText(account, layout);
 }
 
 }  // namespace cli

@@ -17,6 +17,10 @@ Json explanationJson(const udid::Account& account, const CScsiDeviceData& record
 std::string explanationText(const udid::Account& account, const CScsiDeviceData& record,
                             const NamedTexts& more, const Layout& layout);
 
+/// The same without the designators, the bytes of the pages and the generators that declined.
+std::string shortExplanationText(const udid::Account& account, const NamedTexts& more,
+                                 const Layout& layout);
+
 }  // namespace cli
 
 #endif

@@ -24,15 +24,6 @@ Kind kindByName(const std::string& name, int claimLevel) {
                                          : Kind::kPseudoDevice;
 }
 
-UnitNames namesOf(const CScsiDeviceData& record) {
-    const auto page = record.m_pages.find(scsi::kDeviceIdentification);
-    if (page == record.m_pages.end() || page->second.length <= scsi::kPageHeader) {
-        return {};
-    }
-    const unsigned char* const bytes = page->second.bytes();
-    return unitNames({bytes + scsi::kPageHeader, bytes + page->second.length});
-}
-
 ScsiAddress addressOf(const CScsiDeviceData& record) {
     return {static_cast<std::uint32_t>(record.m_port), record.m_bus,
             static_cast<std::uint32_t>(record.m_target), static_cast<std::uint64_t>(record.m_lun)};
@@ -207,6 +198,15 @@ class Drawing {
 };
 
 }  // namespace
+
+UnitNames namesOf(const CScsiDeviceData& record) {
+    const auto page = record.m_pages.find(scsi::kDeviceIdentification);
+    if (page == record.m_pages.end() || page->second.length <= scsi::kPageHeader) {
+        return {};
+    }
+    const unsigned char* const bytes = page->second.bytes();
+    return unitNames({bytes + scsi::kPageHeader, bytes + page->second.length});
+}
 
 std::vector<Device> drawDevices(const Sighting& sighting, const Easel& easel) {
     const host::Scope scope(easel.view.host);

@@ -34,6 +34,9 @@ struct Easel {
 /// for each disk, multipath map and pseudo-device that is not in it.
 std::vector<Device> drawDevices(const Sighting& sighting, const Easel& easel);
 
+/// The names that the logical unit of a record gives itself in its page 0x83.
+UnitNames namesOf(const CScsiDeviceData& record);
+
 }  // namespace cli::picture
 
 #endif

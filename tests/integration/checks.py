@@ -155,11 +155,11 @@ def mailed_pages_come_from_standard_input(scsitool, _samples):
     return problems + one_line(empty, "standard input: no page in it")
 
 
-def on_a_terminal(scsitool, arguments, columns):
+def on_a_terminal(scsitool, arguments, columns, stderr=subprocess.DEVNULL):
     reading, writing = pty.openpty()
     environment = {"COLUMNS": str(columns), "TERM": "xterm"}
     process = subprocess.Popen([scsitool.program, *arguments], cwd=ROOT, stdout=writing,
-                               stderr=subprocess.DEVNULL, env=os.environ | environment)
+                               stderr=stderr, env=os.environ | environment)
     os.close(writing)
     output = b""
     try:
@@ -170,6 +170,14 @@ def on_a_terminal(scsitool, arguments, columns):
     os.close(reading)
     process.wait()
     return output.decode()
+
+
+def on_a_screen(scsitool, arguments, columns):
+    """What a person sees there, without what sets it off."""
+    with tempfile.TemporaryFile("w+") as errors:
+        text = on_a_terminal(scsitool, arguments, columns, errors)
+        errors.seek(0)
+        return re.sub("\x1b\\[[0-9]*m|\r", "", text) + errors.read()
 
 
 def tables_fit_the_terminal(scsitool, samples):

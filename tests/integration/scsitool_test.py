@@ -18,7 +18,7 @@ import sys
 import tempfile
 
 from cases import CASES, SAMPLES, SICK, SITE
-from checks import CHECKS
+from checks import CHECKS, on_a_screen
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
@@ -180,7 +180,12 @@ def compare_lines(scsitool):
     return problems
 
 
-def compare_page(scsitool, page, update):
+def printed(scsitool, arguments):
+    result = scsitool.run(arguments)
+    return result.stdout + result.stderr
+
+
+def compare_page(scsitool, page, update, shown=printed):
     """Every example of a page is run and shows what the command prints. Gives the examples and what is wrong."""
     problems = []
     examples = []
@@ -188,8 +193,7 @@ def compare_page(scsitool, page, update):
     def example(match):
         command = match.group(1)
         examples.append(command)
-        result = scsitool.run(shlex.split(command))
-        found = f"```console\n$ scsitool {command}\n{result.stdout}{result.stderr}```\n"
+        found = f"```console\n$ scsitool {command}\n{shown(scsitool, shlex.split(command))}```\n"
         if DECLINE_LINE.sub("", found) != DECLINE_LINE.sub("", match.group(0)):
             problems.append(f"{page.relative_to(ROOT)}: '$ scsitool {command}' shows something else")
         return found
@@ -202,11 +206,40 @@ def compare_page(scsitool, page, update):
     return examples, problems
 
 
+SCREEN_COLUMNS, SCREEN_LINES = 120, 45
+
+
+def on_the_cookbooks_screen(scsitool, arguments):
+    return on_a_screen(scsitool, arguments, SCREEN_COLUMNS)
+
+
+def too_large_for_a_screen(page):
+    """Each question of the cookbook is one command, and its answer fits one screen."""
+    problems = []
+    for section in page.read_text(encoding="utf-8").split("\n## ")[1:]:
+        question = section.partition("\n")[0]
+        answers = re.findall(r"```console\n((?:(?!```).*\n)*)```", section)
+        if len(answers) != 1:
+            problems.append(f"{question}: {len(answers)} commands")
+            continue
+        command, *lines = answers[0].splitlines()
+        wide = [line for line in lines
+                if len(line) > SCREEN_COLUMNS and not line.startswith("scsitool: ")]
+        # A terminal breaks messages, which stay whole for who searches for them.
+        rows = sum(max(1, -(-len(line) // SCREEN_COLUMNS)) for line in [command, *lines])
+        problems += [f"{question}: more than {SCREEN_COLUMNS} columns: {line}" for line in wide]
+        if rows > SCREEN_LINES or not lines:
+            problems.append(f"{question}: {rows} lines")
+    return [f"{page.relative_to(ROOT)}: {problem}" for problem in problems]
+
+
 def compare_documentation(scsitool, update):
     """What the documents show is what the command prints, and the manual shows each command."""
     problems = []
-    for page in (ROOT / "README.md", ROOT / "docs/cookbook.md"):
-        problems += compare_page(scsitool, page, update)[1]
+    problems += compare_page(scsitool, ROOT / "README.md", update)[1]
+    cookbook = ROOT / "docs/cookbook.md"
+    problems += compare_page(scsitool, cookbook, update, on_the_cookbooks_screen)[1]
+    problems += too_large_for_a_screen(cookbook)
     examples, wrong = compare_page(scsitool, ROOT / "docs/scsitool.md", update)
     help_text = scsitool.run(["--help"]).stdout
     commands = re.findall(r"^  ([a-z-]+) ", help_text.split("Subcommands:")[1].split("Example:")[0], re.MULTILINE)
