@@ -44,7 +44,8 @@ Cell addressCell(const Row& row) {
 }
 
 std::optional<std::uint64_t> sizeOf(const Row& row) {
-    return row.isVolume ? volumeOf(row)->sizeKb : leader(row).sizeKb;
+    const picture::Volume* const volume = row.isVolume ? volumeOf(row) : nullptr;
+    return volume != nullptr ? volume->sizeKb : leader(row).sizeKb;
 }
 
 Cell sizeCell(const Row& row) {

@@ -92,6 +92,13 @@ def make_disks(guest):
     guest.run("udevadm settle -t 20")
 
 
+def table_of(guest, command, columns):
+    """The cells of a table by device and column."""
+    told = guest.run(["scsitool", command, "--no-headings", "-o", ",".join(columns)], 3).stdout
+    rows = [dict(zip(columns, re.split(" {2,}", line))) for line in told.splitlines()]
+    return {row["device"]: row for row in rows}
+
+
 class Ours:
     """The same as scsitool says it: by column and by JSON member, of every device."""
 
@@ -100,13 +107,9 @@ class Ours:
         # One path is offline: that is told by the exit status, and that path has an entry of its own.
         document = guest.scsitool("devices", status=3)
         self.members = {entry["name"]: entry for entry in [*document["devices"], *document["unidentified"]]}
-        told = guest.run(["scsitool", "devices", "--no-headings", "-o", ",".join(columns)], 3).stdout
-        self.columns = {}
-        for line in told.splitlines():
-            cells = dict(zip(columns, re.split(" {2,}", line)))
-            self.columns[cells["device"]] = cells
+        self.columns = table_of(guest, "devices", columns)
         for entry in list(self.members.values()):
-            for partition in entry["partitions"]:
+            for partition in entry["partitions"] or []:
                 self.members[partition["name"]] = {"partitions[]": partition}
         for cells in list(self.columns.values()):
             for name in cells["partitions"].split(" "):
