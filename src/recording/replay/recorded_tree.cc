@@ -80,9 +80,9 @@ bool RecordedTree::isInhabited(const std::string& path) const {
     return error == 0 && place != nullptr && place->isInhabited;
 }
 
-bool RecordedTree::isDirectory(const std::string& path) const {
-    const Place* const place = placeAt(path);
-    return path.empty() || (place != nullptr && (place->names != nullptr || place->isInhabited));
+bool RecordedTree::isDirectory(const std::string& place) const {
+    const Place* const known = placeAt(place);
+    return place.empty() || (known != nullptr && (known->names != nullptr || known->isInhabited));
 }
 
 RecordedTree::Entry RecordedTree::entryAt(std::string_view path) const {
@@ -150,7 +150,7 @@ std::string RecordedTree::follow(const std::string& path, bool followLast, int& 
         }
         error = ++links > kMostLinks ? ELOOP : 0;
         const std::string& target = *found->link;
-        rest = target + rest.substr(isLast ? next : next - 1);
+        rest.replace(0, isLast ? next : next - 1, target);
         next = 0;
         // From here, or from the root.
         place.resize(target.compare(0, 1, "/") == 0 ? 0 : folder);
