@@ -28,7 +28,7 @@ if(TARGET scsitool_command)
   file(GLOB schemas CONFIGURE_DEPENDS cli/output/*.schema.json src/recording/*.schema.json)
   install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool)
   install(DIRECTORY samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool/samples
-    FILES_MATCHING PATTERN *.json)
+    FILES_MATCHING PATTERN *.json PATTERN *.txt)
   install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
   include(cmake/manuals.cmake)
   install(FILES packaging/completion/scsitool.bash RENAME scsitool

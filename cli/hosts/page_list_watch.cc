@@ -17,12 +17,13 @@ int PageListWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     const bool isPageList = buffer[kCommandBlock] == kInquiry &&
                             (buffer[kCommandBlock + 1] & kEvpd) != 0 &&
                             buffer[kCommandBlock + 2] == scsi::kSupportedPages;
-    const std::size_t asked = buffer[kCommandBlock + 3] * 256U + buffer[kCommandBlock + 4];
+    const std::size_t asked =
+        buffer[kCommandBlock + 3] * std::size_t{256} + buffer[kCommandBlock + 4];
     const int result = ForwardingHost::sendCommand(descriptor, buffer);
     if (isPageList && result == 0) {
         const std::uint8_t* const page = buffer.data() + kCommandBlock;
-        const std::size_t stated =
-            scsi::kPageHeader + page[scsi::kPageLength] * 256U + page[scsi::kPageLengthLow];
+        const std::size_t stated = scsi::kPageHeader + page[scsi::kPageLength] * std::size_t{256} +
+                                   page[scsi::kPageLengthLow];
         m_page.assign(page, page + std::min({stated, asked, buffer.size() - kCommandBlock}));
     }
     return result;
