@@ -57,7 +57,8 @@ void askTools(host::Host& host) {
     host.isDirectory("/dev/mapper/");
     host.writeAccess("/proc/scsi/scsi");
     host.runCommand("/sbin/pidof -x multipathd", kTimeLimitSeconds);
-    view::askMapStatus(host);
+    std::string failure;
+    view::askMapStatus(host, failure);
     view::askMapTables(host);
 }
 

@@ -54,7 +54,7 @@ class Devices : public Command {
             addJson(report, devices, scene, rows);
         }
         report.text = m_view.text(rows, context.layout);
-        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
+        report.doubts = view::doubtsOf(scene, enumeration.hint());
         addRescanDoubts(report, context);
         if (scene.picture.devices.empty()) {
             report.failure = m_name.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)

@@ -34,7 +34,7 @@ class Disks : public Command {
             addJson(report, disks, scene, rows);
         }
         report.text = m_view.text(rows, context.layout);
-        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
+        report.doubts = view::doubtsOf(scene, enumeration.hint());
         report.failure = scene.picture.devices.empty()
                              ? "no SCSI disk found: " + hintWithoutDisks(context)
                              : m_view.whyEmpty(all, rows, "disk");

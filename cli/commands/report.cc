@@ -49,7 +49,7 @@ class ReportPage : public Command {
         Report report = written(file, page::pageOf(page), context);
         report.data["volumes"] = std::move(page["volumes"]);
         report.data["findings"] = std::move(page["findings"]);
-        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
+        report.doubts = view::doubtsOf(scene, enumeration.hint());
         if (rows.empty()) {
             report.failure = "no SCSI disk found: " + hintWithoutDisks(context);
         }

@@ -38,7 +38,7 @@ class Volumes : public Command {
             addJson(report, scene, rows);
         }
         report.text = m_view.text(rows, context.layout, m_withPaths);
-        report.doubts = picture::doubtsOf(scene.picture, enumeration.hint());
+        report.doubts = view::doubtsOf(scene, enumeration.hint());
         report.failure = all.empty() ? "no SCSI disk found: " + hintWithoutDisks(context)
                                      : m_view.whyEmpty(all, rows, "volume");
         m_lines.finish(report, context, {"volumes"});

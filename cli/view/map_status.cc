@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "cli/hosts/watched_host.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli::view {
@@ -56,9 +57,15 @@ MapStates parseMapStatus(const std::vector<std::string>& lines) {
     return maps;
 }
 
-MapStates askMapStatus(host::Host& host) {
-    const host::CommandResult result = host.runCommand(kCommand, kTimeLimitSeconds);
-    return result.waitStatus == 0 && !result.timedOut ? parseMapStatus(result.lines) : MapStates();
+MapStates askMapStatus(host::Host& host, std::string& failure) {
+    const CommandEffect ran = effectOf(kCommand, host.runCommand(kCommand, kTimeLimitSeconds));
+    if (succeeded(ran)) {
+        return parseMapStatus(ran.result.lines);
+    }
+    if (!couldNotStart(ran)) {
+        failure = endingText(ran);
+    }
+    return {};
 }
 
 }  // namespace cli::view

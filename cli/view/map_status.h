@@ -27,8 +27,9 @@ using MapStates = std::map<std::string, PathStates>;
 /// left out.
 MapStates parseMapStatus(const std::vector<std::string>& lines);
 
-/// Asks for it; empty where it is not told. A read: nothing is flushed.
-MapStates askMapStatus(host::Host& host);
+/// Asks for it; empty where it is not told, and then `failure` says how the command ended, but for
+/// one that is not there. A read: nothing is flushed.
+MapStates askMapStatus(host::Host& host, std::string& failure);
 
 }  // namespace cli::view
 

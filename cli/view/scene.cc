@@ -55,7 +55,12 @@ class Gathering {
         const bool hasMaps = std::any_of(devices.begin(), devices.end(), [](const Device& device) {
             return device.kind == Kind::kMap;
         });
-        const MapStates states = hasMaps ? askMapStatus(m_evidence.host()) : MapStates();
+        std::string failure;
+        const MapStates states = hasMaps ? askMapStatus(m_evidence.host(), failure) : MapStates();
+        if (!failure.empty()) {
+            m_scene.doubts.push_back("what device-mapper holds of the paths is not known: " +
+                                     failure);
+        }
         for (const Device& device : devices) {
             const auto map =
                 device.kind == Kind::kMap ? states.find(mapNameOf(device)) : states.end();
@@ -126,6 +131,12 @@ Scene sceneOf(picture::Picture picture, const HostView& view) {
     scene.details = std::make_shared<DetailBook>(view);
     Gathering(scene, view).gather();
     return scene;
+}
+
+std::vector<std::string> doubtsOf(const Scene& scene, const std::string& hint) {
+    std::vector<std::string> doubts = picture::doubtsOf(scene.picture, hint);
+    doubts.insert(doubts.end(), scene.doubts.begin(), scene.doubts.end());
+    return doubts;
 }
 
 std::size_t leaderOf(const Scene& scene, const std::vector<std::size_t>& devices) {

@@ -43,11 +43,16 @@ struct Scene {
     std::vector<DeviceFacts> facts;       ///< of the devices, in their order
     std::vector<std::size_t> volumeOf;    ///< of the devices: the volume's place, or kNoVolume
     std::shared_ptr<DetailBook> details;  ///< what is read only when it is shown
+    std::vector<std::string> doubts;      ///< what could not be told, a line each
 };
 
 /// Completes a picture from what the kernel tells; no device is opened or asked. The host must
 /// outlive the scene.
 Scene sceneOf(picture::Picture picture, const HostView& view);
+
+/// What could not be told of the picture and of what was read for it, a line each; `hint` as for
+/// the picture's.
+std::vector<std::string> doubtsOf(const Scene& scene, const std::string& hint);
 
 /// The device that stands for several of one volume: a map or pseudo-device before a disk, the
 /// first in natural order.

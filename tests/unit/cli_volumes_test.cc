@@ -221,6 +221,33 @@ TEST(CliVolumesView, PathsAreATreeWithTheirPorts) {
     EXPECT_EQ(path["target_port"], "iqn.t");
 }
 
+// A map whose paths all run for the kernel may have lost some of them for device-mapper.
+TEST(CliVolumesView, SaysThatDeviceMapperDidNotTell) {
+    ViewHost host;
+    host.status("Command failed.");
+    host.data.commands.back().exitStatus = 1;
+    const CliResult failed = host.run({"volumes"});
+    EXPECT_EQ(failed.status, 3);
+    EXPECT_EQ(failed.err,
+              "scsitool: what device-mapper holds of the paths is not known: /usr/sbin/dmsetup "
+              "status --target multipath ended with exit status 1: Command failed.\n");
+    host.data.commands.back().exitStatus = 0;
+    EXPECT_EQ(host.run({"volumes"}).status, 0);
+}
+
+TEST(CliVolumesView, ADeviceMapperThatHangsIsToldOf) {
+    ViewHost host;
+    host.status("");
+    host.data.commands.back().timedOut = true;
+    for (const char* const command : {"devices", "volumes"}) {
+        const CliResult result = host.run({command});
+        EXPECT_EQ(result.status, 3) << command;
+        EXPECT_EQ(result.err,
+                  "scsitool: what device-mapper holds of the paths is not known: /usr/sbin/dmsetup "
+                  "status --target multipath was ended at its time limit\n");
+    }
+}
+
 TEST(CliVolumesView, SasPathsAreNamedByTheirAddresses) {
     ViewHost host;
     host.data.links["/sys/class/scsi_device/2:0:0:3"] =
