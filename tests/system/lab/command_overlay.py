@@ -11,8 +11,10 @@ FOLDER = "opt/scsitool"
 # The command runs with the very libraries it was linked with on this machine, its loader included, while
 # everything else in the guest keeps its own.
 LAUNCHER = """#!/bin/sh
-exec /{folder}/loader --argv0 {name} --library-path /{folder} /{folder}/{name} "$@"
+exec /{folder}/{process} --argv0 {name} --library-path /{folder} /{folder}/{name} "$@"
 """
+# What the kernel calls a process that is started so.
+PROCESS_NAME = "loader"
 # Stands in bench/ of the same build.
 DISK_COST = "disk_cost"
 
@@ -24,8 +26,9 @@ def write_command_overlay(command, library_dir, target):
     for path in (command, command.parent.parent / "bench" / DISK_COST):
         if path.exists():
             overlay.add_host_file(f"{FOLDER}/{path.name}", os.path.realpath(path))
-            overlay.add_bytes(f"usr/bin/{path.name}", LAUNCHER.format(folder=FOLDER, name=path.name).encode(), 0o755)
-    overlay.add_host_file(f"{FOLDER}/loader", os.path.realpath(loader))
+            launcher = LAUNCHER.format(folder=FOLDER, process=PROCESS_NAME, name=path.name)
+            overlay.add_bytes(f"usr/bin/{path.name}", launcher.encode(), 0o755)
+    overlay.add_host_file(f"{FOLDER}/{PROCESS_NAME}", os.path.realpath(loader))
     for name, path in libraries.items():
         overlay.add_host_file(f"{FOLDER}/{name}", os.path.realpath(path))
     overlay.write(target)
