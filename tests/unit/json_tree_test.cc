@@ -158,4 +158,12 @@ TEST(JsonTree, PointsIntoTheTextWhereItCan) {
     EXPECT_EQ(plain->find(""), nullptr);
 }
 
+// A text of nothing but such lists is what a hostile recording is made of.
+TEST(JsonTree, AShortListTakesNoMoreRoomThanItNeeds) {
+    const std::string text = R"([0, [0], {"a": 0}])";
+    const recording::JsonTree tree(text);
+    EXPECT_EQ(tree.root().members.at(1).value.members.capacity(), 1U);
+    EXPECT_EQ(tree.root().members.at(2).value.members.capacity(), 1U);
+}
+
 }  // namespace

@@ -217,8 +217,7 @@ class Parser {
         if (takes(last)) {
             return true;
         }
-        constexpr std::size_t kUsual = 8;
-        list.members.reserve(kUsual);
+        // No room is made in advance: a text of nothing but short lists would take gigabytes.
         do {
             JsonMember& member = list.members.emplace_back();
             const bool isNamed =
