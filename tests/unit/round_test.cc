@@ -346,10 +346,12 @@ TEST(Round, TellsHowFarItIsAtMostTenTimesASecond) {
     ASSERT_GE(told.size(), 5U);
     EXPECT_LE(told.size(), (now() - begun) / 100 + 1);
     EXPECT_EQ(told.front().all, 20U);
-    EXPECT_EQ(told.front().left, 1U);
-    EXPECT_EQ(told.front().slowest, "disk3");
     EXPECT_EQ(told.front().slowSeconds, 0U);
-    EXPECT_EQ(told.back().slowSeconds, 1U);
+    // A busy machine may have others in hand for a while.
+    const auto isAllButIt = [](const AskingProgress& progress) {
+        return progress.left == 1 && progress.slowest == "disk3" && progress.slowSeconds == 1;
+    };
+    EXPECT_NE(std::find_if(told.begin(), told.end(), isAllButIt), told.end());
 }
 
 TEST(Board, GivesNoResultThatLiesElsewhere) {

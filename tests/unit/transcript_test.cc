@@ -62,6 +62,21 @@ TEST(Transcript, IsReadAsItWasWritten) {
     EXPECT_EQ(ask(read, Question::kCommand, "83").result, -EIO);
 }
 
+// Which answers were given is for whoever reads to know.
+TEST(Transcript, GivesAnAnswerOnceWhateverItsTextSaysAboutThat) {
+    Transcript one;
+    one.add(Question::kCommand, "std", {2, "sense"});
+    one.add(Question::kCommand, "std", {0, "data"});
+    std::string text = one.text();
+    constexpr std::size_t kGiven = 11;
+    ASSERT_EQ(text[kGiven], '\0');
+    text[kGiven] = '\7';
+    Transcript read;
+    ASSERT_TRUE(read.read(text));
+    EXPECT_EQ(ask(read, Question::kCommand, "std").result, 2);
+    EXPECT_EQ(ask(read, Question::kCommand, "std").result, 0);
+}
+
 TEST(Transcript, OfNothingHasNoAnswer) {
     Transcript read;
     EXPECT_TRUE(read.read(""));

@@ -51,11 +51,11 @@ int TranscribingHost::closeDevice(int descriptor) {
 }
 
 int TranscribingHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const std::string key(keyOf(buffer));
+    const host::CommandBuffer asked = buffer;
     putDraft();
     const int result = ReadForwardingHost::sendCommand(descriptor, buffer);
-    if (isOpen(descriptor) && !key.empty()) {
-        m_transcript.add(Question::kCommand, key, {result, dataOf(result, buffer)});
+    if (isOpen(descriptor) && !keyOf(asked).empty()) {
+        m_transcript.add(Question::kCommand, keyOf(asked), {result, dataOf(result, buffer)});
     }
     return result;
 }

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace recording {
 
@@ -43,17 +42,20 @@ class Transcript {
     bool next(Question question, std::string_view key, Answer& answer);
 
   private:
-    struct Entry {
+    // In front of each answer's key and data. Both processes are one program.
+    struct Head {
+        std::uint32_t dataLength;
+        std::int32_t result;
+        std::uint16_t keyLength;
         Question question;
-        bool given;
-        int result;
-        std::size_t key;
-        std::size_t keyLength;
-        std::size_t dataLength;  // the data follow the key
+        bool isGiven;
     };
+    static_assert(sizeof(Head) == 12, "no byte of it is left unwritten");
 
-    std::string m_text;
-    std::vector<Entry> m_entries;
+    Head headAt(std::size_t at) const;
+    static std::size_t lengthOf(const Head& head);
+
+    std::string m_text;  // of many thousands of devices: nothing stands beside it
 };
 
 }  // namespace recording
