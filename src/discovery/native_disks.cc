@@ -86,12 +86,11 @@ int askSize(const Operation& operation, const OpenNode& node, const std::string&
 }  // namespace
 
 std::vector<std::string> nativeDiskPaths(const Operation& operation) {
-    constexpr char kPartitions[] = "/proc/partitions";
     constexpr std::size_t kLineBuffer = 255;
     const CFiTraceLogFunction function(operation.log, "enumerateNativeDevicePaths", kTraceSource);
     try {
         std::vector<std::string> paths;
-        const host::ReadResult file = operation.host.readFile(kPartitions);
+        const host::ReadResult file = operation.host.readFile(kDiskList);
         if (file.openError != 0) {
             traceTo(operation.log, 1, "ERROR: failed to open /proc/partitions for reading.");
             return paths;

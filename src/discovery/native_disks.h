@@ -8,6 +8,9 @@
 
 namespace discovery {
 
+/// Where the kernel lists the block devices.
+inline constexpr char kDiskList[] = "/proc/partitions";
+
 /// The nodes of all whole SCSI disks of /proc/partitions. Throws int 6 after any exception.
 std::vector<std::string> nativeDiskPaths(const Operation& operation);
 

@@ -1,6 +1,7 @@
 #include "scsitool/kit/semaphore.h"
 
 #include <cerrno>
+#include <iterator>
 #include <new>
 
 #include "scsitool/host/host.h"
@@ -18,6 +19,13 @@ constexpr int kNoSet = -1;
 // What semop(2) says of a set that is gone: before the call, or while it waited.
 bool saysRemoved(int result) {
     return result == -EINVAL || result == -EIDRM;
+}
+
+// A host that only looks on may be a new one for every enumeration.
+void forgetHostsThatAreGone(std::map<std::uint32_t, int>& identifiers) {
+    for (auto known = identifiers.begin(); known != identifiers.end();) {
+        known = host::hostOf(known->first) == nullptr ? identifiers.erase(known) : std::next(known);
+    }
 }
 
 }  // namespace
@@ -40,6 +48,7 @@ int CFiSemaphoreLinux::identifier(host::Host& host, int removed) {
     if (opened < 0) {
         return kNoSet;
     }
+    forgetHostsThatAreGone(m_identifiers);
     try {
         m_identifiers.emplace(host.instance(), opened);
     } catch (const std::bad_alloc&) {

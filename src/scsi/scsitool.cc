@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scsi/inquiry_command.h"
 #include "scsi/opened_on.h"
 #include "scsi/page_bytes.h"
 #include "scsi/scsi_result.h"
 #include "scsitool/host/host.h"
 #include "scsitool/kit/bounded_string.h"
-#include "scsitool/scsi/pages.h"
 #include "tools/trace.h"
 
 using qzfi_pdk_4_4::V_snprintf;
@@ -17,32 +17,24 @@ using tools::traceTo;
 namespace {
 
 constexpr std::uint32_t kOutputLength = 480;
-constexpr std::size_t kHeaderLength = 8;
-constexpr unsigned char kInquiry = 0x12;
 constexpr unsigned char kAllocationLength = 252;
 
 host::CommandBuffer inquiryRequest(unsigned page, bool vpd, int lun) {
     host::CommandBuffer buffer{};
     std::memcpy(buffer.data() + 4, &kOutputLength, sizeof kOutputLength);
-    unsigned char* const cdb = buffer.data() + kHeaderLength;
-    cdb[0] = kInquiry;
-    cdb[1] = static_cast<unsigned char>(static_cast<unsigned>(lun) << 5 | (vpd ? 1U : 0U));
+    unsigned char* const cdb = buffer.data() + scsi::kCommandBlock;
+    cdb[0] = scsi::kInquiry;
+    cdb[1] = static_cast<unsigned char>(static_cast<unsigned>(lun) << 5 | (vpd ? scsi::kEvpd : 0U));
     cdb[2] = static_cast<unsigned char>(page);
     cdb[4] = kAllocationLength;
     return buffer;
 }
 
-// The length that the response itself states: PAGE LENGTH + 4, or ADDITIONAL LENGTH + 5.
-std::size_t responseLength(const unsigned char* response, bool vpd) {
-    return vpd ? response[scsi::kPageLengthLow] + scsi::kPageHeader
-               : response[scsi::kInquiryLength] + scsi::kInquiryHeader;
-}
-
 void takeResponse(const host::CommandBuffer& buffer, bool vpd, unsigned& length,
                   PageBytes<>& data) {
-    const unsigned char* const response = buffer.data() + kHeaderLength;
-    const std::size_t most = buffer.size() - kHeaderLength;
-    const std::size_t stated = std::min(responseLength(response, vpd), most);
+    const unsigned char* const response = buffer.data() + scsi::kCommandBlock;
+    const std::size_t most = buffer.size() - scsi::kCommandBlock;
+    const std::size_t stated = std::min(scsi::responseLength(response, vpd), most);
     PageBytes<> bytes = scsi::copyBytes(response, stated, 0);
     data = bytes;
     length = static_cast<unsigned>(stated);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "scsi/inquiry_command.h"
 #include "scsi/page_bytes.h"
 #include "scsi/scsi_result.h"
 #include "scsitool/kit/bounded_string.h"
@@ -14,8 +15,6 @@
 using tools::traceTo;
 
 namespace {
-
-constexpr unsigned kShortestInquiry = 32;
 
 // The pages that any generator reads, in the order in which they are fetched.
 constexpr std::array<unsigned, 7> kFetchedPages = {scsi::kDeviceIdentification,
@@ -91,7 +90,7 @@ CScsiToolBase::CScsiToolBase() = default;
 CScsiToolBase::~CScsiToolBase() = default;
 
 bool CScsiToolBase::CheckForDiskDevice(unsigned char peripheral) {
-    return peripheral == 0;
+    return scsi::isDisk(peripheral);
 }
 
 unsigned CScsiToolBase::RemoveDevice(CScsiDeviceData* /*device*/) {
@@ -139,7 +138,7 @@ unsigned CScsiToolBase::UpdateStdInquiryString(CScsiDeviceHandle& handle, CScsiD
         if (hasBytes(data, length)) {
             storePage(device, scsi::kInquiryData, data, length);
         }
-        if (!hasBytes(data, length) || length < kShortestInquiry) {
+        if (!hasBytes(data, length) || length < scsi::kShortestInquiry) {
             traceTo(m_traceLog, 2,
                     "WARNING: UpdateStdInquiryString invalid SCSI inq page size, device may have "
                     "been removed.");

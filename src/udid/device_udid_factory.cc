@@ -37,19 +37,26 @@ void warnOfShortUdid(const CUDIDFactory& factory, const std::string& deviceName,
     }
 }
 
-// What stands in the map for a device whose generator failed.
+void tell(udid::Reporter* listener, udid::Step step) {
+    if (listener != nullptr) {
+        listener->stepped(step, std::string());
+    }
+}
+
+void tellFailure(const CUdidGeneratorException& failure) {
+    if (udid::Reporter* const listener = udid::reporter()) {
+        listener->stepped(udid::Step::kFailed, failure.getMessageId());
+    }
+}
+
+// What stands in the map for a device whose generator failed and nobody stepped in, as in TAQ mode.
 void enterFailed(const CUDIDFactory& factory, const CUdidGeneratorException& failure,
                  const std::string& deviceName, DeviceMap& devices) {
     traceTo(factory.m_traceLog, 2,
             "WARNING: Caught CUdidGeneratorException [%s]: %s assigned empty UDID",
             failure.getMessageId().c_str(), deviceName.c_str());
+    tellFailure(failure);
     enter(devices, 0, deviceName, std::string());
-}
-
-void tell(udid::Reporter* listener, udid::Step step) {
-    if (listener != nullptr) {
-        listener->stepped(step, std::string());
-    }
 }
 
 // Puts the UDID together. The prefix stands in the result before the body is asked for, and stays
@@ -168,9 +175,7 @@ bool CUDIDFactory::tryGenerator(CUdidGenerator& generator, CScsiDeviceData& devi
     } catch (const CUdidGeneratorException& failure) {
         traceTo(m_traceLog, 2, "WARNING: getUniqueDeviceID caught exception: [%s],skipping device.",
                 failure.getMessageId().c_str());
-        if (listener != nullptr) {
-            listener->stepped(udid::Step::kFailed, failure.getMessageId());
-        }
+        tellFailure(failure);
         return false;
     }
 }

@@ -112,6 +112,20 @@ TEST(Semaphore, IdentifierIsNeverTakenFromAHostThatIsGone) {
     }
 }
 
+// Whoever looks on at each enumeration puts a new host in place for it.
+TEST(Semaphore, HostsThatAreGoneAreForgotten) {
+    SemaphoreHost lasting(42);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    semaphore.identifier(lasting);
+    for (int identifier = 1; identifier <= 10; ++identifier) {
+        SemaphoreHost host(identifier);
+        semaphore.identifier(host);
+        EXPECT_EQ(semaphore.m_identifiers.size(), 2U);
+    }
+    semaphore.identifier(lasting);
+    EXPECT_EQ(lasting.asked, Lines{"open 1001 1 01666"});
+}
+
 TEST(Semaphore, WorkGoesOnWithoutOne) {
     SemaphoreHost host(-ENOSPC, -EINVAL);
     const host::Scope scope(host);
