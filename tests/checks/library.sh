@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the built shared library: what it needs, how it is called, and that it exports nothing but
-# the published names.
+# Checks a built shared library, libscsitool or libscsitool-hosts: what it needs, how it is called, and
+# that it exports nothing but the published names.
 #   library.sh LIBRARY COMPILER-VERSION
 # What GCC 12 exports is also compared with the stored list, so that no symbol goes or comes unseen;
 # --update writes the list anew:  library.sh LIBRARY - --update
@@ -9,7 +9,20 @@
 set -euo pipefail
 export LC_ALL=C
 library=$1 compiler=$2
-list=$(dirname -- "${BASH_SOURCE[0]}")/exported_symbols.txt
+name=$(basename -- "${library%%.so*}")
+lists=$(dirname -- "${BASH_SOURCE[0]}")
+case $name in
+    libscsitool)
+        version=SCSITOOL_1 list=$lists/exported_symbols.txt own=
+        published='(qzfi_pdk_4_4|host|udid)::|C[A-Z][A-Za-z0-9]*(::|-in-|$)|WWPN(::|$)'
+        classes=(CUDIDFactory CLinuxDeviceDiscovery CScsiTool WWPN)
+        ;;
+    libscsitool-hosts)
+        version=SCSITOOL_HOSTS_1 list=$lists/exported_symbols_hosts.txt own=libscsitool.so.1
+        published='hosts::'
+        classes=(hosts::{Journal,RecordedHost,RecordingHost,DryRunHost,JournalingHost,GuardedHost})
+        ;;
+esac
 status=0
 complain() {
     echo "$*" >&2
@@ -18,21 +31,21 @@ complain() {
 
 dynamic=$(readelf -d "$library")
 soname=$(sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p' <<<"$dynamic")
-[ "$soname" = libscsitool.so.1 ] || complain "the SONAME is '$soname'"
+[ "$soname" = "$name.so.1" ] || complain "the SONAME is '$soname'"
 while read -r needed; do
     case $needed in
+        "$own") ;;
         libstdc++.so.6 | libgcc_s.so.1 | libm.so.6 | libc.so.6 | ld-linux*) ;;
         *) complain "needs $needed, which is neither the C++ runtime nor libc" ;;
     esac
 done < <(sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' <<<"$dynamic")
 
 # Function and object names, and what the compiler makes for a class.
-published='(qzfi_pdk_4_4|host|udid)::|C[A-Z][A-Za-z0-9]*(::|-in-|$)|WWPN(::|$)'
-exported=$(nm -DC --defined-only "$library" | cut -d' ' -f3- | sed 's/@@SCSITOOL_1$//')
+exported=$(nm -DC --defined-only "$library" | cut -d' ' -f3- | sed "s/@@$version\$//")
 [ -n "$exported" ] || complain "exports nothing"
-stray=$(grep -vE "^(SCSITOOL_1|((typeinfo|vtable|VTT|typeinfo name|guard variable|construction vtable|(non-)?virtual thunk) (for|to) )?($published))" <<<"$exported" || true)
+stray=$(grep -vE "^($version|((typeinfo|vtable|VTT|typeinfo name|guard variable|construction vtable|(non-)?virtual thunk) (for|to) )?($published))" <<<"$exported" || true)
 [ -z "$stray" ] || complain "exports names that are not published:"$'\n'"$stray"
-for class in CUDIDFactory CLinuxDeviceDiscovery CScsiTool WWPN; do
+for class in "${classes[@]}"; do
     grep -q "^$class::" <<<"$exported" || complain "does not export $class"
 done
 
