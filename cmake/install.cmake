@@ -1,11 +1,16 @@
-# What an installation holds: the library with its headers, how to find it, and the command.
+# What an installation holds: the libraries with their headers, how to find them, and the command.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS scsitool EXPORT scsitool LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TARGET scsitool_hosts)
+  install(TARGETS scsitool_hosts EXPORT scsitool_hosts LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(EXPORT scsitool_hosts NAMESPACE scsitool:: FILE scsitool-hosts-targets.cmake
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+endif()
 install(EXPORT scsitool NAMESPACE scsitool:: FILE scsitool-targets.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
 configure_package_config_file(cmake/scsitool-config.cmake.in scsitool-config.cmake
-  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool PATH_VARS CMAKE_INSTALL_DATADIR)
 write_basic_package_version_file(scsitool-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/scsitool-config.cmake
@@ -13,12 +18,18 @@ install(FILES
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/scsitool)
 file(RELATIVE_PATH pc_to_prefix
   /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(cmake/scsitool.pc.in scsitool.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/scsitool.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(pkg_config_files scsitool.pc)
+if(TARGET scsitool_hosts)
+  list(APPEND pkg_config_files scsitool-hosts.pc)
+endif()
+foreach(file ${pkg_config_files})
+  configure_file(cmake/${file}.in ${file} @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${file}
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
 # A distribution calls the package of the headers -dev or -devel; what belongs to it is documented there.
 set(SCSITOOL_DEVELOPMENT_PACKAGE libscsitool-dev CACHE STRING "The package that holds the headers")
-install(DIRECTORY packaging/example/
+install(DIRECTORY examples/
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${SCSITOOL_DEVELOPMENT_PACKAGE}/examples)
 
 if(TARGET scsitool_command)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Prints the bill of materials of the packages as SPDX 2.3: what was compiled in, in which version, under which licence.
 
-    sbom.py VERSION PACKAGE...      (the packages that are made: the command's first)
+    sbom.py VERSION COMMAND LIBRARY HOSTS DEVELOPMENT      (the names of the packages that are made)
 """
 import datetime
 import json
@@ -9,13 +9,15 @@ import os
 import subprocess
 import sys
 
-# What the command's code holds: Debian's package, the project's name, its licence and copyright.
+# What compiled code holds: Debian's package, the project's name, its licence and copyright.
 COMPILED_IN = (
     ("libcli11-dev", "CLI11", "BSD-3-Clause", "2017-2022 University of Cincinnati, developed by Henry Schreiner",
      "https://github.com/CLIUtils/CLI11"),
     ("libfmt-dev", "fmt", "LicenseRef-fmt", "2012-present Victor Zverovich", "https://github.com/fmtlib/fmt"),
     ("nlohmann-json3-dev", "nlohmann-json", "MIT", "2013-2022 Niels Lohmann", "https://github.com/nlohmann/json"),
 )
+# What of these reads the files of recorded hosts, in the command and in the library of hosts.
+IN_RECORDED_HOSTS = ("nlohmann-json",)
 # What is linked and comes with the system that a package is installed on.
 LINKED = (
     ("libstdc++", "GPL-3.0-or-later WITH GCC-exception-3.1"),
@@ -50,18 +52,20 @@ def relation(one, kind, other):
 
 
 def bill(version, made, created):
-    """The document; MADE are the names of the packages, the command's first, then the library's, then the headers'."""
-    command, library, development = made
+    """The document; MADE are the names of the packages: of the command, the library, the recorded hosts, the headers."""
+    command, library, hosts, development = made
     # No licence was granted for scsitool itself.
     packages = [element(name, version, "NONE", copyrightText="the authors of scsitool") for name in made]
     relations = [relation("DOCUMENT", "DESCRIBES", name) for name in made]
-    relations += [relation(command, "DEPENDS_ON", library), relation(development, "DEPENDS_ON", library)]
+    relations += [relation(one, "DEPENDS_ON", library) for one in (command, hosts, development)]
+    relations.append(relation(development, "DEPENDS_ON", hosts))
     for package, name, licence, copyright_text, home in COMPILED_IN:
         packages.append(element(name, installed_version(package), licence, copyrightText=copyright_text, homepage=home))
-        relations.append(relation(command, "STATIC_LINK", name))
+        relations += [relation(one, "STATIC_LINK", name) for one in (command, hosts)
+                      if one == command or name in IN_RECORDED_HOSTS]
     for name, licence in LINKED:
         packages.append(element(name, None, licence))
-        relations += [relation(one, "DYNAMIC_LINK", name) for one in (command, library)]
+        relations += [relation(one, "DYNAMIC_LINK", name) for one in (command, library, hosts)]
     return {
         "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
         "name": f"scsitool-{version}", "documentNamespace": f"https://spdx.org/spdxdocs/scsitool-{version}-{created}",

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the build into a folder of its own, compiles every installed header alone, and builds a
-# program outside of the tree that finds the library by CMake and by pkg-config, there and after the
-# whole installation has moved.
+# Installs the build into a folder of its own, as README.md says it, compiles every installed header
+# alone, and builds a plug-in outside of the tree that finds the libraries by CMake and by pkg-config,
+# there and after the whole installation has moved.
 #   install.sh SOURCE-FOLDER BUILD-FOLDER C++-COMPILER
 set -euo pipefail
 source=$1 build=$2 compiler=$3
@@ -9,7 +9,9 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 root=$folder/root
 
-cmake --install "$build" --prefix "$root" >"$folder/log"
+line=$(sed -n 's/^ *sudo \(cmake --install build\/install --prefix \/usr\/local\)$/\1/p' "$source/README.md")
+line=${line/build\/install/'"$build"'}
+eval "${line/\/usr\/local/'"$root"'}" >"$folder/log"
 
 include=$root/include/scsitool
 (cd "$include" && find . -name '*.h' -print0) |
@@ -24,18 +26,21 @@ fi
 by_pkg_config() {
     local pc flags
     pc=$(dirname "$(find "$1" -name scsitool.pc)")
-    read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs scsitool)
-    "$compiler" -std=c++17 "$source/packaging/example/example.cc" -o "$folder/by-pkg-config" \
+    read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs scsitool-hosts)
+    "$compiler" -std=c++17 "$source"/examples/plugin/disks{,_test}.cc -o "$folder/by-pkg-config" \
         "${flags[@]}" "-Wl,-rpath,$(dirname "$pc")"
-    "$folder/by-pkg-config" >/dev/null
+    "$folder/by-pkg-config" "$(PKG_CONFIG_PATH=$pc pkg-config --variable=samples scsitool-hosts)"
 }
 
 by_cmake() {
     rm -rf "$folder/example"
-    cmake -S "$source/packaging/example" -B "$folder/example" -DCMAKE_CXX_COMPILER="$compiler" \
+    cmake -S "$source/examples/plugin" -B "$folder/example" -DCMAKE_CXX_COMPILER="$compiler" \
         -DCMAKE_PREFIX_PATH="$1" >"$folder/log"
     cmake --build "$folder/example" >"$folder/log"
-    "$folder/example/example" >/dev/null
+    ctest --test-dir "$folder/example" --output-on-failure >"$folder/log" || {
+        cat "$folder/log" >&2
+        return 1
+    }
 }
 
 by_pkg_config "$root"

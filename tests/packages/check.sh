@@ -69,11 +69,12 @@ sound() {
 # The interface is read from another build than the one that ships.
 interface() {
     "$here/abi.sh"
-    local built=$top/build/abi/src/libscsitool.so.1 difference
-    if [ -e "$built" ]; then
-        difference=$(diff <(symbols "$built") <(symbols "$work"/deb/usr/lib/*/libscsitool.so.1)) ||
-            fail "the library that was compared (<) exports others than the one that ships (>):"$'\n'"$difference"
-    fi
+    local built difference
+    for built in "$top"/build/abi/src/libscsitool.so.1 "$top"/build/abi/libscsitool-hosts.so.1; do
+        [ -e "$built" ] || continue
+        difference=$(diff <(symbols "$built") <(symbols "$work"/deb/usr/lib/*/"${built##*/}")) ||
+            fail "${built##*/} as it was compared (<) exports others than the one that ships (>):"$'\n'"$difference"
+    done
 }
 
 symbols() {
@@ -96,7 +97,7 @@ used_in_a_chroot() {
     mkdir "$root"
     make_chroot "$suite" "$root"
     mkdir "$root/packages"
-    cp "$top"/build/packages/*.deb "$here/inside.sh" "$root/packages"
+    cp "$top"/build/packages/*.deb "$here/inside.sh" "$top/README.md" "$root/packages"
     run_in "$root" bash /packages/inside.sh command
     run_in "$root" bash /packages/inside.sh library
 }

@@ -21,6 +21,14 @@ says() {
     grep -qF -- "$wanted" <<<"$said" || fail "$* does not say '$wanted' but: $said"
 }
 
+# The command lines of a document that begin with one of these words ("A|B"), without their remarks.
+lines_of() {
+    local lines
+    lines=$(sed -nE "s/^    (($2)[^#]*).*/\1/p" "$1")
+    [ -n "$lines" ] || fail "$1 has no line with $2"
+    echo "$lines"
+}
+
 add() {
     apt-get -qq -o Dpkg::Use-Pty=0 --no-install-recommends -y install "$@" >/tmp/apt.log 2>&1 || {
         cat /tmp/apt.log >&2
@@ -33,13 +41,27 @@ files() {
         -o -path '/var/lib/dpkg/*-old' \) -prune -o -print | sort
 }
 
-# with_packages USE PACKAGE...: installed, used, and removed without a trace.
-with_packages() {
-    local use=$1 left
-    shift
-    files >/tmp/before
+by_name() {
     # shellcheck disable=SC2046
     add $(printf './%s_*.deb ' "$@")
+}
+
+# The line stands for somebody who sits before the machine, in the tree's folder.
+as_the_readme_says() {
+    local line
+    line=$(lines_of README.md 'sudo apt')
+    printf '%s "%s";\n' APT::Get::Assume-Yes true APT::Install-Recommends false >/tmp/apt.conf
+    mkdir build
+    ln -s .. build/packages
+    APT_CONFIG=/tmp/apt.conf eval "${line#sudo }" >/tmp/apt.log 2>&1 || fail "$line: $(cat /tmp/apt.log)"
+}
+
+# with_packages USE INSTALLED PACKAGE...: installed, used, and removed without a trace.
+with_packages() {
+    local use=$1 installed=$2 left
+    shift 2
+    files >/tmp/before
+    "$installed" "$@"
     "$use"
     apt-get -qq -y purge --autoremove "$@" >/tmp/apt.log 2>&1 || fail "cannot be removed: $(cat /tmp/apt.log)"
     left=$(files | diff /tmp/before - | grep '^[<>]' || true)
@@ -54,12 +76,12 @@ the_command() {
     says 3 'Install sg3-utils' scsitool doctor
     says 1 'no SCSI disk' scsitool devices
     says 3 UDID##EMC##SYMMETRIX##000192600123##0484 scsitool --host "$enterprise" devices
-    nothing_of_the_build_is_needed
+    nothing_of_the_build_is_needed scsitool libscsitool1
 }
 
 nothing_of_the_build_is_needed() {
     local needed
-    needed=$(dpkg-query -W -f='${Depends}' scsitool libscsitool1 | grep -oE 'python|cli11|fmt|nlohmann' || true)
+    needed=$(dpkg-query -W -f='${Depends}' "$@" | grep -oE 'python|cli11|fmt|nlohmann' || true)
     [ -z "$needed" ] || fail "the packages depend on $needed"
 }
 
@@ -100,30 +122,66 @@ completion() {
     done
 }
 
+# Each line ends with 0, and all of the document's are there.
+run_lines() {
+    local count=$1 line said
+    mapfile -t lines
+    [ ${#lines[@]} -eq "$count" ] || fail "there are ${#lines[@]} lines and not $count: ${lines[*]}"
+    for line in "${lines[@]}"; do
+        said=$(eval "$line" 2>&1) || fail "$line: $said"
+    done
+}
+
+# What the documents tell an author to type, with one compiler and with the other; then what both take
+# under every standard. Installed headers are the system's, of which no compiler warns: a copy is not.
 the_example() {
-    local example=/usr/share/doc/libscsitool-dev/examples flags
-    read -ra flags < <(pkg-config --cflags --libs scsitool)
-    g++ -std=c++17 -Wall -Wextra -Werror "$example/example.cc" -o /tmp/example "${flags[@]}"
-    /tmp/example
-    cmake -S "$example" -B /tmp/build >/tmp/cmake.log || fail "$(cat /tmp/cmake.log)"
-    cmake --build /tmp/build >/tmp/cmake.log || fail "$(cat /tmp/cmake.log)"
-    /tmp/build/example
-    readelf -d /tmp/build/example | grep -q 'NEEDED.*libscsitool\.so\.1\b' || fail "the example links another library"
+    local guide=/usr/share/doc/scsitool/testing-your-plug-in.md warnings='-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror'
+    mkdir -p /tmp/author/include
+    cd /tmp/author
+    CXX=clang++ CXXFLAGS=$warnings run_lines 4 < <(lines_of /packages/README.md 'cp|cmake -S plugin|cmake --build plugin|ctest')
+    run_lines 3 < <(lines_of "$guide" 'c\+\+|plugin/')
+    readelf -d plugin/plugin plugin/build/plugin | grep -q libscsitool-hosts && fail "the plug-in needs the hosts of its tests"
+    cp -r /usr/include/scsitool include
+    (cd include && find scsitool -name '*.h' -printf '#include "%p"\n') >headers.cc
+    # shellcheck disable=SC2086
+    printf '%s\n' {g++,clang++}\ -std=c++{17,20,2b}\ {'-Iinclude headers.cc plugin/disks*.cc','-isystem include headers.cc'} |
+        xargs -P "$(nproc)" -I{} sh -c "{} $warnings -fsyntax-only" ||
+        fail "the headers and the example do not compile"
+    cd /packages
+}
+
+# On a recorded host, with files of the names that stand there: what they show is tested elsewhere.
+the_lines_of_the_readme() {
+    local samples=/usr/share/scsitool/samples line said status
+    mkdir /tmp/readme
+    cd /tmp/readme
+    cp $samples/mailed-pages.txt page83.txt
+    cp $samples/enterprise-yesterday.json monday.json
+    cp $samples/enterprise.json tuesday.json
+    while read -r line; do
+        [[ $line == *--host* || $line == *' diff '* ]] || line=${line/scsitool/scsitool --host $enterprise}
+        status=0
+        said=$(eval "$line" 2>&1) || status=$?
+        [[ $status =~ ^[013]$ ]] || fail "$line ends with $status: $said"
+    done < <(lines_of /packages/README.md 'scsitool')
+    cd /packages
 }
 
 the_library() {
+    nothing_of_the_build_is_needed libscsitool-hosts1
     manuals
     completion
+    the_lines_of_the_readme
     the_example
 }
 
 case $1 in
     command)
         apt-get -qq update
-        with_packages the_command scsitool libscsitool1
+        with_packages the_command by_name scsitool libscsitool1
         ;;
     library)
-        add man-db bash-completion zsh fish g++ cmake make pkg-config
-        with_packages the_library scsitool libscsitool1 libscsitool-dev
+        add man-db bash-completion zsh fish g++ clang cmake make pkg-config
+        with_packages the_library as_the_readme_says scsitool libscsitool1 libscsitool-hosts1 libscsitool-dev
         ;;
 esac
