@@ -90,6 +90,11 @@ std::size_t cutPosition(const std::string& text, std::size_t start, std::size_t 
 }  // namespace
 
 std::string visible(const std::string& text, bool keepTabs) {
+    const bool isPlain =
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c < '\x7f'; });
+    if (isPlain) {
+        return text;
+    }
     std::string result;
     for (std::size_t offset = 0; offset < text.size();) {
         const CodePoint point = codePointAt(text, offset);

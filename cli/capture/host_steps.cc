@@ -59,7 +59,7 @@ void askTools(host::Host& host) {
     host.runCommand("/sbin/pidof -x multipathd", kTimeLimitSeconds);
     std::string failure;
     view::askMapStatus(host, failure);
-    view::askMapTables(host);
+    view::askMapTables(host, failure);
 }
 
 void askTables(host::Host& host) {

@@ -109,7 +109,8 @@ ChangeWatch::Look ChangeWatch::look(const Context& context) {
     picture::Enumeration enumeration(context);
     Look look;
     look.devices = enumeration.run(false, "", "");
-    look.volumes.volumes = comparison::volumesOf(enumeration.picture());
+    look.volumes.volumes =
+        comparison::volumesOf(enumeration.pictureWithoutFields(), context.view(), look.doubts);
     return look;
 }
 
@@ -119,6 +120,13 @@ void ChangeWatch::addTo(Report& report, const Context& context) {
     }
     settleUdev(context);
     const Look after = look(context);
+    for (const std::vector<std::string>& doubts : {m_before.doubts, after.doubts}) {
+        std::copy_if(doubts.begin(), doubts.end(), std::back_inserter(report.doubts),
+                     [&](const std::string& doubt) {
+                         return std::find(report.doubts.begin(), report.doubts.end(), doubt) ==
+                                report.doubts.end();
+                     });
+    }
     const Changes changes = compareMaps(m_before.devices, after.devices);
     const VolumeChanges all = comparison::compare(m_before.volumes, after.volumes);
     report.data["changes"] = changesJson(changes);

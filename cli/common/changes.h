@@ -42,6 +42,7 @@ class ChangeWatch {
     struct Look {
         DeviceMap devices;
         comparison::HostVolumes volumes;
+        std::vector<std::string> doubts;  ///< what could not be told of them
     };
     static Look look(const Context& context);
 

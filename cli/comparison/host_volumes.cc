@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/view/path_life.h"
 #include "recording/text/utf8.h"
 
 namespace cli::comparison {
@@ -11,17 +12,12 @@ using recording::toUtf8;
 
 const std::string kNone;
 
-bool isWell(const picture::Device& device) {
-    return device.state.condition == picture::Condition::kOk ||
-           device.state.condition == picture::Condition::kStandby;
-}
-
-void take(const picture::Device& device, HostVolume& volume) {
+void take(const picture::Device& device, const view::PathStateBook& paths, HostVolume& volume) {
     if (device.kind == picture::Kind::kDisk) {
         volume.paths.push_back(
             {toUtf8(device.name),
              device.address ? recording::guard::addressText(*device.address) : kNone,
-             isWell(device)});
+             view::lifeOf(device, paths.of(device)) == view::Life::kLiving});
     } else {
         volume.maps.push_back(toUtf8(device.name));
     }
@@ -64,7 +60,14 @@ std::size_t wellPathsOf(const HostVolume& volume) {
                                                   [](const Path& path) { return path.isWell; }));
 }
 
-std::vector<HostVolume> volumesOf(const picture::Picture& picture) {
+std::vector<HostVolume> volumesOf(const picture::Picture& picture, const HostView& host,
+                                  std::vector<std::string>& doubts) {
+    recording::guard::Evidence evidence(host.host, host.isRecorded());
+    recording::guard::BlockDevices blocks(evidence);
+    const view::PathStateBook paths(picture, host.host, blocks);
+    if (!paths.doubt().empty()) {
+        doubts.push_back(paths.doubt());
+    }
     std::vector<HostVolume> volumes;
     for (const picture::Volume& seen : picture.volumes) {
         HostVolume volume;
@@ -72,7 +75,7 @@ std::vector<HostVolume> volumesOf(const picture::Picture& picture) {
         volume.isPathUdid = seen.isPathUdid;
         volume.sizeKb = seen.sizeKb;
         for (const std::size_t place : seen.devices) {
-            take(picture.devices[place], volume);
+            take(picture.devices[place], paths, volume);
         }
         volumes.push_back(std::move(volume));
     }

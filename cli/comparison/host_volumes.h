@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/common/host_view.h"
 #include "cli/picture/picture.h"
 
 namespace cli::comparison {
@@ -15,7 +16,7 @@ namespace cli::comparison {
 struct Path {
     std::string name;     ///< "/dev/sda"
     std::string address;  ///< "2:0:0:1"; empty where it is not told
-    bool isWell = true;   ///< it answers, on a standby port too
+    bool isWell = true;   ///< it lives, on a standby port too
 };
 
 /// What one host says of a volume.
@@ -50,8 +51,11 @@ const std::string& ownNameOf(const HostVolume& volume);
 
 std::size_t wellPathsOf(const HostVolume& volume);
 
-/// The volumes of a picture, their texts as UTF-8 as documents have them.
-std::vector<HostVolume> volumesOf(const picture::Picture& picture);
+/// The volumes of a picture, their texts as UTF-8 as documents have them. Which paths live is told
+/// as the views tell it: device-mapper has its say; what of that could not be told is added to
+/// `doubts`.
+std::vector<HostVolume> volumesOf(const picture::Picture& picture, const HostView& host,
+                                  std::vector<std::string>& doubts);
 
 }  // namespace cli::comparison
 

@@ -54,11 +54,11 @@ void JsonReader::demand(char wanted, const char* expected) {
     }
 }
 
-bool JsonReader::takesNull() {
-    constexpr std::string_view kNull = "null";
-    const bool isNull = next() == 'n' && m_text.substr(m_place, kNull.size()) == kNull;
-    m_place += isNull ? kNull.size() : 0;
-    return isNull;
+bool JsonReader::takesWord(std::string_view word) {
+    next();
+    const bool isThere = m_text.substr(m_place, word.size()) == word;
+    m_place += isThere ? word.size() : 0;
+    return isThere;
 }
 
 // Behind the closing quote of the string that begins here: the first without an escape in front,
@@ -79,7 +79,7 @@ std::size_t JsonReader::endOfString() const {
 }
 
 std::string JsonReader::readText() {
-    if (takesNull()) {
+    if (takesWord("null")) {
         return {};
     }
     if (next() != '"') {
@@ -101,7 +101,7 @@ std::string JsonReader::readText() {
 }
 
 std::optional<std::uint64_t> JsonReader::readNumber() {
-    if (takesNull()) {
+    if (takesWord("null")) {
         return std::nullopt;
     }
     next();
@@ -113,6 +113,35 @@ std::optional<std::uint64_t> JsonReader::readNumber() {
     }
     m_place = static_cast<std::size_t>(stop - m_text.data());
     return number;
+}
+
+std::optional<bool> JsonReader::readFlag() {
+    for (const bool flag : {true, false}) {
+        if (takesWord(flag ? "true" : "false")) {
+            return flag;
+        }
+    }
+    if (!takesWord("null")) {
+        refuse("true or false");
+    }
+    return std::nullopt;
+}
+
+bool JsonReader::finds(std::string_view name) {
+    demand('{', "an object");
+    if (takes('}')) {
+        return false;
+    }
+    do {
+        const bool isWanted = readText() == name;
+        demand(':', "':'");
+        if (isWanted) {
+            return true;
+        }
+        skip();
+    } while (takes(','));
+    demand('}', "',' or '}'");
+    return false;
 }
 
 void JsonReader::skip() {

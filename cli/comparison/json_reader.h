@@ -42,6 +42,10 @@ class JsonReader {
         });
     }
 
+    /// Tells whether the object that comes next has a member of this name, and reads no further
+    /// than to that name.
+    bool finds(std::string_view name);
+
     /// Calls `use()` for each element, which has to read or to skip it.
     template <class Use>
     void readArray(Use use) {
@@ -52,6 +56,8 @@ class JsonReader {
     std::string readText();
     /// A whole number; none for null.
     std::optional<std::uint64_t> readNumber();
+    /// True or false; none for null.
+    std::optional<bool> readFlag();
     void skip();
 
   private:
@@ -70,7 +76,7 @@ class JsonReader {
     char next();
     bool takes(char wanted);
     void demand(char wanted, const char* expected);
-    bool takesNull();
+    bool takesWord(std::string_view word);
     std::size_t endOfString() const;
     void skipContainer();
     [[noreturn]] void refuse(const std::string& expected) const;

@@ -22,6 +22,7 @@ struct Entry {
     std::string address;
     std::string state;
     std::optional<std::uint64_t> sizeKb;
+    std::optional<bool> lives;
     std::vector<Entry> devices;
     bool hasDevices = false;
 };
@@ -56,6 +57,8 @@ void readMember(JsonReader& reader, const std::string& key, Entry& entry) {
         *text = reader.readText();
     } else if (key == "size_kb") {
         entry.sizeKb = reader.readNumber();
+    } else if (key == "lives") {
+        entry.lives = reader.readFlag();
     } else if (key == "devices") {
         entry.devices = readEntries(reader);
         entry.hasDevices = true;
@@ -87,8 +90,9 @@ void name(const Entry& entry, HostVolume& volume) {
 
 void addDevice(const Entry& device, HostVolume& volume) {
     if (isDisk(device)) {
+        // What older documents do not tell, and what was not known of a path, its state tells.
         const bool isWell = device.state == "ok" || device.state == "standby";
-        volume.paths.push_back({device.name, device.address, isWell});
+        volume.paths.push_back({device.name, device.address, device.lives.value_or(isWell)});
     } else {
         volume.maps.push_back(device.name);
     }
@@ -225,19 +229,12 @@ std::vector<HostVolumes> readSaved(const std::string& text, const std::string& n
 }
 
 bool isRecordedHost(const std::string& text, const std::string& name) {
-    bool hasFormat = false;
     try {
         JsonReader reader(text);
-        if (!reader.isAtEnd()) {
-            reader.readObject([&](const std::string& key) {
-                hasFormat = hasFormat || key == "format";
-                reader.skip();
-            });
-        }
+        return !reader.isAtEnd() && reader.finds("format");
     } catch (const UnexpectedJson& error) {
         refuse(text, name, error);
     }
-    return hasFormat;
 }
 
 }  // namespace cli::comparison

@@ -128,9 +128,10 @@ HostVolumes Sources::enumerate(const Context& context, const std::string& word) 
     picture::Enumeration enumeration(context);
     askAhead(context, "", interviews::volume());
     enumeration.run(false, "", "");
-    const picture::Picture picture = enumeration.picture();
-    host.volumes = volumesOf(picture);
-    for (const std::string& doubt : picture::doubtsOf(picture, enumeration.hint())) {
+    const picture::Picture picture = enumeration.pictureWithoutFields();
+    std::vector<std::string> doubts = picture::doubtsOf(picture, enumeration.hint());
+    host.volumes = volumesOf(picture, context.view(), doubts);
+    for (const std::string& doubt : doubts) {
         m_doubts.push_back(std::string(word).append(": ").append(doubt));
     }
     return host;

@@ -161,7 +161,7 @@ class Round {
     std::map<std::string, std::string> m_states;
     DeviceMap m_pseudoDevices;
     DeviceMap m_devices;
-    std::map<std::string, const CScsiDeviceData*> m_records;
+    picture::Records m_records;
     RecordList m_owned;
     std::vector<Finding> m_identities;
 };

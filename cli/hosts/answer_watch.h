@@ -1,9 +1,9 @@
 #ifndef SCSITOOL_CLI_HOSTS_ANSWER_WATCH_H
 #define SCSITOOL_CLI_HOSTS_ANSWER_WATCH_H
 
-#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "recording/guard/kernel/answering.h"
 #include "scsitool/host/forwarding_host.h"
@@ -39,8 +39,8 @@ class AnswerWatch : public host::ForwardingHost {
   private:
     void noteLater(int descriptor, int result);
 
-    std::map<int, std::string> m_open;  // descriptor to path
-    std::map<std::string, SeenAnswer> m_seen;
+    std::unordered_map<int, std::string> m_open;  // descriptor to path
+    std::unordered_map<std::string, SeenAnswer> m_seen;
 };
 
 }  // namespace cli

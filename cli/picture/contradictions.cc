@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <unordered_map>
 
 #include "cli/base/text.h"
 #include "cli/picture/picture.h"
@@ -92,8 +93,10 @@ std::vector<Side> sidesOfMap(const std::vector<Device>& devices, const Places& p
 }
 
 void addMapsOverVolumes(const std::vector<Device>& devices, Found& found) {
-    std::map<std::string, std::size_t> places;
-    for (std::size_t place = 0; place < devices.size(); ++place) {
+    const bool hasPaths = std::any_of(devices.begin(), devices.end(),
+                                      [](const Device& device) { return !device.paths.empty(); });
+    std::unordered_map<std::string, std::size_t> places;
+    for (std::size_t place = 0; hasPaths && place < devices.size(); ++place) {
         places[devices[place].kernelName] = place;
     }
     for (std::size_t map = 0; map < devices.size(); ++map) {
@@ -171,10 +174,10 @@ void addSharedUdids(const std::vector<Device>& devices, const std::vector<Volume
 // The names of the strongest kind, to be compared whole; none of a kind that products hand out
 // twice.
 std::string keyOf(const Device& device) {
-    UnitNames names = device.names;
-    const std::string shown = shownName(names);
-    const auto strongest = std::find_if(names.begin(), names.end(),
-                                        [&](const UnitName& name) { return name.text == shown; });
+    const UnitNames& names = device.names;
+    const auto strongest = std::min_element(
+        names.begin(), names.end(),
+        [](const UnitName& a, const UnitName& b) { return a.strength < b.strength; });
     if (strongest == names.end() || strongest->strength == Strength::kT10Vendor) {
         return {};
     }

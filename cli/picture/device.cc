@@ -51,8 +51,10 @@ IdentityFields fieldsOf(const Picture& picture, const Volume& volume) {
 }
 
 Picture pictureOf(std::vector<Device> devices) {
-    std::sort(devices.begin(), devices.end(),
-              [](const Device& a, const Device& b) { return a.name < b.name; });
+    const auto byName = [](const Device& a, const Device& b) { return a.name < b.name; };
+    if (!std::is_sorted(devices.begin(), devices.end(), byName)) {
+        std::sort(devices.begin(), devices.end(), byName);
+    }
     Picture picture;
     picture.devices = std::move(devices);
     picture.volumes = volumesOf(picture.devices);

@@ -83,7 +83,9 @@ class Drawing {
         device.address = disk.address;
         device.sizeKb = disk.sizeKb;
         device.kernelState = disk.state;
-        m_listedKb[device.name] = disk.listedKb;
+        if (!disk.sizeKb) {
+            m_listedKb[device.name] = disk.listedKb;
+        }
         if (disk.address) {
             device.keptNames = keptNamesAt(*disk.address);
         }
@@ -117,8 +119,11 @@ class Drawing {
 
     void complete(Device& device) {
         const SeenAnswer& seen = m_sighting.answers.seen(device.name);
-        device.state = stateOf(seen, device.kernelState,
-                               m_easel.view.secondsOf(device.name, m_easel.deadline));
+        device.state = stateOf(seen, device.kernelState, m_easel.deadline);
+        if (!isAnswering(device.state.condition)) {
+            device.state = stateOf(seen, device.kernelState,
+                                   m_easel.view.secondsOf(device.name, m_easel.deadline));
+        }
         if (device.kind == Kind::kOther && device.state.condition != Condition::kOk) {
             device.state = {Condition::kNoScsi, "no SCSI disk"};
         }
@@ -126,7 +131,7 @@ class Drawing {
             device.state.text = "no block device";
         }
         takeLibrary(device);
-        measure(device);
+        measure(device, seen);
         if (!isAnswering(device.state.condition) && identityOf(device).empty() && device.address) {
             const LastKnown known = lastKnown(
                 m_kernel.scsiDevices(), *device.address,
@@ -152,9 +157,11 @@ class Drawing {
         device.product = record.m_productId;
         device.revision = record.m_firmwareLevel;
         device.names = namesOf(record);
-        device.fields = fieldsOf(record, m_sighting.identities != nullptr
-                                             ? m_sighting.identities->of(device.name)
-                                             : nullptr);
+        if (m_easel.withFields) {
+            device.fields = fieldsOf(record, m_sighting.identities != nullptr
+                                                 ? m_sighting.identities->of(device.name)
+                                                 : nullptr);
+        }
         if (!device.sizeKb && record.m_sizeKb != 0) {
             device.sizeKb = record.m_sizeKb;
         }
@@ -164,8 +171,8 @@ class Drawing {
     }
 
     // A device that does not answer is not opened once more.
-    void measure(Device& device) {
-        const bool isOpen = m_sighting.answers.seen(device.name).openResult == 0;
+    void measure(Device& device, const SeenAnswer& seen) {
+        const bool isOpen = seen.openResult == 0;
         if (!device.sizeKb && isOpen) {
             device.sizeKb = askSize(device.name);
         }

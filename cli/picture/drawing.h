@@ -2,8 +2,8 @@
 #define SCSITOOL_CLI_PICTURE_DRAWING_H
 
 #include <functional>
-#include <map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cli/common/host_view.h"
@@ -13,10 +13,13 @@
 
 namespace cli::picture {
 
+/// The library's records, by name.
+using Records = std::unordered_map<std::string, const CScsiDeviceData*>;
+
 /// What an enumeration found and how it went.
 struct Sighting {
-    DeviceMap devices;                                      ///< what the library lists
-    std::map<std::string, const CScsiDeviceData*> records;  ///< its records, by name
+    const DeviceMap& devices;  ///< what the library lists
+    const Records& records;
     const AnswerWatch& answers;
     /// What the UDIDs say, by the names; null when none was asked for.
     const udid::IdentityCollector* identities = nullptr;
@@ -25,9 +28,10 @@ struct Sighting {
 /// Where and how it is drawn.
 struct Easel {
     HostView view;  ///< asked for what the kernel says, and for the sizes that it does not tell
-    unsigned deadline = 0;  ///< seconds that a device was waited for
-    std::string only;       ///< the one device of interest; empty for all
-    bool withMaps = true;   ///< maps and pseudo-devices are of interest
+    unsigned deadline = 0;   ///< seconds that a device was waited for
+    std::string only;        ///< the one device of interest; empty for all
+    bool withMaps = true;    ///< maps and pseudo-devices are of interest
+    bool withFields = true;  ///< what UDIDs and pages say is of interest, field by field
 };
 
 /// Joins what the library found with what the kernel lists: a device for each entry of the map, and

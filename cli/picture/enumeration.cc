@@ -28,17 +28,20 @@ int Enumeration::runNative(std::vector<CScsiDeviceData>& disks) {
     return result;
 }
 
-Picture Enumeration::picture() {
-    Sighting sighting = {m_factory.deviceMap(), {}, m_watch, &m_identities};
+Picture Enumeration::drawn(bool withFields) {
+    DeviceMap native;
+    Records records;
     for (const auto& record : m_factory.records()) {
-        sighting.records[record->m_deviceName] = record.get();
+        records[record->m_deviceName] = record.get();
     }
     for (const CScsiDeviceData& disk : m_disks) {
-        sighting.devices[disk.m_deviceName].deviceName = disk.m_deviceName;
-        sighting.records[disk.m_deviceName] = &disk;
+        native[disk.m_deviceName].deviceName = disk.m_deviceName;
+        records[disk.m_deviceName] = &disk;
     }
-    return pictureOf(
-        drawDevices(sighting, {m_context.view(), m_context.options.deadline, m_only, m_withMaps}));
+    const Sighting sighting = {m_disks.empty() ? m_factory.deviceMap() : native, records, m_watch,
+                               &m_identities};
+    return pictureOf(drawDevices(
+        sighting, {m_context.view(), m_context.options.deadline, m_only, m_withMaps, withFields}));
 }
 
 std::string Enumeration::hint() const {

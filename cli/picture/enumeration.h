@@ -30,12 +30,16 @@ class Enumeration {
     int runNative(std::vector<CScsiDeviceData>& disks);
 
     /// What was found, joined with what the kernel lists.
-    Picture picture();
+    Picture picture() { return drawn(true); }
+    /// The same, but for the fields of the devices: comparisons of whole fleets show none.
+    Picture pictureWithoutFields() { return drawn(false); }
 
     /// What to tell a person besides the failure that devices did not open.
     std::string hint() const;
 
   private:
+    Picture drawn(bool withFields);
+
     const Context& m_context;
     CUDIDFactory m_factory;
     AnswerWatch m_watch;

@@ -1,7 +1,8 @@
 #include "cli/picture/kernel_view.h"
 
 #include <algorithm>
-#include <set>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "recording/guard/kernel/kernel_tables.h"
 #include "recording/guard/rules/stacks.h"
@@ -42,7 +43,7 @@ KernelState KernelView::stateAt(const ScsiAddress& address) {
 }
 
 std::vector<KernelDisk> KernelView::unattachedDisks(const std::vector<KernelDisk>& attached) {
-    std::set<std::string> known;
+    std::unordered_set<std::string> known;
     for (const KernelDisk& disk : attached) {
         known.insert(disk.address ? guard::addressText(*disk.address) : "");
     }
@@ -59,7 +60,7 @@ std::vector<KernelDisk> KernelView::unattachedDisks(const std::vector<KernelDisk
 
 std::vector<KernelDisk> KernelView::disks() {
     std::vector<KernelDisk> disks;
-    std::map<std::string, std::size_t> places;
+    std::unordered_map<std::string, std::size_t> places;
     for (const std::string& name : m_blocks.disks()) {
         places[name] = disks.size();
         disks.push_back(disk(name));

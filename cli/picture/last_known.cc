@@ -90,6 +90,9 @@ bool isGuess(const udid::ExplainedPage& page, const KeptDisk& disk) {
 }  // namespace
 
 bool isPathUdid(const std::string& udid, const std::string& node, const std::string& hostName) {
+    if (udid.find('@') == std::string::npos) {
+        return false;
+    }
     const std::string path = CStringTool::tostrupper(node + "@");
     const std::size_t place = udid.rfind(path);
     if (place == std::string::npos) {

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <map>
+#include <unordered_map>
 
 #include "cli/picture/picture.h"
 
@@ -142,8 +142,8 @@ class Grouping {
     }
 
     const std::vector<Device>& m_devices;
-    std::map<std::string, std::size_t> m_places;  // by kernel name
-    std::map<std::string, std::vector<std::size_t>> m_byIdentity;
+    std::unordered_map<std::string, std::size_t> m_places;  // by kernel name
+    std::unordered_map<std::string, std::vector<std::size_t>> m_byIdentity;
     std::vector<std::size_t> m_groupOf;  // by place
     std::vector<std::size_t> m_first;    // by group: the device that it began with
     std::size_t m_count = 0;

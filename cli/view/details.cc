@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/view/map_lines.h"
 #include "cli/view/natural_order.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
@@ -25,11 +26,6 @@ std::string wwidIn(const std::string& mapUuid) {
     const std::string prefix = "mpath-";
     return mapUuid.compare(0, prefix.size(), prefix) == 0 ? mapUuid.substr(prefix.size())
                                                           : std::string();
-}
-
-// "/dev/mapper/mpatha" is the map mpatha.
-std::string mapNameOf(const Device& map) {
-    return map.name.substr(map.name.rfind('/') + 1);
 }
 
 }  // namespace
@@ -78,7 +74,11 @@ void DetailBook::readTables() {
     if (m_tables) {
         return;
     }
-    m_tables = askMapTables(m_evidence.host());
+    std::string failure;
+    m_tables = askMapTables(m_evidence.host(), failure);
+    if (!failure.empty()) {
+        m_doubt = "how device-mapper treats the maps is not known: " + failure;
+    }
     for (const auto& [map, table] : *m_tables) {
         m_policies.insert(table.policies.begin(), table.policies.end());
     }

@@ -48,6 +48,9 @@ class DetailBook {
 
     UserBook& users() { return m_users; }
 
+    /// What could not be told of what was read until now; empty for nothing.
+    const std::string& doubt() const { return m_doubt; }
+
   private:
     Details read(const picture::Device& device);
     std::vector<Partition> partitionsOf(const std::string& kernelName);
@@ -59,6 +62,7 @@ class DetailBook {
     std::optional<MapTables> m_tables;
     std::map<std::string, std::string> m_policies;  // of paths, by "major:minor"
     std::map<std::string, Details> m_known;         // by the name of the device
+    std::string m_doubt;
 };
 
 }  // namespace cli::view

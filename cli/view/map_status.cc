@@ -2,14 +2,11 @@
 
 #include <sstream>
 
-#include "cli/hosts/watched_host.h"
+#include "cli/view/map_lines.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli::view {
 namespace {
-
-constexpr const char* kCommand = "/usr/sbin/dmsetup status --target multipath";
-constexpr int kTimeLimitSeconds = 10;
 
 const char* groupStateOf(const std::string& letter) {
     return letter == "A"   ? "active"
@@ -41,31 +38,23 @@ PathStates pathsIn(const std::string& text) {
     return paths;
 }
 
-}  // namespace
-
-// "mpatha: 0 131072 multipath 2 0 0 0 1 1 A 0 2 2 8:0 A 0 0 1 8:32 F 1 0 1"
-MapStates parseMapStatus(const std::vector<std::string>& lines) {
-    const std::string target = " multipath ";
+MapStates statesIn(const MapLines& lines) {
     MapStates maps;
-    for (const std::string& line : lines) {
-        const std::size_t name = line.find(": ");
-        const std::size_t status = name == std::string::npos ? name : line.find(target, name);
-        if (status != std::string::npos) {
-            maps[line.substr(0, name)] = pathsIn(line.substr(status + target.size()));
-        }
+    for (const auto& [map, text] : lines) {
+        maps[map] = pathsIn(text);
     }
     return maps;
 }
 
+}  // namespace
+
+// "mpatha: 0 131072 multipath 2 0 0 0 1 1 A 0 2 2 8:0 A 0 0 1 8:32 F 1 0 1"
+MapStates parseMapStatus(const std::vector<std::string>& lines) {
+    return statesIn(multipathLinesIn(lines));
+}
+
 MapStates askMapStatus(host::Host& host, std::string& failure) {
-    const CommandEffect ran = effectOf(kCommand, host.runCommand(kCommand, kTimeLimitSeconds));
-    if (succeeded(ran)) {
-        return parseMapStatus(ran.result.lines);
-    }
-    if (!couldNotStart(ran)) {
-        failure = endingText(ran);
-    }
-    return {};
+    return statesIn(askDmsetup(host, "status", failure));
 }
 
 }  // namespace cli::view

@@ -3,14 +3,12 @@
 #include <optional>
 #include <sstream>
 
+#include "cli/view/map_lines.h"
 #include "recording/guard/effect/scsi_address.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli::view {
 namespace {
-
-constexpr const char* kCommand = "/usr/sbin/dmsetup table --target multipath";
-constexpr int kTimeLimitSeconds = 10;
 
 /// The words of a table, taken one after the other; what ends early is not whole any more.
 class Words {
@@ -77,27 +75,25 @@ std::optional<MapTable> tableIn(const std::string& text) {
     return words.isWhole() ? std::optional<MapTable>(std::move(table)) : std::nullopt;
 }
 
-}  // namespace
-
-// "mpatha: 0 131072 multipath 1 queue_if_no_path 0 1 1 service-time 0 2 2 8:16 1 1 8:48 1 1"
-MapTables parseMapTables(const std::vector<std::string>& lines) {
-    const std::string target = " multipath ";
+MapTables tablesIn(const MapLines& lines) {
     MapTables tables;
-    for (const std::string& line : lines) {
-        const std::size_t name = line.find(": ");
-        const std::size_t start = name == std::string::npos ? name : line.find(target, name);
-        auto table =
-            start == std::string::npos ? std::nullopt : tableIn(line.substr(start + target.size()));
-        if (table) {
-            tables[line.substr(0, name)] = std::move(*table);
+    for (const auto& [map, text] : lines) {
+        if (auto table = tableIn(text)) {
+            tables[map] = std::move(*table);
         }
     }
     return tables;
 }
 
-MapTables askMapTables(host::Host& host) {
-    const host::CommandResult result = host.runCommand(kCommand, kTimeLimitSeconds);
-    return result.waitStatus == 0 && !result.timedOut ? parseMapTables(result.lines) : MapTables();
+}  // namespace
+
+// "mpatha: 0 131072 multipath 1 queue_if_no_path 0 1 1 service-time 0 2 2 8:16 1 1 8:48 1 1"
+MapTables parseMapTables(const std::vector<std::string>& lines) {
+    return tablesIn(multipathLinesIn(lines));
+}
+
+MapTables askMapTables(host::Host& host, std::string& failure) {
+    return tablesIn(askDmsetup(host, "table", failure));
 }
 
 }  // namespace cli::view

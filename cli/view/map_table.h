@@ -24,8 +24,9 @@ using MapTables = std::map<std::string, MapTable>;
 /// like that, or ends early, is left out.
 MapTables parseMapTables(const std::vector<std::string>& lines);
 
-/// Asks for it; empty where it is not told. A read: nothing is changed.
-MapTables askMapTables(host::Host& host);
+/// Asks for it; empty where it is not told, and then `failure` says how the command ended, but for
+/// one that is not there. A read: nothing is changed.
+MapTables askMapTables(host::Host& host, std::string& failure);
 
 }  // namespace cli::view
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "cli/view/map_status.h"
+#include "cli/view/map_lines.h"
 #include "cli/view/natural_order.h"
 #include "recording/guard/kernel/kernel_tables.h"
 #include "recording/guard/kernel/scsi_devices.h"
@@ -11,25 +11,8 @@ namespace cli::view {
 namespace {
 
 namespace guard = recording::guard;
-using picture::Condition;
 using picture::Device;
 using picture::Kind;
-
-// "/dev/mapper/mpatha" is the map mpatha.
-std::string mapNameOf(const Device& map) {
-    return map.name.substr(map.name.rfind('/') + 1);
-}
-
-Life lifeOf(const Device& disk, const std::string& mapperState) {
-    const Condition condition = disk.state.condition;
-    const bool isAsked = condition != Condition::kNotAsked;
-    const std::string& state = disk.kernelState.state;
-    if ((isAsked && !picture::isAnswering(condition)) || mapperState == "failed" ||
-        (!state.empty() && state != "running")) {
-        return Life::kDead;
-    }
-    return isAsked || !state.empty() || !mapperState.empty() ? Life::kLiving : Life::kUntold;
-}
 
 /// Gathers the facts of one picture's devices.
 class Gathering {
@@ -39,48 +22,27 @@ class Gathering {
           m_evidence(view.host, view.isRecorded()),
           m_scsi(m_evidence),
           m_ports(view.host),
-          m_users(scene.details->users()) {}
+          m_users(scene.details->users()),
+          m_paths(scene.picture, view.host, m_users.blocks()) {}
 
     void gather() {
-        readMapStates();
+        if (!m_paths.doubt().empty()) {
+            m_scene.doubts.push_back(m_paths.doubt());
+        }
         for (const Device& device : m_scene.picture.devices) {
             m_scene.facts.push_back(factsOf(device));
         }
     }
 
   private:
-    // The command is run for maps alone: there may be no such program where there are none.
-    void readMapStates() {
-        const auto& devices = m_scene.picture.devices;
-        const bool hasMaps = std::any_of(devices.begin(), devices.end(), [](const Device& device) {
-            return device.kind == Kind::kMap;
-        });
-        std::string failure;
-        const MapStates states = hasMaps ? askMapStatus(m_evidence.host(), failure) : MapStates();
-        if (!failure.empty()) {
-            m_scene.doubts.push_back("what device-mapper holds of the paths is not known: " +
-                                     failure);
+    void addLife(DeviceFacts& facts, const Device& disk) {
+        const PathState* const state = m_paths.of(disk);
+        if (state != nullptr) {
+            facts.mapperState = state->isActive ? "active" : "failed";
+            facts.mapGroup = state->group;
+            facts.mapGroupState = state->groupState;
         }
-        for (const Device& device : devices) {
-            const auto map =
-                device.kind == Kind::kMap ? states.find(mapNameOf(device)) : states.end();
-            if (map != states.end()) {
-                m_pathStates.insert(map->second.begin(), map->second.end());
-            }
-        }
-    }
-
-    void addMapperState(DeviceFacts& facts, const Device& disk) {
-        if (m_pathStates.empty() || disk.kernelName.empty()) {
-            return;
-        }
-        const auto state =
-            m_pathStates.find(guard::numberText(m_users.blocks().number(disk.kernelName)));
-        if (state != m_pathStates.end()) {
-            facts.mapperState = state->second.isActive ? "active" : "failed";
-            facts.mapGroup = state->second.group;
-            facts.mapGroupState = state->second.groupState;
-        }
+        facts.life = lifeOf(disk, state);
     }
 
     DeviceFacts factsOf(const Device& device) {
@@ -89,8 +51,7 @@ class Gathering {
         facts.product = guard::trimmed(device.product);
         facts.revision = guard::trimmed(device.revision);
         if (device.kind == Kind::kDisk) {
-            addMapperState(facts, device);
-            facts.life = lifeOf(device, facts.mapperState);
+            addLife(facts, device);
             if (device.address) {
                 addScsi(facts, *device.address);
             }
@@ -114,7 +75,7 @@ class Gathering {
     guard::ScsiDevices m_scsi;
     PortBook m_ports;
     UserBook& m_users;
-    PathStates m_pathStates;
+    PathStateBook m_paths;
 };
 
 }  // namespace
@@ -136,6 +97,9 @@ Scene sceneOf(picture::Picture picture, const HostView& view) {
 std::vector<std::string> doubtsOf(const Scene& scene, const std::string& hint) {
     std::vector<std::string> doubts = picture::doubtsOf(scene.picture, hint);
     doubts.insert(doubts.end(), scene.doubts.begin(), scene.doubts.end());
+    if (!scene.details->doubt().empty()) {
+        doubts.push_back(scene.details->doubt());
+    }
     return doubts;
 }
 

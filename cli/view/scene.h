@@ -9,17 +9,11 @@
 #include "cli/common/host_view.h"
 #include "cli/picture/picture.h"
 #include "cli/view/details.h"
+#include "cli/view/path_life.h"
 #include "cli/view/ports.h"
 #include "cli/view/users.h"
 
 namespace cli::view {
-
-/// Whether a path to a volume lives.
-enum class Life {
-    kUntold,
-    kLiving,  ///< the kernel has it running and device-mapper active, as far as these tell
-    kDead,    ///< it did not answer, or one of them has given it up
-};
 
 /// What is shown of a device besides what the picture has.
 struct DeviceFacts {
@@ -51,7 +45,7 @@ struct Scene {
 Scene sceneOf(picture::Picture picture, const HostView& view);
 
 /// What could not be told of the picture and of what was read for it, a line each; `hint` as for
-/// the picture's.
+/// the picture's. What is read only when it is shown has to have been shown before.
 std::vector<std::string> doubtsOf(const Scene& scene, const std::string& hint);
 
 /// The device that stands for several of one volume: a map or pseudo-device before a disk, the

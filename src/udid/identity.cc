@@ -1,5 +1,7 @@
 #include "scsitool/udid/identity.h"
 
+#include <string_view>
+
 #include "udid/families.h"
 
 namespace udid {
@@ -8,6 +10,14 @@ namespace {
 // TAQ mode asks no generator for its claim, so that none has a name in the reports.
 constexpr char kTaqGenerator[] = "TAQ:TAQ";
 constexpr char kTaqFamily[] = "TAQ";
+
+// "VENDOR:PRODUCT".
+bool names(std::string_view generator, const Family& family) {
+    const std::string_view vendor = family.vendor;
+    return generator.substr(0, vendor.size()) == vendor &&
+           generator.substr(vendor.size(), 1) == ":" &&
+           generator.substr(vendor.size() + 1) == family.product;
+}
 
 }  // namespace
 
@@ -70,7 +80,7 @@ void IdentityCollector::remarked(const std::string& /*text*/) {}
 
 std::string familyName(const std::string& generator) {
     for (const Family& family : kFamilies) {
-        if (generator == std::string(family.vendor) + ':' + family.product) {
+        if (names(generator, family)) {
             return family.name;
         }
     }

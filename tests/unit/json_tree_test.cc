@@ -158,12 +158,29 @@ TEST(JsonTree, PointsIntoTheTextWhereItCan) {
     EXPECT_EQ(plain->find(""), nullptr);
 }
 
-// A text of nothing but such lists is what a hostile recording is made of.
-TEST(JsonTree, AShortListTakesNoMoreRoomThanItNeeds) {
-    const std::string text = R"([0, [0], {"a": 0}])";
+// A text of nothing but short lists is what a hostile recording is made of.
+TEST(JsonTree, ShortListsTakeNoMoreRoomThanTheirMembers) {
+    constexpr std::size_t kLists = 10000;
+    std::string text = "[[0]";
+    for (std::size_t i = 1; i < kLists; ++i) {
+        text += ",[0]";
+    }
+    text += "]";
     const recording::JsonTree tree(text);
-    EXPECT_EQ(tree.root().members.at(1).value.members.capacity(), 1U);
-    EXPECT_EQ(tree.root().members.at(2).value.members.capacity(), 1U);
+    EXPECT_EQ(tree.root().members.size(), kLists);
+    EXPECT_EQ(tree.root().members.begin()->value.members.size(), 1U);
+    EXPECT_LE(tree.memberBytes(), (2 * kLists + 1024) * sizeof(JsonMember));
+}
+
+TEST(JsonTree, MembersStandInTheOrderOfTheirNames) {
+    const std::string text = R"({"b": 2, "c": 3, "a": 1})";
+    const recording::JsonTree tree(text);
+    std::string names;
+    for (const JsonMember& member : tree.root().members) {
+        names += member.name;
+        names += member.value.text;
+    }
+    EXPECT_EQ(names, "a1b2c3");
 }
 
 }  // namespace

@@ -650,6 +650,23 @@ TEST(Hex, WritesLowerCaseAndReadsEitherCase) {
     EXPECT_EQ(badOffset, 99U);
 }
 
+TEST(Hex, SaysWhereItEnds) {
+    const auto outcomeOf = [](const std::string& digits) {
+        Bytes bytes;
+        std::size_t badOffset = 99;
+        const recording::HexError error = recording::fromHex(digits, bytes, badOffset);
+        return error == recording::HexError::kNone       ? std::string("none")
+               : error == recording::HexError::kOddCount ? std::string("odd")
+                                                         : std::to_string(badOffset);
+    };
+    EXPECT_EQ(outcomeOf(""), "none");
+    EXPECT_EQ(outcomeOf("0"), "odd");
+    EXPECT_EQ(outcomeOf("000"), "odd");
+    for (const char* const bad : {"g000", "0g00", "00g0", "000g", "00g", "g", "0000/", "00:0"}) {
+        EXPECT_EQ(outcomeOf(bad), std::to_string(std::string(bad).find_first_of("g/:"))) << bad;
+    }
+}
+
 TEST(Printable, CutsOnlyBetweenCharacters) {
     EXPECT_EQ(recording::printable("abc\xC3\xBC\xC3\xBC", 4), "abc\xC3\xBC...");
     EXPECT_EQ(recording::printable("abcd", 4), "abcd");

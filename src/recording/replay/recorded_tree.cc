@@ -14,12 +14,15 @@ std::string_view withoutLastSlashes(std::string_view path) {
     return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
+std::size_t pathsIn(const RecordedHostData& data) {
+    return data.files.size() + data.directories.size() + data.devices.size() + data.links.size();
+}
+
 }  // namespace
 
-RecordedTree::RecordedTree(RecordedHostData data) : m_data(std::move(data)) {
+RecordedTree::RecordedTree(RecordedHostData data)
+    : m_data(std::move(data)), m_places(pathsIn(m_data)) {
     static const std::vector<std::string> kNoNames;
-    m_places.reserve(m_data.files.size() + m_data.directories.size() + m_data.devices.size() +
-                     m_data.links.size());
     std::string_view noted;  // in order, most files lie beside the one before
     for (const auto& [path, file] : m_data.files) {
         // What was looked for in vain is not there, and neither is a directory for its sake.
@@ -70,8 +73,7 @@ void RecordedTree::noteDirectoriesAbove(std::string_view path) {
 }
 
 const RecordedTree::Place* RecordedTree::placeAt(std::string_view path) const {
-    const auto found = m_places.find(path);
-    return found == m_places.end() ? nullptr : &found->second;
+    return m_places.find(path);
 }
 
 bool RecordedTree::isInhabited(const std::string& path) const {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "recording/replay/path_table.h"
 #include "recording/replay/recorded_host_data.h"
 
 namespace recording {
@@ -66,7 +66,7 @@ class RecordedTree {
 
     // Large hosts are asked over and over: what follows points into it and copies nothing.
     const RecordedHostData m_data;
-    std::unordered_map<std::string_view, Place> m_places;  // directories without the last "/"
+    PathTable<Place> m_places;  // directories without the last "/"
 };
 
 }  // namespace recording

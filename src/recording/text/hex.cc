@@ -29,11 +29,10 @@ int digitValue(char digit) {
 
 std::string toHex(const std::uint8_t* bytes, std::size_t count) {
     static const char* const kDigits = "0123456789abcdef";
-    std::string text;
-    text.reserve(count * 2);
+    std::string text(count * 2, '\0');
     for (std::size_t index = 0; index < count; ++index) {
-        text += kDigits[bytes[index] >> 4U];
-        text += kDigits[bytes[index] & 0x0FU];
+        text[index * 2] = kDigits[bytes[index] >> 4U];
+        text[index * 2 + 1] = kDigits[bytes[index] & 0x0FU];
     }
     return text;
 }
@@ -44,18 +43,22 @@ std::string toHex(const std::vector<std::uint8_t>& bytes) {
 
 HexError fromHex(std::string_view text, std::vector<std::uint8_t>& bytes, std::size_t& badOffset) {
     bytes.resize(text.size() / 2);
-    for (std::size_t index = 0; index < text.size(); index += 2) {
-        const int high = digitValue(text[index]);
-        const int low = index + 1 < text.size() ? digitValue(text[index + 1]) : 0;
-        if (high < 0 || low < 0) {
-            badOffset = high < 0 ? index : index + 1;
+    const char* digit = text.data();
+    for (std::uint8_t& byte : bytes) {
+        const int high = digitValue(digit[0]);
+        const int low = digitValue(digit[1]);
+        if ((high | low) < 0) {
+            badOffset = static_cast<std::size_t>(digit - text.data()) + (high < 0 ? 0 : 1);
             return HexError::kBadDigit;
         }
-        if (index / 2 < bytes.size()) {
-            bytes[index / 2] = static_cast<std::uint8_t>(high * 16 + low);
-        }
+        byte = static_cast<std::uint8_t>(high * 16 + low);
+        digit += 2;
     }
-    return text.size() % 2 == 0 ? HexError::kNone : HexError::kOddCount;
+    if (text.size() % 2 == 0) {
+        return HexError::kNone;
+    }
+    badOffset = text.size() - 1;
+    return digitValue(text.back()) < 0 ? HexError::kBadDigit : HexError::kOddCount;
 }
 
 }  // namespace recording

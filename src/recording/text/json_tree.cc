@@ -150,11 +150,70 @@ class Unescaping {
     char* m_out;
 };
 
+}  // namespace
+
+/// The members of one list while they are added.
+class JsonMemberList {
+  public:
+    JsonMemberList(JsonMembers& members, JsonMemberStore& store)
+        : m_members(members), m_store(store) {}
+
+    JsonMember& add() {
+        JsonMember* const member = m_store.add();
+        if (m_last == nullptr) {
+            m_members.m_first = member;
+        } else {
+            m_last->next = member;
+        }
+        m_last = member;
+        return *member;
+    }
+
+    /// Puts them in the order of their names, in which most texts have them. False for a name that
+    /// is there twice.
+    bool sort() {
+        if (areInOrder()) {
+            return true;
+        }
+        std::vector<JsonMember*> all;
+        for (JsonMember* member = first(); member != nullptr; member = member->next) {
+            all.push_back(member);
+        }
+        std::sort(all.begin(), all.end(), [](const JsonMember* left, const JsonMember* right) {
+            return left->name < right->name;
+        });
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            all[i]->next = i + 1 < all.size() ? all[i + 1] : nullptr;
+        }
+        m_members.m_first = all.front();
+        return areInOrder();
+    }
+
+  private:
+    // All of them come from the store, which hands them out to be written.
+    JsonMember* first() const { return const_cast<JsonMember*>(m_members.m_first); }
+
+    bool areInOrder() const {
+        const JsonMember* former = first();
+        while (former != nullptr && former->next != nullptr && former->name < former->next->name) {
+            former = former->next;
+        }
+        return former == nullptr || former->next == nullptr;
+    }
+
+    JsonMembers& m_members;
+    JsonMemberStore& m_store;
+    JsonMember* m_last = nullptr;
+};
+
+namespace {
+
 /// Takes a text to pieces. Every step gives false for what is not JSON.
 class Parser {
   public:
     // `unescaped` is as long as the text.
-    Parser(std::string_view text, char* unescaped) : m_text(text), m_unescaped(unescaped) {}
+    Parser(std::string_view text, char* unescaped, JsonMemberStore& members)
+        : m_text(text), m_unescaped(unescaped), m_members(members) {}
 
     bool parse(JsonValue& root) {
         constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -217,34 +276,16 @@ class Parser {
         if (takes(last)) {
             return true;
         }
-        // No room is made in advance: a text of nothing but short lists would take gigabytes.
+        JsonMemberList members(list.members, m_members);
         do {
-            JsonMember& member = list.members.emplace_back();
+            JsonMember& member = members.add();
             const bool isNamed =
                 !list.isObject() || (next() == '"' && takeString(member.name) && takes(':'));
             if (!isNamed || !takeValue(member.value, depth)) {
                 return false;
             }
         } while (takes(','));
-        return takes(last) && (!list.isObject() || sort(list.members));
-    }
-
-    // False for a name that is there twice.
-    static bool sort(std::vector<JsonMember>& members) {
-        const auto goesBefore = [](const JsonMember& left, const JsonMember& right) {
-            return left.name < right.name;
-        };
-        const auto areInOrder = [&] {
-            const auto wrong = [&](const JsonMember& left, const JsonMember& right) {
-                return !goesBefore(left, right);
-            };
-            return std::adjacent_find(members.begin(), members.end(), wrong) == members.end();
-        };
-        if (areInOrder()) {
-            return true;
-        }
-        std::sort(members.begin(), members.end(), goesBefore);
-        return areInOrder();
+        return takes(last) && (!list.isObject() || members.sort());
     }
 
     bool takeString(std::string_view& content) {
@@ -323,19 +364,33 @@ class Parser {
     const std::string_view m_text;
     std::size_t m_at = 0;
     char* m_unescaped;
+    JsonMemberStore& m_members;
 };
 
 }  // namespace
 
+JsonMember* JsonMemberStore::add() {
+    if (m_used == kInABlock) {
+        m_blocks.push_back(std::make_unique<JsonMember[]>(kInABlock));
+        m_used = 0;
+    }
+    return &m_blocks.back()[m_used++];
+}
+
 const JsonValue* JsonValue::find(std::string_view name) const {
-    const auto member = std::find_if(
-        members.begin(), members.end(),
-        [name, this](const JsonMember& one) { return isObject() && one.name == name; });
-    return member == members.end() ? nullptr : &member->value;
+    if (!isObject()) {
+        return nullptr;
+    }
+    for (const JsonMember& member : members) {
+        if (member.name == name) {
+            return &member.value;
+        }
+    }
+    return nullptr;
 }
 
 JsonTree::JsonTree(const std::string& text) : m_unescaped(new char[text.size() + 1]) {
-    if (!Parser(text, m_unescaped.get()).parse(m_root)) {
+    if (!Parser(text, m_unescaped.get(), m_members).parse(m_root)) {
         parseStrictJson(text);  // goes more slowly and says where it is wrong, and why
         throw JsonError("", "not JSON");
     }

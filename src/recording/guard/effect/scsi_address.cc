@@ -1,7 +1,9 @@
 #include "recording/guard/effect/scsi_address.h"
 
 #include <array>
+#include <charconv>
 #include <cstddef>
+#include <cstdint>
 
 namespace recording::guard {
 
@@ -10,8 +12,15 @@ bool operator==(const ScsiAddress& a, const ScsiAddress& b) {
 }
 
 std::string addressText(const ScsiAddress& address) {
-    return std::to_string(address.host) + ":" + std::to_string(address.channel) + ":" +
-           std::to_string(address.target) + ":" + std::to_string(address.lun);
+    std::array<char, 64> text = {};  // 20 digits of a LUN, and three times 10
+    char* const end = text.data() + text.size();
+    char* at = std::to_chars(text.data(), end, address.host).ptr;
+    for (const std::uint64_t number :
+         {std::uint64_t{address.channel}, std::uint64_t{address.target}, address.lun}) {
+        *at++ = ':';
+        at = std::to_chars(at, end, number).ptr;
+    }
+    return {text.data(), at};
 }
 
 std::optional<std::uint64_t> parseDecimal(const std::string& text, std::uint64_t highest) {
