@@ -1,7 +1,8 @@
 #include "cli/view/path_life.h"
 
-#include <algorithm>
+#include <set>
 
+#include "cli/view/map_lines.h"
 #include "recording/guard/kernel/kernel_tables.h"
 
 namespace cli::view {
@@ -11,17 +12,20 @@ namespace guard = recording::guard;
 using picture::Condition;
 using picture::Device;
 
-bool hasMultipathMap(const picture::Picture& picture, guard::BlockDevices& blocks) {
-    const bool isShown =
-        std::any_of(picture.devices.begin(), picture.devices.end(),
-                    [](const Device& device) { return device.kind == picture::Kind::kMap; });
-    if (isShown) {
-        return true;
+// Those of the picture, or the kernel's where it shows some of the devices alone.
+std::set<std::string> mapsOf(const picture::Picture& picture, guard::BlockDevices& blocks) {
+    std::set<std::string> names;
+    for (const Device& device : picture.devices) {
+        if (device.kind == picture::Kind::kMap) {
+            names.insert(mapNameOf(device));
+        }
     }
-    const std::vector<std::string> maps = blocks.maps();
-    return std::any_of(maps.begin(), maps.end(), [&](const std::string& map) {
-        return guard::isMultipath(blocks.mapUuid(map));
-    });
+    for (const std::string& map : names.empty() ? blocks.maps() : std::vector<std::string>()) {
+        if (guard::isMultipath(blocks.mapUuid(map))) {
+            names.insert(blocks.mapName(map));
+        }
+    }
+    return names;
 }
 
 }  // namespace
@@ -29,12 +33,15 @@ bool hasMultipathMap(const picture::Picture& picture, guard::BlockDevices& block
 PathStateBook::PathStateBook(const picture::Picture& picture, host::Host& host,
                              guard::BlockDevices& blocks)
     : m_blocks(blocks) {
-    if (!hasMultipathMap(picture, blocks)) {
+    const std::set<std::string> maps = mapsOf(picture, blocks);
+    if (maps.empty()) {
         return;
     }
     std::string failure;
     for (const auto& [map, paths] : askMapStatus(host, failure)) {
-        m_states.insert(paths.begin(), paths.end());
+        if (maps.count(map) != 0) {
+            m_states.insert(paths.begin(), paths.end());
+        }
     }
     if (!failure.empty()) {
         m_doubt = "what device-mapper holds of the paths is not known: " + failure;

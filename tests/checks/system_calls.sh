@@ -12,7 +12,7 @@ build=$1 list=$2
 # What the compiler's own code needs.
 runtime='_GLOBAL_OFFSET_TABLE_|__dynamic_cast|_Unwind_[A-Za-z]+|__(cxa|gxx|dso|gcc|stack_chk|tls|libc_single)_[A-Za-z0-9_]+|__u?(div|mod)[a-z]*i[34]|__errno_location|__assert_fail|abort'
 # Memory, texts (regular expressions too), numbers and the locale; and writing to a stream that is open already.
-memory='malloc|calloc|realloc|free|w?mem(chr|cmp|cpy|mem|move|rchr|set)|str[a-z]+|wcs[a-z]+|mbs[a-z]+|isw?(alnum|alpha|cntrl|digit|graph|lower|print|punct|space|upper|xdigit)|tow?(lower|upper)|bsearch|qsort|reg(comp|exec|free)|localeconv|setlocale|gmtime_r'
+memory='malloc|mallopt|calloc|realloc|free|w?mem(chr|cmp|cpy|mem|move|rchr|set)|str[a-z]+|wcs[a-z]+|mbs[a-z]+|isw?(alnum|alpha|cntrl|digit|graph|lower|print|punct|space|upper|xdigit)|tow?(lower|upper)|bsearch|qsort|reg(comp|exec|free)|localeconv|setlocale|gmtime_r'
 formats='v?(as|f|s|sn)?printf|v?sscanf|puts|putchar|fputs|fputc|fwrite|fflush|stdout|stderr|pthread_(mutex_(un)?lock|once|self)'
 # The C library gives some of these another name: for a standard, or with a check of the length.
 harmless="(__isoc[0-9]+_)?(__)?($runtime|$memory|$formats)(_chk)?"
