@@ -11,6 +11,7 @@
 #include "cli/doctor/identity_findings.h"
 #include "cli/picture/drawing.h"
 #include "cli/prune/look.h"
+#include "host/open_node.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 #include "scsitool/dmp/dmp_discovery_manager.h"
 #include "scsitool/udid/device_udid_factory.h"
@@ -36,8 +37,8 @@ bool answersSgIo(host::Host& host, const std::string& node) {
     constexpr std::uint8_t kLength = 36;
     constexpr std::size_t kSenseLength = 32;
     constexpr unsigned kTimeout = 10000;  // milliseconds
-    const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
-    if (descriptor < 0) {
+    const host::OpenNode opened(host, node, host::OpenMode::kReadOnlyNonBlocking);
+    if (!opened.isOpen()) {
         return false;
     }
     host::SgIoRequest request;
@@ -45,8 +46,7 @@ bool answersSgIo(host::Host& host, const std::string& node) {
     request.data.resize(kLength);
     request.sense.resize(kSenseLength);
     request.timeout = kTimeout;
-    const int result = host.sgIo(descriptor, request);
-    host.closeDevice(descriptor);
+    const int result = host.sgIo(opened.descriptor(), request);
     return result == 0 && request.status == 0 && request.hostStatus == 0;
 }
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "discovery/open_node.h"
+#include "host/open_node.h"
 #include "scsi/scsi_result.h"
 #include "tools/line_reader.h"
 #include "tools/trace.h"
@@ -68,7 +68,7 @@ std::string_view partitionName(std::string_view line) {
     return line.substr(0, length);
 }
 
-int askSize(const Operation& operation, const OpenNode& node, const std::string& path,
+int askSize(const Operation& operation, const host::OpenNode& node, const std::string& path,
             unsigned long& sizeKb) {
     std::uint64_t bytes = 0;
     const int answer = operation.host.deviceSize(node.descriptor(), bytes);
@@ -126,7 +126,7 @@ bool isWholeDiskName(const std::string& name, const TraceLog& log) {
 
 int measureDisk(const Operation& operation, const std::string& path, unsigned long& sizeKb) {
     traceTo(operation.log, 6, "libscsitool: DEBUG: Entering CLinuxDeviceDiscovery::getDiskSize()");
-    OpenNode node(operation.host, path, host::OpenMode::kReadOnly);
+    host::OpenNode node(operation.host, path, host::OpenMode::kReadOnly);
     int result = kOpenFailed;
     if (node.isOpen()) {
         result = askSize(operation, node, path, sizeKb);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/open_node.h"
 #include "scsitool/host/host.h"
 #include "scsitool/udid/udid_text.h"
 #include "udid/netapp_reply.h"
@@ -19,27 +20,6 @@ constexpr std::size_t kUnitNameBytes = 12;
 
 constexpr char kIdentifierField[] = "controller identifier";
 
-// One device node of a host, open for a vendor-specific command.
-class OpenNode {
-  public:
-    OpenNode(host::Host& host, const std::string& path)
-        : m_host(host), m_descriptor(host.openDevice(path, host::OpenMode::kReadOnlyNonBlocking)) {}
-    ~OpenNode() {
-        if (isOpen()) {
-            m_host.closeDevice(m_descriptor);
-        }
-    }
-    OpenNode(const OpenNode&) = delete;
-    OpenNode& operator=(const OpenNode&) = delete;
-
-    bool isOpen() const { return m_descriptor >= 0; }
-    int get() const { return m_descriptor; }
-
-  private:
-    host::Host& m_host;
-    int m_descriptor;
-};
-
 host::SgIoRequest controllerRequest() {
     host::SgIoRequest request;
     request.cdb = {0xC0, 0x00, 0x00, 0x0A, 0x98, 0x0A, 0x22, 0x10, 0x00, 0x00};
@@ -52,12 +32,12 @@ host::SgIoRequest controllerRequest() {
 // A request that the device ended with another status than GOOD is not told apart: it brings no
 // data, and zeros hold no identifier.
 bool askController(host::Host& host, const CScsiDeviceData& device, host::SgIoRequest& request) {
-    const OpenNode node(host, device.m_deviceName);
+    const host::OpenNode node(host, device.m_deviceName, host::OpenMode::kReadOnlyNonBlocking);
     if (!node.isOpen()) {
         udid::remark("the device cannot be opened to ask the controller");
         return false;
     }
-    if (host.sgIo(node.get(), request) != 0) {
+    if (host.sgIo(node.descriptor(), request) != 0) {
         udid::remark("the request to the controller failed");
         return false;
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <new>
 
 #include "generator_probe.h"
 #include "page_builder.h"
@@ -33,6 +34,9 @@ class ControllerHost : public host::ForwardingHost {
     }
     int closeDevice(int descriptor) override {
         requests.push_back("close " + std::to_string(descriptor));
+        if (hasNoMemory) {
+            throw std::bad_alloc();
+        }
         return 0;
     }
     int sgIo(int descriptor, host::SgIoRequest& request) override {
@@ -62,6 +66,7 @@ class ControllerHost : public host::ForwardingHost {
     int openResult = 5;
     int sgIoResult = 0;
     std::uint8_t status = 0;
+    bool hasNoMemory = false;
     Bytes reply = replyWith("4061490311");
     Lines requests;
 };
@@ -120,6 +125,12 @@ TEST_F(NetAppGenerator, DescriptorZeroIsClosedToo) {
     controller.openResult = 0;
     EXPECT_EQ(generator.getEnclosureID(&record), "4061490311");
     EXPECT_EQ(controller.requests.back(), "close 0");
+}
+
+TEST_F(NetAppGenerator, AHostThatHasNoMemoryForTheCloseEndsNothing) {
+    controller.hasNoMemory = true;
+    EXPECT_EQ(generator.getEnclosureID(&record), "4061490311");
+    EXPECT_EQ(controller.requests.back(), "close 5");
 }
 
 TEST_F(NetAppGenerator, ADeviceThatCannotBeOpenedTellsNoIdentifier) {

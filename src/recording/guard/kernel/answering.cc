@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/open_node.h"
 #include "recording/guard/kernel/kernel_tables.h"
 #include "recording/pages/designators.h"
 
@@ -47,13 +48,8 @@ constexpr std::uint16_t kBadTarget = 0x04;  // DID_BAD_TARGET
 
 // 0 with the response, a positive SCSI status or a negated errno.
 int ask(host::Host& host, const std::string& node, host::CommandBuffer& buffer) {
-    const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
-    if (descriptor < 0) {
-        return descriptor;
-    }
-    const int result = host.sendCommand(descriptor, buffer);
-    host.closeDevice(descriptor);
-    return result;
+    const host::OpenNode opened(host, node, host::OpenMode::kReadOnlyNonBlocking);
+    return opened.isOpen() ? host.sendCommand(opened.descriptor(), buffer) : opened.descriptor();
 }
 
 std::string field(const Bytes& bytes, std::size_t start, std::size_t length) {
@@ -91,16 +87,14 @@ Bytes responseIn(const host::CommandBuffer& buffer) {
 // SCSI_IOCTL_SEND_COMMAND hands zeros over for a command that never reached the disk; SG_IO also
 // tells whether there was nothing to reach or only no answer in time.
 Answer askWhyZero(host::Host& host, const std::string& node) {
-    const int descriptor = host.openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
+    const host::OpenNode opened(host, node, host::OpenMode::kReadOnlyNonBlocking);
     host::SgIoRequest request;
     request.cdb = {kInquiry, 0, 0, 0, kStandardLength, 0};
     request.data.resize(kStandardLength);
     request.sense.resize(kSenseLength);
     request.timeout = kTimeout;
-    const int result = descriptor < 0 ? descriptor : host.sgIo(descriptor, request);
-    if (descriptor >= 0) {
-        host.closeDevice(descriptor);
-    }
+    const int result =
+        opened.isOpen() ? host.sgIo(opened.descriptor(), request) : opened.descriptor();
     if (result == 0 && (request.hostStatus == kNoConnect || request.hostStatus == kBadTarget)) {
         return without(Kind::kGone, "no device answers at its address (the kernel's host status " +
                                         std::to_string(request.hostStatus) + ")");

@@ -3,7 +3,15 @@
 namespace recording::guard {
 
 ExclusiveOpens::~ExclusiveOpens() {
-    release();
+    while (!m_descriptors.empty()) {
+        try {
+            release();
+        } catch (...) {
+            // A host that has no memory left: an exception here would end the process. The one it
+            // was about is off the list; the others are still to be closed.
+            continue;
+        }
+    }
 }
 
 int ExclusiveOpens::tryNode(const std::string& node) {
@@ -26,10 +34,11 @@ int ExclusiveOpens::hold(const std::string& node) {
 }
 
 void ExclusiveOpens::release() {
-    for (const int descriptor : m_descriptors) {
+    while (!m_descriptors.empty()) {
+        const int descriptor = m_descriptors.front();
+        m_descriptors.erase(m_descriptors.begin());
         m_host.closeDevice(descriptor);
     }
-    m_descriptors.clear();
 }
 
 }  // namespace recording::guard

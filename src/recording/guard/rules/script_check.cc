@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "host/open_node.h"
 #include "recording/guard/kernel/kernel_tables.h"
 #include "recording/guard/kernel/scsi_devices.h"
 #include "recording/guard/rules/script_reading.h"
@@ -76,16 +77,15 @@ std::string whyUntrusted(Evidence& evidence, const std::string& script,
 }
 
 bool failsTestUnitReady(Evidence& evidence, const std::string& node) {
-    const int descriptor = evidence.host().openDevice(node, host::OpenMode::kReadOnlyNonBlocking);
-    if (descriptor < 0) {
+    const host::OpenNode opened(evidence.host(), node, host::OpenMode::kReadOnlyNonBlocking);
+    if (!opened.isOpen()) {
         return true;
     }
     host::SgIoRequest request;
     request.cdb.assign(6, 0);
     request.sense.assign(kSenseBytes, 0);
     request.timeout = kTurLimit;
-    const int result = evidence.host().sgIo(descriptor, request);
-    evidence.host().closeDevice(descriptor);
+    const int result = evidence.host().sgIo(opened.descriptor(), request);
     if (result == -ENOTTY && evidence.isRecorded()) {
         return false;
     }

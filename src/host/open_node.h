@@ -1,16 +1,16 @@
-#ifndef SCSITOOL_DISCOVERY_OPEN_NODE_H
-#define SCSITOOL_DISCOVERY_OPEN_NODE_H
+#ifndef SCSITOOL_HOST_OPEN_NODE_H
+#define SCSITOOL_HOST_OPEN_NODE_H
 
 #include <string>
 
 #include "scsitool/host/host.h"
 
-namespace discovery {
+namespace host {
 
 /// Owner of a descriptor on one host, closed there at its end, also when the host throws meanwhile.
 class OpenNode {
   public:
-    OpenNode(host::Host& host, const std::string& path, host::OpenMode mode)
+    OpenNode(Host& host, const std::string& path, OpenMode mode)
         : m_host(host), m_descriptor(host.openDevice(path, mode)) {}
     ~OpenNode() {
         try {
@@ -36,10 +36,10 @@ class OpenNode {
   private:
     static constexpr int kClosed = -1;
 
-    host::Host& m_host;
+    Host& m_host;
     int m_descriptor;
 };
 
-}  // namespace discovery
+}  // namespace host
 
 #endif
