@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "scsitool/discovery/device_discovery_linux.h"
-#include "scsitool/host/host.h"
+#include "scsitool/udid/device_status.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace plugin {
@@ -13,31 +12,40 @@ namespace {
 using qzfi_pdk_4_4::CFiSmartPtr;
 using qzfi_pdk_4_4::CFiTraceLog;
 
-// A device that opened and said nothing of itself is called by its node and the host: such a UDID
-// has neither maker nor product and is good on this host alone.
-bool isHostNamed(const std::string& udid) {
-    return udid.rfind("UDID######", 0) == 0;
+// /dev/mapper holds more than SCSI devices, and the library has a look at all of it.
+bool isScsiDevice(const udid::DeviceStatus& status) {
+    return std::none_of(status.failedRequests.begin(), status.failedRequests.end(),
+                        [](const udid::FailedRequest& request) {
+                            return request.error == ENOTTY || request.error == EISDIR;
+                        });
 }
 
-// The library asks a disk only after it has opened it for reading and writing.
-bool mayBeAsked(const std::string& node) {
-    host::Host& machine = host::current();
-    const int descriptor = machine.openDevice(node, host::OpenMode::kReadWriteNonBlocking);
-    if (descriptor >= 0) {
-        machine.closeDevice(descriptor);
+// A UDID that was made of the host's name counts for nothing: another host calls the disk
+// otherwise.
+void sortIn(const udid::DeviceStatus& status, const DeviceMap& devices, Disks& disks) {
+    if (status.state == udid::DeviceState::kIdentified) {
+        disks.udids.emplace(status.deviceName, devices.at(status.deviceName).uid);
+    } else if (isScsiDevice(status)) {
+        disks.without.emplace(status.deviceName, udid::textOf(status));
     }
-    return descriptor != -EACCES && descriptor != -EPERM;
 }
 
-Result resultOf(const Disks& disks) {
-    if (!disks.udids.empty()) {
-        return disks.without.empty() ? Result::kComplete : Result::kPartial;
+Result resultOf(udid::Finding finding, const Disks& disks) {
+    switch (finding) {
+        case udid::Finding::kDisks:
+            return disks.without.empty() ? Result::kComplete : Result::kPartial;
+        case udid::Finding::kNoDisk:
+            return Result::kNoDisk;
+        case udid::Finding::kNoRight:
+            return Result::kNoRight;
+        case udid::Finding::kNothingAnswered:
+        case udid::Finding::kNoneOpened:
+            return Result::kNothingAnswered;
+        case udid::Finding::kNothingAsked:
+        case udid::Finding::kNoList:
+            break;
     }
-    if (disks.without.empty()) {
-        return Result::kNoDisk;
-    }
-    const bool anyMay = std::any_of(disks.without.begin(), disks.without.end(), mayBeAsked);
-    return anyMay ? Result::kNothingAnswered : Result::kNoRight;
+    return Result::kFailed;
 }
 
 }  // namespace
@@ -49,18 +57,14 @@ Disks findDisks(const std::shared_ptr<qzfi_pdk_4_4::CFiTraceSink>& sink, int lev
     try {
         CUDIDFactory factory;
         factory.registerTraceLog(log);
-        for (const auto& [node, device] : factory.enumerateDeviceMap(false, false, false, "", "")) {
-            if (!isHostNamed(device.uid)) {
-                disks.udids.emplace(node, device.uid);
-            }
+        const udid::StatusWatch watch;
+        const DeviceMap devices = factory.enumerateDeviceMap(false, false, false, "", "");
+        for (const udid::DeviceStatus& status : watch.statuses()) {
+            sortIn(status, devices, disks);
         }
-        for (const std::string& node : CLinuxDeviceDiscovery().enumerateNativeDevicePaths()) {
-            if (disks.udids.count(node) == 0) {
-                disks.without.push_back(node);
-            }
-        }
-        disks.result = resultOf(disks);
+        disks.result = resultOf(watch.finding(), disks);
     } catch (int) {
+        // The library's result code of an enumeration that failed; the trace tells more.
         disks.result = Result::kFailed;
     }
     return disks;
@@ -71,7 +75,7 @@ const char* explain(Result result) {
         case Result::kComplete:
             return "every disk is known";
         case Result::kPartial:
-            return "some disks are not known; 'scsitool devices' says why";
+            return "some disks are not known";
         case Result::kNoDisk:
             return "this host has no SCSI disk";
         case Result::kNoRight:

@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "scsitool/kit/trace_log.h"
 
@@ -24,7 +23,8 @@ enum class Result {
 struct Disks {
     Result result = Result::kFailed;
     std::map<std::string, std::string> udids;  ///< device node to UDID
-    std::vector<std::string> without;          ///< the nodes of disks that have none
+    std::map<std::string, std::string>
+        without;  ///< of a disk that has none: its node to the reason
 };
 
 /// Finds the disks of the host that is current on this thread. The library's trace lines up to the

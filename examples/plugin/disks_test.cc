@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <vector>
 
 #include "scsitool/host/linux_host.h"
 #include "scsitool/hosts/recorded_host.h"
@@ -47,7 +48,7 @@ Disks findDisksOnSample(const std::string& path) {
 Disks findDisksOnHostWith(const std::string& disk) {
     hosts::RecordedHost recorded = hosts::RecordedHost::fromText(
         R"({"format": "scsitool-host/1",
-            "directories": {"/dev/": [".", "..", "mapper", "sda"], "/dev/mapper/": [".", ".."]},
+            "directories": {"/dev/": ["mapper", "sda"], "/dev/mapper/": []},
             "files": {"/proc/partitions": "major minor  #blocks  name\n\n   8  0  1024 sda\n"},
             "devices": {"/dev/sda": )" +
             disk + "}}",
@@ -68,12 +69,20 @@ void everyDiskIsKnown(const std::string& samples) {
 void oneDiskIsMissing(const std::string& samples) {
     const Disks disks = findDisksOnSample(samples + "/enterprise.json");
     check(disks.result == Result::kPartial, "a host with a dead path is partial");
-    check(disks.without == std::vector<std::string>{"/dev/sdw"}, "the dead path is named");
+    check(disks.without.size() == 1 && disks.without.count("/dev/sdw") == 1,
+          "the dead path is named");
+    check(!disks.without.empty() && !disks.without.begin()->second.empty(), "and has its reason");
+}
+
+void noPathIsLeft(const std::string& samples) {
+    const Disks disks = findDisksOnSample(samples + "/sick-all-paths-down.json");
+    check(disks.result == Result::kNothingAnswered, "without a path nothing answers");
+    check(disks.without.count("/dev/mapper/mpatha") == 1, "a map without a path is named");
 }
 
 void anEmptyListHasItsReason() {
     hosts::RecordedHost empty = hosts::RecordedHost::fromText(
-        R"({"format": "scsitool-host/1", "directories": {"/dev/": [".", "..", "mapper"], "/dev/mapper/": [".", ".."]},
+        R"({"format": "scsitool-host/1", "directories": {"/dev/": ["mapper"], "/dev/mapper/": []},
             "files": {"/proc/partitions": "major minor  #blocks  name\n\n"}})",
         "a host without disks");
     check(findDisksOn(empty).result == Result::kNoDisk, "no disk");
@@ -104,6 +113,7 @@ int main(int count, char** arguments) {
     try {
         everyDiskIsKnown(arguments[1]);
         oneDiskIsMissing(arguments[1]);
+        noPathIsLeft(arguments[1]);
         anEmptyListHasItsReason();
         theTraceReachesTheSink(arguments[1]);
     } catch (const std::exception& error) {

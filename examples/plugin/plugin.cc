@@ -21,8 +21,8 @@ int main() {
     for (const auto& [node, udid] : disks.udids) {
         std::printf("%s\t%s\n", node.c_str(), udid.c_str());
     }
-    for (const std::string& node : disks.without) {
-        std::printf("%s\t-\n", node.c_str());
+    for (const auto& [node, reason] : disks.without) {
+        std::printf("%s\t-\t%s\n", node.c_str(), reason.c_str());
     }
     std::fprintf(stderr, "plugin: %s\n", plugin::explain(disks.result));
     return static_cast<int>(disks.result);

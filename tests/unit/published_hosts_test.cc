@@ -178,4 +178,21 @@ TEST_F(PublishedGuardedHost, KeepsAnUnusedDiskThatAnswersWhenOnlyTheDeadAreMeant
     EXPECT_EQ(guard.refusals().size(), 1U);
 }
 
+// A host that says nothing but that an address is there.
+TEST(PublishedGuardedHostOfASilentHost, RefusesOrLetsGoAsItsSilenceIsMeant) {
+    constexpr char kSilent[] = R"({"format": "scsitool-host/1",
+        "files": {"/proc/scsi/scsi": "Host: scsi0 Channel: 00 Id: 09 Lun: 01\n"}})";
+    for (const bool isLive : {true, false}) {
+        hosts::RecordedHost recorded = hosts::RecordedHost::fromText(kSilent, "a silent host");
+        hosts::RecordedHost questions = hosts::RecordedHost::fromText(kSilent, "a silent host");
+        hosts::GuardedHost guard(recorded, questions,
+                                 isLive ? hosts::GuardedHost::Silence::kIsRefusal
+                                        : hosts::GuardedHost::Silence::kIsNoEvidence);
+        const host::Scope scope(guard);
+        CLinuxDeviceDiscovery().RemoveDevice(0, 0, 9, 1);
+        EXPECT_EQ(guard.refusals().empty(), !isLive);
+        EXPECT_EQ(recorded.journal().lines().empty(), isLive);
+    }
+}
+
 }  // namespace
