@@ -24,7 +24,7 @@ says() {
 # The command lines of a document that begin with one of these words ("A|B"), without their remarks.
 lines_of() {
     local lines
-    lines=$(sed -nE "s/^    (($2)[^#]*).*/\1/p" "$1")
+    lines=$(sed -nE "s,^    (($2)[^#]*).*,\1,p" "$1")
     [ -n "$lines" ] || fail "$1 has no line with $2"
     echo "$lines"
 }
