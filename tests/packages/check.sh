@@ -61,6 +61,25 @@ both_kinds_hold_the_same() {
     LD_LIBRARY_PATH=$work/rpm/usr/lib64 "$work/rpm/usr/bin/scsitool" --version >/dev/null
 }
 
+# Into a root of their own, into whose database they go as well; its scripts would need a whole system.
+installed_by_rpm() {
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "packages: NOT installed by rpm, which takes root's rights" >&2
+        return
+    fi
+    local root=$work/rpm-root rpm difference
+    mkdir "$root"
+    rpm=(rpm --root "$root" --dbpath /var/lib/rpm)
+    "${rpm[@]}" --initdb
+    "${rpm[@]}" --install --force-debian --nodeps --noscripts --ignoreos --ignorearch "$top"/build/packages/*.rpm
+    difference=$(diff <(names "$work/rpm") <(names "$root" | grep -v '^\./var/lib/rpm/')) ||
+        fail "what the RPM packages hold (<) and what rpm has installed (>) differ:"$'\n'"$difference"
+    "${rpm[@]}" --verify --all --nodeps --noscripts || fail "rpm finds other files than it has installed"
+    "${rpm[@]}" --erase --nodeps --noscripts $("${rpm[@]}" --query --all)
+    difference=$(find "$root" ! -type d ! -path "$root/var/lib/rpm/*")
+    [ -z "$difference" ] || fail "rpm has left: $difference"
+}
+
 sound() {
     lintian --allow-root --fail-on error "$top"/build/packages/*.deb
     rpmlint --config "$top/packaging/rpm/rpmlint.toml" "$top"/build/packages/*.rpm
@@ -102,7 +121,7 @@ used_in_a_chroot() {
     run_in "$root" bash /packages/inside.sh library
 }
 
-for step in package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same sound \
+for step in package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same installed_by_rpm sound \
     bills_of_materials interface used_in_a_chroot; do
     begun=$SECONDS
     if [ "$step" = package ]; then
