@@ -41,6 +41,8 @@ if(TARGET scsitool_command)
   install(DIRECTORY samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/scsitool/samples
     FILES_MATCHING PATTERN *.json PATTERN *.txt)
   install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
+  # A document: whoever wants the links copies it to where udev looks.
+  install(FILES packaging/udev/66-scsitool.rules DESTINATION ${CMAKE_INSTALL_DOCDIR})
   include(cmake/manuals.cmake)
   install(FILES packaging/completion/scsitool.bash RENAME scsitool
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

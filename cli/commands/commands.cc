@@ -29,6 +29,7 @@ CommandList makeCommands() {
     commands.push_back(makeWwpn());
     commands.push_back(makeCapture());
     commands.push_back(makeReport());
+    commands.push_back(makeUdevExport());
     commands.push_back(makeHelp());
     commands.push_back(makeComplete());
     return commands;

@@ -55,6 +55,7 @@ std::unique_ptr<Command> makeIscsi();
 std::unique_ptr<Command> makeWwpn();
 std::unique_ptr<Command> makeCapture();
 std::unique_ptr<Command> makeReport();
+std::unique_ptr<Command> makeUdevExport();
 std::unique_ptr<Command> makeHelp();
 std::unique_ptr<Command> makeComplete();
 

@@ -273,6 +273,7 @@ const std::pair<const char*, Words> kCommands[] = {
     {"diff", {"diff", "live", "live"}},
     {"matrix", {"matrix", "live"}},
     {"udid", {"udid", "/dev/sda"}},
+    {"udev-export", {"udev-export", "/dev/sda"}},
     {"validate", {"validate", "/dev/sda"}},
     {"inquiry", {"inquiry", "/dev/sda"}},
     {"explain", {"explain", "/dev/sda"}},

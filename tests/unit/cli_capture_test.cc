@@ -86,7 +86,8 @@ void addForDevices(const recording::RecordedHostData& data, Commands& commands) 
             continue;
         }
         const bool isAsked = asked.insert(likenessOf(path, device)).second;
-        for (const char* const command : {"validate", "inquiry", "explain", "udid", "find"}) {
+        for (const char* const command :
+             {"validate", "inquiry", "explain", "udid", "find", "udev-export"}) {
             if (isAsked) {
                 commands.push_back({command, path});
             }
