@@ -15,6 +15,9 @@ namespace {
 constexpr unsigned kHighestLevel = 9;
 constexpr unsigned kMostJobs = 1024;
 constexpr unsigned kLongestDeadline = 3600;
+// The kernel's ways for a command, by the names of its ioctls.
+constexpr char kSendCommand[] = "send_command";
+constexpr char kSgIo[] = "sg_io";
 
 // The option's own message would not say all that is wrong with "x", "-1" or "1.5".
 CLI::Validator numberFrom(unsigned lowest, unsigned highest, const std::string& option) {
@@ -31,7 +34,15 @@ CLI::Validator numberFrom(unsigned lowest, unsigned highest, const std::string& 
     return CLI::Validator(refuse, "");
 }
 
-void declareOptions(CLI::App& app, Options& options) {
+std::string refuseUnknownWay(const std::string& way) {
+    if (way != kSendCommand && way != kSgIo) {
+        throw UsageError("--transport " + way + ": expected " + kSendCommand + " or " + kSgIo);
+    }
+    return {};
+}
+
+void declareOptions(CLI::App& app, Request& request) {
+    Options& options = request.options;
     app.add_option("--host", options.hostFile,
                    "Work on a recorded host instead of this machine (- is standard "
                    "input)")
@@ -59,6 +70,12 @@ void declareOptions(CLI::App& app, Options& options) {
                    "Give up a disk that has not answered in SECONDS (default 10; 0 never)")
         ->type_name("SECONDS")
         ->check(numberFrom(0, kLongestDeadline, "--deadline"));
+    app.add_option_function<std::string>(
+           "--transport",
+           [&request](const std::string& way) { request.sendsBySgIo = way == kSgIo; },
+           "Send INQUIRY by WAY on this machine: send_command (the ioctl, default) or sg_io")
+        ->type_name("WAY")
+        ->check(CLI::Validator(refuseUnknownWay, ""));
     app.add_flag("--json", options.json, "Print one JSON document");
 }
 
@@ -157,7 +174,7 @@ Request readCommandLine(const CommandList& commands, const std::vector<std::stri
     app.require_subcommand(1);
     app.fallthrough();
     app.set_version_flag("-V,--version", "scsitool " + versionText());
-    declareOptions(app, request.options);
+    declareOptions(app, request);
     app.footer("Example:\n  scsitool volumes");
     std::vector<std::pair<CLI::App*, Command*>> declared;
     for (const auto& command : commands) {

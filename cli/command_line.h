@@ -14,6 +14,7 @@ namespace cli {
 struct Request {
     std::unique_ptr<CLI::App> app;  ///< what was parsed; commands ask it for their subcommands
     Options options;
+    bool sendsBySgIo = false;    ///< on this machine INQUIRY goes by SG_IO, which no log tells of
     Command* command = nullptr;  ///< null when `text` is all that is asked for
     std::string text;
 };

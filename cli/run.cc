@@ -16,6 +16,7 @@
 #include "cli/common/context.h"
 #include "cli/common/interrupted.h"
 #include "cli/common/refusals.h"
+#include "cli/hosts/sg_io_host.h"
 #include "cli/output/line_file.h"
 #include "cli/output/progress_line.h"
 #include "cli/output/trace_sink.h"
@@ -104,7 +105,9 @@ class Run {
             trace.emplace(options.traceFile.empty() ? "-" : options.traceFile, "trace",
                           LineFile::Mode::kReplace, m_err);
         }
-        HostStack hosts(options, m_live, journal ? &journal->stream() : nullptr, progress());
+        SgIoHost bySgIo(m_live);
+        host::Host& live = m_request.sendsBySgIo ? bySgIo : m_live;
+        HostStack hosts(options, live, journal ? &journal->stream() : nullptr, progress());
         hosts.top().tellOfLongWaits([this](const std::string& message) { notice(message); });
         if (journal) {
             journal->stream() << recording::runLine(versionText(), m_arguments, utcTime()) << '\n';

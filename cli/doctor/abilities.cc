@@ -116,7 +116,7 @@ void Abilities::tryCommands() {
         const std::string seen =
             "SCSI_IOCTL_SEND_COMMAND: " + picture::errorText(*first->seen.inquiryResult) +
             ", where SG_IO " + "is answered";
-        ability.lack(seen, "boot a kernel that takes the ioctl");
+        ability.lack(seen, "capture the host again with this version, which asks by SG_IO then");
         find(Kind::kNoSendCommand, refused, seen);
     } else if (std::none_of(disks.begin(), disks.end(), tookCommand)) {
         ability.leaveUntold(disks.empty() ? "there is no SCSI disk to try it on"

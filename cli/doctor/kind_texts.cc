@@ -12,7 +12,7 @@ const std::vector<KindText>& kindTexts() {
          "The kernel refuses SCSI_IOCTL_SEND_COMMAND",
          "Every page that a UDID is made of is asked for by this ioctl: without it a disk has no "
          "identity.",
-         "Boot a kernel that takes the ioctl; that the disk answers SG_IO is not enough."},
+         "Capture the host again with this version, which sends the same commands by SG_IO then."},
         {Kind::kNoScsiTable, "DOC003", Severity::kWarning, "/proc/scsi/scsi cannot be read",
          "bus has nothing to show, and remove-address and remove-dead remove nothing without it.",
          "Where the file is not there, boot a kernel built with CONFIG_SCSI_PROC_FS; prune removes "

@@ -14,6 +14,7 @@
 #include "host/open_node.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 #include "scsitool/dmp/dmp_discovery_manager.h"
+#include "scsitool/host/command_by_sg_io.h"
 #include "scsitool/udid/device_udid_factory.h"
 
 namespace cli::doctor {
@@ -26,10 +27,6 @@ using picture::ScsiAddress;
 // In these states a command waits, possibly for good.
 bool isHeldBack(const std::string& state) {
     return state == "blocked" || state == "created-blocked" || state == "quiesce";
-}
-
-bool isRefusal(int error) {
-    return error == -ENOTTY || error == -EINVAL || error == -EOPNOTSUPP;
 }
 
 // INQUIRY by the other interface.
@@ -119,8 +116,8 @@ class Round {
         disk.state = m_states[device.name];
         const std::string folder = "/sys/class/block/" + device.kernelName + "/";
         disk.isWriteProtected = m_evidence.file(folder + "ro").value_or("") == "1\n";
-        disk.answersSgIoOnly =
-            isRefusal(disk.seen.inquiryResult.value_or(0)) && answersSgIo(m_view.host, device.name);
+        disk.answersSgIoOnly = host::isUnknownRequest(disk.seen.inquiryResult.value_or(0)) &&
+                               answersSgIo(m_view.host, device.name);
         takeWord(disk);
         if (device.address) {
             disk.genericNode = guard::ScsiDevices(m_evidence).genericNodeAt(*device.address);
@@ -184,7 +181,7 @@ std::function<void(const std::string& node)> interview() {
         const host::Scope scope(watch);
         volume(node);
         const SeenAnswer& seen = watch.seen(node);
-        if (isRefusal(seen.inquiryResult.value_or(0))) {
+        if (host::isUnknownRequest(seen.inquiryResult.value_or(0))) {
             answersSgIo(watch, node);
         } else if (seen.answer.kind == guard::Answer::Kind::kConnected) {
             prune::liveIdentity({watch, false}, node, seen.answer);

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "host/command_runner.h"
+#include "host/command_transport.h"
 #include "host/machine.h"
 
 namespace host {
@@ -45,7 +46,14 @@ int LinuxHost::closeDevice(int descriptor) {
 }
 
 int LinuxHost::sendCommand(int descriptor, CommandBuffer& buffer) {
-    return isRefused() ? kRefusal : machine::sendCommand(descriptor, buffer);
+    // What one descriptor has shown holds for the kernel.
+    static CommandTransport transport;
+    if (isRefused()) {
+        return kRefusal;
+    }
+    return transport.send(
+        buffer, [=](CommandBuffer& sent) { return machine::sendCommand(descriptor, sent); },
+        [=](CommandBuffer& sent) { return sendBySgIo(*this, descriptor, sent); });
 }
 
 int LinuxHost::addressWords(int descriptor, AddressWords& words) {

@@ -377,7 +377,8 @@ TEST(Doctor, TellsAKernelWithoutTheIoctlFromASilentDisk) {
     EXPECT_EQ(ability["works"], false);
     EXPECT_EQ(ability["missing"],
               "SCSI_IOCTL_SEND_COMMAND: inappropriate ioctl for device, where SG_IO is answered");
-    EXPECT_EQ(ability["remedy"], "boot a kernel that takes the ioctl");
+    EXPECT_EQ(ability["remedy"],
+              "capture the host again with this version, which asks by SG_IO then");
     EXPECT_THAT(codesIn(found), testing::Contains("DOC002"));
     EXPECT_EQ(found.json()["findings"][0]["devices"], Json({"/dev/sdb", "/dev/sdc", "/dev/sdd"}));
 }

@@ -19,8 +19,8 @@ PROCESS_NAME = "loader"
 DISK_COST = "disk_cost"
 
 
-def write_command_overlay(command, library_dir, target):
-    """Packs the command and every library that it needs."""
+def write_command_overlay(command, library_dir, helpers, target):
+    """Packs the command with every library that it needs, and programs that need none."""
     overlay = CpioArchive()
     loader, libraries = _needed(command, library_dir)
     for path in (command, command.parent.parent / "bench" / DISK_COST):
@@ -31,6 +31,8 @@ def write_command_overlay(command, library_dir, target):
     overlay.add_host_file(f"{FOLDER}/{PROCESS_NAME}", os.path.realpath(loader))
     for name, path in libraries.items():
         overlay.add_host_file(f"{FOLDER}/{name}", os.path.realpath(path))
+    for path in helpers:
+        overlay.add_host_file(f"usr/bin/{path.name}", path)
     overlay.write(target)
 
 

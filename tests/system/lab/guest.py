@@ -44,6 +44,8 @@ class Guest:
         self._received = b""
         # The same command on this machine, for captures of the guest.
         self.outside = None
+        # Boots one more machine of this job: a context that yields (guest, machine).
+        self.boot_another = None
         line = self._read_line(BOOT_SECONDS)
         if line != "ready":
             raise GuestError(f"the guest's agent said {line!r} instead of \"ready\"")

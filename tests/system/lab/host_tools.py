@@ -9,6 +9,7 @@ PACKAGE_OF_TOOL = {
     "apt-get": "apt",
     "apt-cache": "apt",
     "dpkg-deb": "dpkg",
+    "gcc": "gcc",
     "depmod": "kmod",
     "modprobe": "kmod",
     "tar": "tar",

@@ -2,6 +2,7 @@
 import argparse
 import collections
 import concurrent.futures
+import contextlib
 import functools
 import importlib
 import os
@@ -17,6 +18,8 @@ from pathlib import Path
 from lab.checks import Checks
 from lab.command_overlay import write_command_overlay
 from lab.errors import LabError
+from lab.failed_job import FailedJobs
+from lab.helpers import build_helpers
 from lab.host_tools import require_tools
 from lab.image import open_cache, prepare_image
 from lab.job import Kernel, run_machine
@@ -85,6 +88,8 @@ def parse_arguments():
     parser.add_argument("--library-dir", dest="lib_dir", type=Path, help="where libscsitool.so.1 lies")
     parser.add_argument("--console-dir", type=Path,
                         help="keep every guest's console, and what it was asked, in this folder")
+    parser.add_argument("--failures-dir", type=Path, default=PROJECT / "build" / "system-failures",
+                        help="where the files of a failed job go (default: %(default)s)")
     parser.add_argument("--captures-dir", type=Path,
                         help="keep the captures of guests that jobs took in this folder")
     parser.add_argument("--parallel", type=int, default=min(MOST_MACHINES, os.cpu_count() or 1),
@@ -112,9 +117,10 @@ GuestFiles = collections.namedtuple("GuestFiles", "kernel ramdisk")
 class Laboratory:
     """What all jobs of a run share."""
 
-    def __init__(self, files, console_dir, outside, report):
+    def __init__(self, files, console_dir, failures, outside, report):
         self._files = files
         self._console_dir = console_dir
+        self._failures = failures
         self._outside = outside
         self._report = report
 
@@ -124,11 +130,7 @@ class Laboratory:
         begin = time.monotonic()
         try:
             job = load_job(name)
-            hardware = job.hardware()
-            files = self._files[hardware.kernel]
-            keep = functools.partial(self._keep_console, name)
-            with run_machine(files, hardware, keep) as (guest, machine):
-                guest.outside = self._outside
+            with self._boot(name, checks, job.hardware()) as (guest, machine):
                 job.run(guest, machine, checks)
         except LabError as error:
             checks.fail("the job runs to its end", str(error))
@@ -136,9 +138,29 @@ class Laboratory:
             checks.fail("the job runs to its end", traceback.format_exc())
         if not checks.passed + checks.failed:
             checks.fail("the job makes a check", "it made none")
+        if checks.failed:
+            checks.lines.append(f"  the files of this job are in {self._failures.where(name)}")
         self._report.job_ended(name, time.monotonic() - begin, checks)
 
-    def _keep_console(self, name, machine):
+    @contextlib.contextmanager
+    def _boot(self, name, checks, hardware):
+        """A machine of a job. The job may boot others beside it or after it by `guest.boot_another`."""
+        failed_before = checks.failed
+        keep = functools.partial(self._keep_console, name, checks)
+        with run_machine(self._files[hardware.kernel], hardware, keep) as (guest, machine):
+            guest.outside = self._outside
+            guest.boot_another = lambda more, what: self._boot(f"{name}-{what}", checks, more)
+            try:
+                yield guest, machine
+            except Exception:
+                self._failures.keep_state(name, guest)
+                raise
+            if checks.failed > failed_before:
+                self._failures.keep_state(name, guest)
+
+    def _keep_console(self, name, checks, machine):
+        if checks.failed or sys.exc_info()[0]:
+            self._failures.keep_console(name, machine)
         if self._console_dir:
             self._console_dir.mkdir(parents=True, exist_ok=True)
             (self._console_dir / f"{name}.console").write_text(machine.console_text(), "utf-8")
@@ -186,7 +208,7 @@ def run_jobs(arguments, names, report):
         if not arguments.build_only:
             command = find_command(arguments.command)
             outside = Outside(command, arguments.lib_dir, arguments.captures_dir)
-            write_command_overlay(command, arguments.lib_dir, overlay)
+            write_command_overlay(command, arguments.lib_dir, build_helpers(work), overlay)
         image, modules, old_kernel, names = build_guests(names, work, report)
         if arguments.build_only:
             say(f"the guest is ready in {image.folder}")
@@ -197,7 +219,7 @@ def run_jobs(arguments, names, report):
             ramdisk = concatenate(work / "proc-scsi-ramdisk", [usual.ramdisk, modules])
             files[Kernel.PROC_SCSI] = GuestFiles(image.kernel, ramdisk)
             files[Kernel.OLD_HOST] = GuestFiles(old_kernel, ramdisk)
-        laboratory = Laboratory(files, arguments.console_dir, outside, report)
+        laboratory = Laboratory(files, arguments.console_dir, FailedJobs(arguments.failures_dir), outside, report)
         # What takes the time is not to take that of other machines.
         quiet = [name for name in names if getattr(load_job(name), "NEEDS_QUIET", False)]
         run_in_parallel(laboratory, quiet, 1)
