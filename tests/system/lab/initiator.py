@@ -14,10 +14,10 @@ def start_initiator(guest):
     guest.wait_for("the initiator's daemon", "iscsiadm -m iface >/dev/null 2>&1")
 
 
-def log_in(guest, *targets, portal="10.0.2.100"):
-    """Opens sessions to targets by one portal, in this order."""
+def log_in(guest, *targets, portal="10.0.2.100", settings=""):
+    """Opens sessions to targets by one portal, in this order; a script may change settings in between."""
     logins = "\n".join(f"iscsiadm -m node -T {name} -p {portal} --login" for name in targets)
-    guest.run(f"iscsiadm -m discovery -t sendtargets -p {portal} >/dev/null\n{logins}")
+    guest.run(f"iscsiadm -m discovery -t sendtargets -p {portal} >/dev/null\n{settings}\n{logins}")
 
 
 def disks_of_target(guest, name):
