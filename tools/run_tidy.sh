@@ -18,7 +18,7 @@ check() {
     key=$({
         cat .clang-tidy
         "$tidy" --version
-        clang++ -std=c++17 -E -P -w -Iinclude -Isrc/kit/include -Isrc -I. -DSCSITOOL_VERSION='""' "$source"
+        clang++ -std=c++17 -E -P -w -Iinclude -Isrc/kit/include -Isrc/hosts/include -Isrc -I. -DSCSITOOL_VERSION='""' "$source"
         cat "$source"
     } 2>/dev/null | sha256sum | cut -d' ' -f1)
     if [ -e "$cache/$key" ]; then
