@@ -40,6 +40,10 @@ FULL_FEATURE_PHASE = 3
 OPERATIONAL_STAGE = 1
 TARGET_NOT_FOUND = b"\x02\x03"
 
+# The addressing methods of logical unit numbers, each with the first number that needs it.
+FLAT_SPACE_FROM, FLAT_SPACE = 256, 0x4000
+EXTENDED_FROM, EXTENDED_FLAT_SPACE = 16384, 0xD2
+
 GOOD, CHECK_CONDITION = 0x00, 0x02
 ILLEGAL_REQUEST = 0x05
 INVALID_OPCODE, INVALID_FIELD, UNIT_NOT_SUPPORTED = 0x20, 0x24, 0x25
@@ -151,6 +155,7 @@ class Target:
 
     Each command takes `seconds_an_answer`, any number of them at the same time; the units whose numbers are in `silent`
     swallow every command; a portal whose number (from 1) is in `dead_portals` loses its connections and takes no other.
+    `before_command` is called with the number and the command block of every command.
     """
 
     def __init__(self, name, units):
@@ -159,9 +164,11 @@ class Target:
         self.seconds_an_answer = 0
         self.silent = frozenset()
         self.dead_portals = set()
+        self.before_command = lambda lun, block: None
 
     def execute(self, lun, block, data_out):
         """Carries out one command for one logical unit number; None when nothing is ever said to it."""
+        self.before_command(lun, block)
         if lun in self.silent:
             return None
         unit = self.units.get(lun)
@@ -175,10 +182,17 @@ class Target:
         return illegal_request(UNIT_NOT_SUPPORTED)
 
     def _report_luns(self):
-        luns = sorted(self.units)
-        flat_space = 0x4000
-        entries = [struct.pack(">H6x", lun if lun < 256 else flat_space | lun) for lun in luns]
-        return struct.pack(">I4x", 8 * len(luns)) + b"".join(entries)
+        entries = [lun_field(lun) for lun in sorted(self.units)]
+        return struct.pack(">I4x", 8 * len(entries)) + b"".join(entries)
+
+
+def lun_field(lun):
+    """The eight bytes of a logical unit number (SAM): peripheral, flat space or extended flat space addressing."""
+    if lun < FLAT_SPACE_FROM:
+        return struct.pack(">H6x", lun)
+    if lun < EXTENDED_FROM:
+        return struct.pack(">H6x", FLAT_SPACE | lun)
+    return struct.pack(">I4x", EXTENDED_FLAT_SPACE << 24 | lun)
 
 
 class Pdu:
@@ -196,7 +210,9 @@ class Pdu:
 
     @property
     def lun(self):
-        """The logical unit number in peripheral or flat space addressing."""
+        """The logical unit number."""
+        if self.lun_field[0] == EXTENDED_FLAT_SPACE:
+            return int.from_bytes(self.lun_field[1:4], "big")
         return (self.lun_field[0] & 0x3F) << 8 | self.lun_field[1]
 
     def text_pairs(self):
