@@ -1,7 +1,10 @@
 #include "scsitool/dmp/dmp_discovery_manager.h"
 
+#include <memory>
+
 #include "scsitool/dmp/dmp_linux_device_mapper.h"
 #include "scsitool/dmp/dmp_powerpath.h"
+#include "tools/kept.h"
 #include "tools/trace.h"
 
 using qzfi_pdk_4_4::CFiSmartPtr;
@@ -9,7 +12,8 @@ using qzfi_pdk_4_4::CFiTraceLog;
 using tools::traceTo;
 
 CDmpDiscoveryManager::CDmpDiscoveryManager()
-    : m_modules{new CDmpPowerPathDiscovery, new CDmpLinuxDeviceMapper} {}
+    : m_modules{tools::kept(std::make_unique<CDmpPowerPathDiscovery>()),
+                tools::kept(std::make_unique<CDmpLinuxDeviceMapper>())} {}
 
 CDmpDiscoveryManager::~CDmpDiscoveryManager() = default;
 

@@ -1,6 +1,9 @@
 #include "udid/families.h"
 
 #include <iterator>
+#include <memory>
+
+#include "tools/kept.h"
 
 namespace udid {
 
@@ -8,7 +11,7 @@ std::vector<CUdidGenerator*> createGenerators() {
     std::vector<CUdidGenerator*> generators;
     generators.reserve(std::size(kFamilies));
     for (const Family& family : kFamilies) {
-        generators.push_back(family.create(family));
+        generators.push_back(tools::kept(std::unique_ptr<CUdidGenerator>(family.create(family))));
     }
     return generators;
 }

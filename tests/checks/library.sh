@@ -32,6 +32,8 @@ complain() {
 dynamic=$(readelf -d "$library")
 soname=$(sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p' <<<"$dynamic")
 [ "$soname" = "$name.so.1" ] || complain "the SONAME is '$soname'"
+[ -n "$own" ] || grep -q '(FLAGS_1).*NODELETE' <<<"$dynamic" ||
+    complain "may be unmapped, with the code of what it left to others"
 while read -r needed; do
     case $needed in
         "$own") ;;

@@ -28,7 +28,7 @@ class SCSITOOL_EXPORT CUDIDFactory : public qzfi_pdk_4_4::CFiTraceable {
   public:
     /// Creates the generators in the order in which they are asked, the most specific first.
     CUDIDFactory();
-    /// Frees the records and the TAQ generator. The other generators are not deleted.
+    /// Frees the records and the TAQ generator. The others are not deleted: they stay, reachable.
     ~CUDIDFactory() override;
     CUDIDFactory(const CUDIDFactory&) = delete;
     CUDIDFactory& operator=(const CUDIDFactory&) = delete;
