@@ -30,6 +30,9 @@ END
 # Columns of the designators, and the heading behind each.
 EXPLAIN_COLUMNS = ["ASSOCIATION", "TYPE", "CODE SET", "VALUE"]
 EXPLAIN_ENDS = ["TYPE", "CODE SET", "LENGTH", "TAKEN"]
+# The columns of the tree below a volume, and where its cells begin.
+TREE_COLUMNS = ["address", "device", "state", "initiator", "target", "group", "driver"]
+BRANCH = re.compile(r"[|`]- ")
 LSBLK = "lsblk -J -o NAME,SIZE,VENDOR,MODEL,WWN,MOUNTPOINTS"
 
 
@@ -62,7 +65,8 @@ def run(guest, _, checks):
             "lsblk": peer_tools.lsblk(guest.run(LSBLK).stdout),
             "multipath -ll": peer_tools.multipath(guest.run("multipath -ll").stdout),
             "sg_vpd -p di": collections.defaultdict(dict)}
-    ours = Ours(guest, [row.column for row in both if row.command == "devices" and row.column])
+    columns = [row.column for row in both if row.command == "devices" and row.column]
+    ours = Ours(*devices_of(guest, columns))
     for node in (NATIVE, multipath.map_members(guest)["/dev/mapper/mpatha"][0]):
         for cell, values in peer_tools.sg_vpd(guest.run(["sg_vpd", "-p", "di", node]).stdout, node).items():
             told["sg_vpd -p di"][cell].update(values)
@@ -71,6 +75,7 @@ def run(guest, _, checks):
     for row in both:
         if row.says or row.cell in told[row.tool]:
             check_row(checks, row, told[row.tool][row.cell], ours)
+    check_others(guest, checks, told, [row for row in both if row.command == "devices" and row.cell in told[row.tool]])
     check_names(guest, checks, told)
 
 
@@ -99,20 +104,36 @@ def table_of(guest, command, columns):
     return {row["device"]: row for row in rows}
 
 
+def devices_of(guest, columns, command="devices"):
+    """What devices or disks says: entries of its document and cells of its table."""
+    # One path is offline: that is told by the exit status, and that path has an entry of its own.
+    document = guest.scsitool(command, status=3)
+    cells = table_of(guest, command, list(dict.fromkeys(["device", *columns])))
+    return [*document[command], *document["unidentified"]], cells
+
+
+def volumes_of(guest):
+    """The same of volumes --paths: its document has maps and disks, its tree the disks."""
+    document = guest.scsitool("volumes", "--paths", status=3)
+    cells = {}
+    for line in guest.run(["scsitool", "volumes", "--paths", "--no-headings", "-o", "volume"], 3).stdout.splitlines():
+        if branch := BRANCH.match(line):
+            row = dict(zip(TREE_COLUMNS, re.split(" {2,}", line[branch.end():])))
+            cells[row["device"]] = row
+    return [entry for volume in document["volumes"] for entry in volume["devices"]], cells
+
+
 class Ours:
     """The same as scsitool says it: by column and by JSON member, of every device."""
 
-    def __init__(self, guest, columns):
-        columns = list(dict.fromkeys(["device", *columns]))
-        # One path is offline: that is told by the exit status, and that path has an entry of its own.
-        document = guest.scsitool("devices", status=3)
-        self.members = {entry["name"]: entry for entry in [*document["devices"], *document["unidentified"]]}
-        self.columns = table_of(guest, "devices", columns)
+    def __init__(self, entries, cells):
+        self.members = {entry["name"]: entry for entry in entries}
+        self.columns = cells
         for entry in list(self.members.values()):
             for partition in entry["partitions"] or []:
                 self.members[partition["name"]] = {"partitions[]": partition}
         for cells in list(self.columns.values()):
-            for name in cells["partitions"].split(" "):
+            for name in cells.get("partitions", "").split():
                 self.columns.setdefault(name, {"partitions": name})
 
     def explain(self, guest, node):
@@ -262,6 +283,39 @@ def check_row(checks, row, told, ours):
     where = f"{row.column or '(no column)'}, {row.member}"
     checks.true(f"{row.tool}, {row.cell}: {where} says the same of {len(told)}", told and not problems,
                 "\n".join(problems))
+
+
+def differences(row, told, ours):
+    """Where a view says something else than a tool, and for how many devices it says anything."""
+    theirs_as = THEIRS.get((row.tool, row.cell), same)
+    ours_as = OURS.get((row.tool, row.cell), same)
+    problems = []
+    answers = 0
+    for node, value in told.items():
+        for mine in (ours.member(node, row.member), ours.column(node, row.column)):
+            if mine not in (None, "-", "", []):
+                answers += 1
+                if not agree(theirs_as(value), ours_as(mine)):
+                    problems.append(f"{node}: {row.tool} says {json.dumps(value)}, ours {json.dumps(mine)}")
+    return problems, answers
+
+
+def check_others(guest, checks, told, rows):
+    """What volumes --paths and disks say of these cells is the same, and each cell they say of some disk."""
+    # Without the maps a disk is its own volume to disks, and is not put below a map.
+    columns = [row.column for row in rows if row.column not in ("", "volume")]
+    views = {"volumes --paths": Ours(*volumes_of(guest)), "disks": Ours(*devices_of(guest, columns, "disks"))}
+    for view, ours in views.items():
+        silent = []
+        for row in rows:
+            # Of a map disks has no row.
+            values = {node: value for node, value in told[row.tool][row.cell].items()
+                      if view != "disks" or not node.startswith("/dev/mapper/")}
+            problems, answers = differences(row, values, ours)
+            if values and not answers:
+                silent.append(f"{row.tool}, {row.cell}")
+            checks.quietly(f"{view}: {row.tool}, {row.cell}", problems, [], "")
+        checks.equal(f"{view} says something of every cell", silent, [])
 
 
 def check_names(guest, checks, told):
