@@ -39,10 +39,10 @@ bool Transcript::read(std::string text) {
         }
         // As bytes: not each of them is a question, or a truth value.
         const auto question = static_cast<std::uint8_t>(text[at + offsetof(Head, question)]);
-        if (question == 0 || question > kLast) {
+        const auto isGiven = static_cast<std::uint8_t>(text[at + offsetof(Head, isGiven)]);
+        if (question == 0 || question > kLast || isGiven != 0) {
             return false;
         }
-        text[at + offsetof(Head, isGiven)] = '\0';
         Head head;
         std::memcpy(&head, text.data() + at, sizeof head);
         if (lengthOf(head) > text.size() - at) {
