@@ -81,7 +81,7 @@ class UdevExport : public Command {
         Json& json = report.data["udev"] = Json::object();
         for (const auto& [key, value] : udev::propertiesOf(volume)) {
             json[key] = value;
-            report.text += key + "=" + value + "\n";
+            report.text.append(key).append("=").append(value).append("\n");
         }
         return report;
     }
