@@ -1,7 +1,10 @@
 // Holds what asking disks side by side brings, and what it costs where it brings nothing, against
 // the limits. Both ways are measured in turns, so that whatever else the machine does meanwhile
 // meets both.
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -41,9 +44,37 @@ class SlowHost : public host::ForwardingHost {
     const timespec m_pause;
 };
 
+/// Disks that answer as fast as a kernel can: whatever is asked of one enters it once, and comes
+/// back with the least that a device can do.
+class KernelHost : public host::ForwardingHost {
+  public:
+    using ForwardingHost::ForwardingHost;
+
+    int openDevice(const std::string& path, host::OpenMode mode) override {
+        const int node = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        ::close(node);
+        return ForwardingHost::openDevice(path, mode);
+    }
+    int sendCommand(int descriptor, host::CommandBuffer& buffer) override {
+        enter();
+        return ForwardingHost::sendCommand(descriptor, buffer);
+    }
+    int addressWords(int descriptor, host::AddressWords& words) override {
+        enter();
+        return ForwardingHost::addressWords(descriptor, words);
+    }
+
+  private:
+    static void enter() {
+        termios settings;
+        ::ioctl(STDIN_FILENO, TCGETS, &settings);
+    }
+};
+
 struct Case {
     const char* what;
     std::size_t disks;
+    bool hasKernel;
     long microseconds;  // an answer
     int rounds;
     double leastGain;  // how many times as fast
@@ -93,7 +124,8 @@ double shortest(const std::vector<double>& values) {
 
 bool holds(const Case& one) {
     bench::MemoryHost memory(one.disks);
-    SlowHost machine(memory, one.microseconds);
+    KernelHost kernel(memory);
+    SlowHost machine(one.hasKernel ? static_cast<host::Host&>(kernel) : memory, one.microseconds);
     std::vector<double> alone;
     std::vector<double> together;
     const auto gain = [&] { return shortest(alone) / shortest(together); };
@@ -105,7 +137,7 @@ bool holds(const Case& one) {
         together.push_back(secondsApart(machine, {}));
     }
     std::printf(
-        "%6zu disks that %s: %7.3f s one after the other, %7.3f s side by side, %.2f times"
+        "%6zu disks that %s: %.3f s one after the other, %.3f s side by side, %.2f times"
         " as fast (at least %.2f)\n",
         one.disks, one.what, shortest(alone), shortest(together), gain(), one.leastGain);
     return gain() >= one.leastGain;
@@ -114,8 +146,9 @@ bool holds(const Case& one) {
 }  // namespace
 
 int main() {
-    constexpr Case kCases[] = {{"take 1 ms an answer", 1000, 1000, 3, 12.0},
-                               {"answer at once", 10000, 0, 9, 0.7}};
+    constexpr Case kCases[] = {{"take 1 ms an answer", 1000, false, 1000, 3, 12.0},
+                               {"answer as fast as a kernel can", 10000, true, 0, 9, 0.9},
+                               {"answer in no time", 10000, false, 0, 9, 0.7}};
     int status = 0;
     for (const Case& one : kCases) {
         if (!holds(one)) {
