@@ -19,14 +19,18 @@ inline SenseData readSense(const PageView& bytes) {
     constexpr unsigned kDescriptor = 0x72;
     constexpr std::size_t kAdditionalLength = 7;  // of the bytes from 8 on
     constexpr std::size_t kFixedCode = 12;
+    constexpr std::size_t kFixedQualifier = 13;
     SenseData sense;
     sense.responseCode = bytes[0] & 0x7FU;
     switch (sense.responseCode & ~1U) {
         case kFixed:
             sense.key = bytes[2] & 0x0FU;
-            if (bytes[kAdditionalLength] + kAdditionalLength > kFixedCode) {
+            // The last byte is the additional length behind this field.
+            if (bytes[kAdditionalLength] + kAdditionalLength >= kFixedCode) {
                 sense.code = bytes[kFixedCode];
-                sense.qualifier = bytes[kFixedCode + 1];
+            }
+            if (bytes[kAdditionalLength] + kAdditionalLength >= kFixedQualifier) {
+                sense.qualifier = bytes[kFixedQualifier];
             }
             return sense;
         case kDescriptor:

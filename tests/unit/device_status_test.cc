@@ -179,8 +179,9 @@ TEST(DeviceStatus, CheckConditionTellsItsSense) {
     for (const Case& one :
          {Case{{0x70, 0, 5, 0, 0, 0, 0, 10, 0, 0, 0, 0, 0x25, 0x01, 0, 0}, ", sense 05/25/01"},
           Case{{0xF1, 0, 0x26, 0, 0, 0, 0, 6, 0, 0, 0, 0, 0x29, 0x02, 0, 0}, ", sense 06/29/02"},
-          // The additional sense code would stand behind their end.
-          Case{{0x70, 0, 2, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0x25, 0x01, 0, 0}, ", sense 02/00/00"},
+          // The additional sense code would stand behind their end, then its qualifier alone.
+          Case{{0x70, 0, 2, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0x25, 0x01, 0, 0}, ", sense 02/00/00"},
+          Case{{0x70, 0, 2, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0x25, 0x01, 0, 0}, ", sense 02/25/00"},
           Case{{0x72, 0x05, 0x24, 0x03, 0, 0, 0, 0}, ", sense 05/24/03"},
           Case{{0x73, 0x1B, 0x44, 0x00, 0, 0, 0, 0}, ", sense 0b/44/00"},
           Case{{0x74, 5, 0x24, 0, 0, 0, 0, 0}, ""}, Case{{}, ""}}) {
