@@ -38,12 +38,14 @@ class RemoveAddress : public Command {
             throw OperationError(addressText(address) +
                                  ": the kernel has no device at this address, nothing to remove");
         }
-        CLinuxDeviceDiscovery discovery;
-        context.traceInto(discovery);
-        discovery.RemoveDevice(address.host, address.channel, address.id, address.lun);
+        if (isAllowed(context, address, disk)) {
+            CLinuxDeviceDiscovery discovery;
+            context.traceInto(discovery);
+            discovery.RemoveDevice(address.host, address.channel, address.id, address.lun);
+        }
         Report report;
         report.data["address"] = addressJson(address);
-        if (disk.presence == DiskAtAddress::Presence::kThere) {
+        if (disk.presence == DiskAtAddress::Presence::kThere && disk.failures.empty()) {
             report.data["disk"] = diskJson(disk);
             report.text = diskLine(disk, addressText(address));
         }
@@ -80,6 +82,20 @@ class RemoveAddress : public Command {
                 udid(node);
                 prune::askDiskBehind(node);
             });
+    }
+
+    // The guard, which asks a moment later, may find that nothing there is in use: whether that is
+    // the disk that was meant nobody has seen.
+    bool isAllowed(const Context& context, const SLinuxScsiDevice& address,
+                   const DiskAtAddress& disk) const {
+        if (disk.failures.empty() || m_force.isGiven()) {
+            return true;
+        }
+        for (const std::string& failure : disk.failures) {
+            context.hosts.guard().refuse(
+                {addressText(address), "not known: " + failure, "whatever is there goes"});
+        }
+        return false;
     }
 
     std::vector<std::string> m_words;

@@ -33,6 +33,27 @@ std::string udidOf(host::Host& host, const std::string& node) {
     return {};
 }
 
+void lookUp(Evidence& evidence, const SLinuxScsiDevice& address, DiskAtAddress& disk) {
+    const auto names = evidence.list(kScsiDevices);
+    if (!names) {
+        return;
+    }
+    if (std::find(names->begin(), names->end(), addressText(address)) == names->end()) {
+        disk.presence = Presence::kAbsent;
+        return;
+    }
+    disk.presence = Presence::kThere;
+    const ScsiAddress at = scsiAddress(address);
+    ScsiDevices devices(evidence);
+    const std::string vendor = devices.attributeAt(at, "vendor");
+    const std::string model = devices.attributeAt(at, "model");
+    disk.product = vendor + (vendor.empty() || model.empty() ? "" : " ") + model;
+    const auto disks = devices.disksAt(at);
+    if (!disks.empty()) {
+        disk.node = "/dev/" + disks.front();
+    }
+}
+
 }  // namespace
 
 ScsiAddress scsiAddress(const SLinuxScsiDevice& address) {
@@ -44,23 +65,9 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
     host::Host& host = context.hosts.aside();
     Evidence evidence(host, !context.isLive());
     DiskAtAddress disk;
-    const auto names = evidence.list(kScsiDevices);
-    if (!names) {
-        return disk;
-    }
-    if (std::find(names->begin(), names->end(), addressText(address)) == names->end()) {
-        disk.presence = Presence::kAbsent;
-        return disk;
-    }
-    disk.presence = Presence::kThere;
-    const ScsiAddress at = scsiAddress(address);
-    ScsiDevices devices(evidence);
-    const std::string vendor = devices.attributeAt(at, "vendor");
-    const std::string model = devices.attributeAt(at, "model");
-    disk.product = vendor + (vendor.empty() || model.empty() ? "" : " ") + model;
-    const auto disks = devices.disksAt(at);
-    if (!disks.empty()) {
-        disk.node = "/dev/" + disks.front();
+    lookUp(evidence, address, disk);
+    disk.failures = evidence.failures();
+    if (!disk.node.empty()) {
         disk.udid = udidOf(host, disk.node);
     }
     return disk;

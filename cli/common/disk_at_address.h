@@ -2,6 +2,7 @@
 #define SCSITOOL_CLI_COMMON_DISK_AT_ADDRESS_H
 
 #include <string>
+#include <vector>
 
 #include "cli/common/context.h"
 #include "cli/output/report.h"
@@ -18,6 +19,8 @@ struct DiskAtAddress {
         kUntold,  ///< there is no list of the kernel's devices
     };
     Presence presence = Presence::kUntold;
+    /// What could not be told, each "PATH: reason": what is there may be another disk, or in use.
+    std::vector<std::string> failures;
     std::string node;     ///< empty for a device without a block device
     std::string product;  ///< vendor and product as the kernel has them
     std::string udid;     ///< empty when the disk does not tell

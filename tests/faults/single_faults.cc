@@ -53,16 +53,26 @@ bool isHarmless(const std::string& kind, const std::string& command, const std::
     return kind == "sleep" || kind == "unanswered" || host::isReadCommand(command) || looks;
 }
 
+// The same for commands that do the same: a tool that is not seen in one folder is taken from the
+// other, and where there is no multipath a map is taken by dmsetup. Either takes that one map, and
+// only when nobody has it open.
+std::string deedOf(std::string command) {
+    const std::string usr = "/usr";
+    const std::string flush = "/sbin/multipath -f ";
+    if (command.compare(0, usr.size() + 1, usr + "/") == 0) {
+        command.erase(0, usr.size());
+    }
+    return command.compare(0, flush.size(), flush) == 0
+               ? "/sbin/dmsetup remove " + command.substr(flush.size())
+               : command;
+}
+
 // What an effect does; empty for what is harmless.
 std::string effectIn(const std::string& line) {
     const nlohmann::json entry = nlohmann::json::parse(line);
     const std::string kind = entry.value("effect", "");
     const std::string data = entry.value("data", "");
-    std::string command = entry.value("command", "");
-    // A tool that is not seen in one folder is taken from the other.
-    if (command.find("/usr/") == 0) {
-        command.erase(0, std::strlen("/usr"));
-    }
+    const std::string command = deedOf(entry.value("command", ""));
     return isHarmless(kind, command, data) ? ""
                                            : kind + " " + command + entry.value("path", "") + data;
 }

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <utility>
 
 #include "cli_harness.h"
 #include "guard_machine.h"
@@ -22,6 +23,24 @@ recording::RecordedHostData machineData() {
     data.devices["/dev/sdb"].pages[0x00] = recording::Bytes{0x00, 0x00, 0x00, 0x02, 0x00, 0x83};
     return data;
 }
+
+// A host whose first listing of a directory fails.
+class OnceUntold : public host::ForwardingHost {
+  public:
+    OnceUntold(host::Host& inner, std::string path, host::DirectoryListing listing)
+        : ForwardingHost(inner), m_path(std::move(path)), m_listing(std::move(listing)) {}
+
+    host::DirectoryListing listDirectory(const std::string& path) override {
+        return path == m_path && !std::exchange(m_hasFailed, true)
+                   ? m_listing
+                   : ForwardingHost::listDirectory(path);
+    }
+
+  private:
+    const std::string m_path;
+    const host::DirectoryListing m_listing;
+    bool m_hasFailed = false;
+};
 
 // The write of a removal that reached the kernel's table, for a request that names one address.
 std::string request(const std::string& numbers) {
@@ -129,6 +148,45 @@ TEST(CliRemoveAddress, ADiskInUseIsNamedAndStays) {
     EXPECT_THAT(result.out, testing::StartsWith("2:0:0:5 is /dev/sdb, ACME Disk, "));
     EXPECT_THAT(result.err, HasSubstr("/dev/sdb is mounted at /data"));
     EXPECT_THAT(machine.journal(), testing::Not(testing::Contains(HasSubstr("append"))));
+}
+
+// What stands there has not been seen, whatever the guard is told a moment later.
+TEST(CliRemoveAddress, WhatCouldNotBeLookedUpStays) {
+    const std::string all = "/sys/class/scsi_device/";
+    const std::string disks = all + "2:0:0:5/device/block/";
+    struct Case {
+        std::string address;
+        std::string path;
+        host::DirectoryListing listing;
+        std::string reason;
+    };
+    for (const Case& one : {Case{"2:0:0:5", all, {EMFILE, 0, {}}, "Too many open files"},
+                            Case{"2:0:0:5", all, {0, EIO, {"2:0:0:5"}}, "Input/output error"},
+                            Case{"2:0:0:6", all, {EMFILE, 0, {}}, "Too many open files"},
+                            Case{"2:0:0:5", disks, {EMFILE, 0, {}}, "Too many open files"}}) {
+        CliMachine machine(machineData());
+        OnceUntold host(machine.host(), one.path, one.listing);
+        const CliResult result =
+            test::runCli({"--jobs", "1", "--deadline", "0", "remove-address", one.address}, host);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "scsitool: " + one.address + " is not known: " + one.path + ": " +
+                                  one.reason +
+                                  "; with --force whatever is there goes\n"
+                                  "scsitool: 1 removal refused, nothing was done; --force does it "
+                                  "all the same\n");
+        EXPECT_THAT(machine.journal(), testing::Not(testing::Contains(HasSubstr("append"))));
+    }
+}
+
+TEST(CliRemoveAddress, WhatCouldNotBeLookedUpGoesByForce) {
+    CliMachine machine(machineData());
+    OnceUntold host(machine.host(), "/sys/class/scsi_device/", {EMFILE, 0, {}});
+    const CliResult result = test::runCli(
+        {"--jobs", "1", "--deadline", "0", "remove-address", "2:0:0:5", "--force"}, host);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(machine.journal(), testing::Contains(request("2 0 0 5")));
 }
 
 }  // namespace
