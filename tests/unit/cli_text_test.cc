@@ -71,6 +71,37 @@ TEST(CliVisible, BytesThatAreNoUtf8AreEscapedOneByOne) {
     EXPECT_EQ(visible("\xed\xa0\x80"), "\\xed\\xa0\\x80");
 }
 
+// The lead byte tells how many bytes a character has.
+TEST(CliVisible, TheFirstAndTheLastCharacterOfEachWidthStay) {
+    for (const char* text :
+         {"~", "\xc2\xa0", "\xdf\xbf", "\xe0\xa0\x80", "\xef\xbf\xbd", "\xf0\x90\x80\x80",
+          "\xf3\xbf\xbf\xbf", "\xf4\x80\x80\x80", "\xf4\x8f\xbf\xbf"}) {
+        EXPECT_EQ(visible(text), text);
+        EXPECT_EQ(visible(text + std::string("x")), text + std::string("x"));
+    }
+}
+
+TEST(CliVisible, TheFirstAndTheLastCharacterOfEachRangeThatSteersAreEscaped) {
+    const struct {
+        const char* text;
+        const char* escaped;
+    } kCases[] = {
+        {"\x1f", "\\x1f"},
+        {"\x7f", "\\x7f"},
+        {"\xc2\x9f", "\\x9f"},
+        {"\xd8\x85", "\\u0605"},
+        {"\xdb\x9d", "\\u06dd"},
+        {"\xe0\xa2\x90", "\\u0890"},
+        {"\xe0\xa2\x91", "\\u0891"},
+        {"\xef\xbf\xbb", "\\ufffb"},
+        {"\xf3\xa0\x80\x80", "\\U000e0000"},
+        {"\xf3\xa0\xbf\xbf", "\\U000e0fff"},
+    };
+    for (const auto& one : kCases) {
+        EXPECT_EQ(visible(one.text), one.escaped);
+    }
+}
+
 TEST(CliVisible, TabsStayWhereTheyAreWanted) {
     EXPECT_EQ(visible("a\tb\n", true), "a\tb\\n");
 }

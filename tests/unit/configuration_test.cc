@@ -73,6 +73,14 @@ TEST_F(Configuration, TellsSectionsApart) {
     EXPECT_EQ(valueIn("[s]\nKEY=2\n"), kUntouched);
 }
 
+TEST_F(Configuration, ASectionMayHaveNoNameAndNeedsBothBrackets) {
+    EXPECT_EQ(valueIn("[S]\n[]\nKEY=8\n"), kUntouched);
+    EXPECT_EQ(valueIn("[S]\n[\nKEY=8\n"), 8U);
+    EXPECT_EQ(valueIn("[S]\n]\nKEY=8\n"), 8U);
+    EXPECT_EQ(valueIn("[S]\nT]\nKEY=8\n"), 8U);
+    EXPECT_EQ(valueIn("[S]\n[T\nKEY=8\n"), 8U);
+}
+
 // A copy that looked into its source would see what the source reads next, or freed memory.
 TEST_F(Configuration, ACopyKeepsItsOwnSection) {
     host.text = "[SECTION]\nKEY = 1\n";
