@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 
 #include "host/descriptor.h"
 #include "host/machine.h"
@@ -102,7 +101,7 @@ int sendCommand(int descriptor, CommandBuffer& buffer) {
 }
 
 int addressWords(int descriptor, AddressWords& words) {
-    std::uint32_t raw[2] = {0, 0};
+    std::uint32_t raw[2] = {};
     const int result = control(descriptor, SCSI_IOCTL_GET_IDLUN, raw);
     if (result >= 0) {
         words = {raw[0], raw[1]};
@@ -116,8 +115,7 @@ int sgIo(int descriptor, SgIoRequest& request) {
         return refused;
     }
     std::fill(request.data.begin(), request.data.end(), std::uint8_t{0});
-    sg_io_hdr_t header;
-    std::memset(&header, 0, sizeof header);
+    sg_io_hdr_t header = {};
     header.interface_id = 'S';
     header.dxfer_direction = SG_DXFER_FROM_DEV;
     header.cmd_len = static_cast<unsigned char>(request.cdb.size());

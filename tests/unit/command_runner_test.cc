@@ -2,11 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -28,6 +25,7 @@
 #include <vector>
 
 #include "host/descriptor.h"
+#include "refusing_kernel.h"
 #include "temporary_directory.h"
 
 namespace {
@@ -467,25 +465,12 @@ TEST(CommandRunnerDeathTest, FailsWithoutDescriptors) {
     EXPECT_EXIT(std::_Exit(failsWithoutDescriptors() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
-// Answers a system call with an errno, as a kernel that does not know it would.
-bool refuseSystemCall(int number, int error) {
-    sock_filter program[] = {
-        {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-        {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, static_cast<unsigned>(number)},
-        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)},
-        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-    };
-    const sock_fprog filter = {4, program};
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
-}
-
 bool closesDescriptorsWithoutCloseRange() {
     const rlimit limit = {1024, 1024};
     ::setrlimit(RLIMIT_NOFILE, &limit);
     ::dup2(STDERR_FILENO, 700);
     ::dup2(STDERR_FILENO, 1023);
-    return refuseSystemCall(SYS_close_range, ENOSYS) &&
+    return test::refuse(SYS_close_range, ENOSYS) &&
            runHelper({"descriptors"}).lines == Lines{"0", "1", "2"};
 }
 
@@ -496,7 +481,7 @@ TEST(CommandRunnerDeathTest, ClosesDescriptorsOnAKernelWithoutCloseRange) {
 
 bool failsWithoutProcesses() {
     const std::size_t before = openDescriptors();
-    return refuseSystemCall(SYS_clone, EAGAIN) && runHelper({"exit", "0"}).waitStatus == kMissing &&
+    return test::refuse(SYS_clone, EAGAIN) && runHelper({"exit", "0"}).waitStatus == kMissing &&
            openDescriptors() == before;
 }
 
