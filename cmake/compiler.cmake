@@ -23,6 +23,7 @@ endif()
 option(SCSITOOL_WERROR "Take warnings for errors" OFF)
 option(SCSITOOL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(SCSITOOL_FUZZ "Build what guides a fuzzer into the libraries, and the fuzz targets" OFF)
+option(SCSITOOL_MUTANTS "Build the code for tests/mutants: fast to compile, and telling what a test runs" OFF)
 
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
@@ -42,6 +43,11 @@ if(SCSITOOL_SANITIZE)
 else()
   # Every symbol that the library leaves open must be found in what it links with.
   add_link_options(-Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
+endif()
+# For the code alone: the tests, which are compiled as in any other build, come from ccache.
+set(SCSITOOL_TRACED "")
+if(SCSITOOL_MUTANTS)
+  set(SCSITOOL_TRACED -O0 -g1 -w -fsanitize-coverage=trace-pc)
 endif()
 # For the libraries and the command alone: the tests of the same build are no faster for it.
 set(SCSITOOL_GUIDED "")
