@@ -5,7 +5,7 @@ page 0x80 and `device_id`, then `wwn`, into page 0x83 (header of 4 bytes, design
 """
 import collections
 
-from lab import disks_of
+from lab import disks_of, same_outside
 from lab.job import Hardware, disk, disk_bus
 
 TYPICAL_SECONDS = 14
@@ -97,6 +97,7 @@ def run(guest, machine, checks):
     check_hexadecimal_form(guest, checks, [nodes[0], debug_nodes[0]])
     check_sizes(guest, checks, nodes, debug_nodes)
     check_vanished_disk(guest, machine, checks, nodes)
+    same_outside.check(guest, checks, "disks")
 
 
 def device_map(guest, status=0):

@@ -1,7 +1,7 @@
 """Real device-mapper maps over two paths: what `devices` makes of them, how they go away, and what protects them."""
 from array_families import FAMILIES
 from iscsi_target import Target
-from lab import disks_of, multipath
+from lab import disks_of, multipath, same_outside
 from lab.initiator import start_initiator
 from lab.job import PORTALS, Hardware
 
@@ -39,6 +39,7 @@ def run(guest, _, checks):
     check_open_map(guest, checks, names[3], maps[names[3]])
     mount_map(guest, names[1])
     check_mounted_map(guest, checks, names[1], maps[names[1]])
+    same_outside.check(guest, checks, "multipath", more=[["--dry-run", "flush-multipath"]])
     check_flush(guest, checks, names[1])
 
 

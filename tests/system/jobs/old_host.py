@@ -1,5 +1,5 @@
 """A host of the 2.4 kind: an inventory in /proc/scsi/scsi, and orders to add and remove written into it."""
-from lab import disks_of
+from lab import disks_of, same_outside
 from lab.job import Hardware, Kernel
 from lab.proc_scsi import DRIVER_NAME, GUEST_FOLDER, LOAD_MID_LAYER, OLD_RELEASE
 
@@ -71,6 +71,7 @@ def check_rescan(guest, checks):
 def check_dead_removal(guest, checks):
     """`remove-dead` takes the address away at which no disk answers any more."""
     guest.run(f"echo {DISKS - 1} >/sys/bus/pseudo/drivers/{DRIVER_NAME}/max_luns")
+    same_outside.check(guest, checks, "old-host", more=[["--json", "bus"], ["--dry-run", "remove-dead"]])
     checks.equal("dry run of remove-dead", guest.dry_run("remove-dead")[0], removal_of("0 0 0 2"))
     checks.equal("a dry run removes no dead address", len(addresses(guest)), DISKS)
     checks.equal("remove-dead names what it removed", guest.scsitool("remove-dead")["addresses"],
