@@ -9,6 +9,7 @@
 
 #include "cli/base/failure.h"
 #include "cli/base/files_apart.h"
+#include "cli/base/memory_watch.h"
 #include "cli/base/text.h"
 #include "cli/command_line.h"
 #include "cli/common/asking.h"
@@ -130,8 +131,13 @@ class Run {
         const bool tty = m_surroundings.outIsTerminal;
         const Layout layout = {tty ? m_surroundings.width : 0, tty && m_surroundings.colour};
         Context context = {m_request.options, layout, hosts, trace.log(), m_surroundings.isRoot};
+        const MemoryWatch memory;
         Report report = runCommand(context);
         addRefusals(report, context);
+        if (memory.hasRunOut() && report.failure.empty()) {
+            report.doubts.emplace_back(
+                "memory ran out on the way: what is shown and what was done may not be all");
+        }
         addUnanswered(report, context);
         host::ignoreInterruption();
         m_interruption = host::interruption();

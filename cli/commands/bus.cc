@@ -2,6 +2,7 @@
 
 #include "cli/base/text.h"
 #include "cli/common/command.h"
+#include "cli/hosts/read_watch.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
 namespace cli {
@@ -106,14 +107,18 @@ class Bus : public Command {
     Report run(Context& context) override {
         CLinuxDeviceDiscovery discovery;
         context.traceInto(discovery);
+        ReadWatch table(context.host(), kScsiTable);
+        const host::Scope scope(table);
         const Inventory inventory = takeInventory(discovery);
         Report report;
         report.data = dataOf(inventory);
         report.text = textOf(inventory, discovery, context.layout);
         if (inventory.devices.empty()) {
-            const int error = context.hosts.aside().readFile(kScsiTable).error();
-            report.failure = error != 0 ? whyNoTable(context, error)
-                                        : std::string(kScsiTable) + " names no device";
+            report.failure = table.error() != 0 ? whyNoTable(context, table.error())
+                                                : std::string(kScsiTable) + " names no device";
+        } else if (table.error() != 0) {
+            report.doubts.push_back("the inventory is not whole: " +
+                                    whyNotThere(context.view(), kScsiTable, table.error()));
         }
         return report;
     }

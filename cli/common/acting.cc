@@ -43,6 +43,11 @@ bool isScript(const CommandEffect& effect) {
     return effect.command.find("/rescan-scsi-bus.sh ") != std::string::npos;
 }
 
+// By which the rescan of a 2.4 kernel finds the adapters: what is not listed is not rescanned.
+bool isAdapterList(const CommandEffect& effect) {
+    return effect.command.find("/bin/ls /proc/scsi") == 0;
+}
+
 bool scansByItself(const Context& context) {
     return context.hosts.aside().kernelRelease().compare(0, 4, "2.4.") == 0;
 }
@@ -127,6 +132,11 @@ std::string scriptFailure(const Context& context) {
 
 void addRescanDoubts(Report& report, const Context& context) {
     const auto& commands = context.host().commands();
+    for (const CommandEffect& effect : commands) {
+        if (isAdapterList(effect) && !succeeded(effect)) {
+            report.doubts.push_back(kNotComplete + failureText(context, effect));
+        }
+    }
     const bool hasRescanned = std::any_of(commands.begin(), commands.end(), isEffect);
     const bool hasRunScript = std::any_of(commands.begin(), commands.end(), isScript);
     if (context.options.dryRun || !hasRescanned) {

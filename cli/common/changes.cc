@@ -109,8 +109,10 @@ ChangeWatch::Look ChangeWatch::look(const Context& context) {
     picture::Enumeration enumeration(context);
     Look look;
     look.devices = enumeration.run(false, "", "");
-    look.volumes.volumes =
-        comparison::volumesOf(enumeration.pictureWithoutFields(), context.view(), look.doubts);
+    const picture::Picture picture = enumeration.pictureWithoutFields();
+    // What did not answer at one of the two looks seems to have come or gone.
+    look.doubts = picture::doubtsOf(picture, enumeration.hint());
+    look.volumes.volumes = comparison::volumesOf(picture, context.view(), look.doubts);
     return look;
 }
 

@@ -98,6 +98,12 @@ void addKept(Report& report, const Context& context) {
     for (const Refusal& one : kept) {
         report.text += visible(one.device) + " stays: it is " + visible(one.reason) + "\n";
     }
+    const std::vector<std::string> untold = context.hosts.guard().untoldKept();
+    if (!untold.empty()) {
+        const std::size_t more = untold.size() - 1;
+        report.doubts.push_back("not known what else is in use and stays: " + untold.front() +
+                                (more == 0 ? "" : " (and " + std::to_string(more) + " more)"));
+    }
 }
 
 void addRefusals(Report& report, const Context& context) {

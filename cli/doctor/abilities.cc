@@ -100,8 +100,11 @@ void Abilities::tryDisks() {
                      isUser ? "run it as root" : "give it the device nodes of the disks");
         find(Kind::kClosedToUser, denied, openText(*first));
     } else if (opened.empty()) {
-        ability.leaveUntold(disks.empty() ? "there is no SCSI disk to try it on"
-                                          : "no disk opens: " + openText(disks.front()));
+        const auto failed = std::find_if(disks.begin(), disks.end(),
+                                         [](const auto& disk) { return disk.openError() != 0; });
+        ability.leaveUntold(disks.empty()           ? "there is no SCSI disk to try it on"
+                            : failed == disks.end() ? "no disk was asked"
+                                                    : "no disk opens: " + openText(*failed));
     }
     add(std::move(ability));
 }

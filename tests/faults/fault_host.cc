@@ -16,48 +16,58 @@ void FaultHost::failAt(std::size_t call, std::size_t way) {
     m_at = call;
     m_way = way;
     m_ways.clear();
-    m_failed.clear();
+    m_failed = {};
     m_hasFailedRelease = false;
 }
 
-std::size_t FaultHost::fault(const std::string& what, std::size_t ways) {
+std::size_t FaultHost::fault(const char* call, const std::string& of, std::size_t ways) {
     m_ways.push_back(ways + 1);
     if (m_ways.size() != m_at) {
         return kNone;
     }
-    m_failed = what + ", way " + std::to_string(m_way);
-    if (m_way >= ways) {
+    m_failed = {call, of, m_way, m_way >= ways};
+    if (m_failed.isOutOfMemory) {
+        // As operator new does it.
+        if (const std::new_handler handler = std::get_new_handler()) {
+            handler();
+        }
         throw std::bad_alloc();
     }
     return m_way;
 }
 
-int FaultHost::errorOf(const std::string& what, const std::vector<int>& errors) {
-    const std::size_t way = fault(what, errors.size());
+int FaultHost::errorOf(const char* call, const std::string& of, const std::vector<int>& errors) {
+    const std::size_t way = fault(call, of, errors.size());
     return way == kNone ? 0 : errors[way];
 }
 
+int FaultHost::requestError(const char* call, int descriptor, const std::vector<int>& errors) {
+    const auto open = m_open.find(descriptor);
+    return errorOf(call, open == m_open.end() ? std::string() : open->second, errors);
+}
+
 int FaultHost::openDevice(const std::string& path, host::OpenMode mode) {
-    if (const int error = errorOf("open " + path, {-ENXIO, -EMFILE}); error != 0) {
+    if (const int error = errorOf("open", path, {-ENXIO, -EMFILE}); error != 0) {
         return error;
     }
     const int opened = m_inner.openDevice(path, mode);
     if (opened >= 0) {
-        m_open.insert(opened);
+        m_open.emplace(opened, path);
     }
     return opened;
 }
 
 // The kernel has closed it whatever it gives.
 int FaultHost::closeDevice(int descriptor) {
-    m_open.erase(descriptor);
     const int closed = m_inner.closeDevice(descriptor);
-    const int error = errorOf("close", {-EIO});
+    const auto open = m_open.extract(descriptor);
+    const std::string path = open.empty() ? std::string() : open.mapped();
+    const int error = errorOf("close", path, {-EIO});
     return error != 0 ? error : closed;
 }
 
 int FaultHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const int error = errorOf("SCSI_IOCTL_SEND_COMMAND", {-EIO, kCheckCondition});
+    const int error = requestError("SCSI_IOCTL_SEND_COMMAND", descriptor, {-EIO, kCheckCondition});
     if (error > 0) {
         // Sense data stand where the response would.
         std::fill(buffer.begin() + 8, buffer.begin() + 26, std::uint8_t{0x70});
@@ -66,12 +76,12 @@ int FaultHost::sendCommand(int descriptor, host::CommandBuffer& buffer) {
 }
 
 int FaultHost::addressWords(int descriptor, host::AddressWords& words) {
-    const int error = errorOf("SCSI_IOCTL_GET_IDLUN", {-ENODEV});
+    const int error = requestError("SCSI_IOCTL_GET_IDLUN", descriptor, {-ENODEV});
     return error != 0 ? error : m_inner.addressWords(descriptor, words);
 }
 
 int FaultHost::sgIo(int descriptor, host::SgIoRequest& request) {
-    const int error = errorOf("SG_IO", {-EIO, kCheckCondition});
+    const int error = requestError("SG_IO", descriptor, {-EIO, kCheckCondition});
     if (error > 0) {
         request.status = kCheckCondition;
         return 0;
@@ -80,12 +90,12 @@ int FaultHost::sgIo(int descriptor, host::SgIoRequest& request) {
 }
 
 int FaultHost::deviceSize(int descriptor, std::uint64_t& bytes) {
-    const int error = errorOf("BLKGETSIZE64", {-ENODEV});
+    const int error = requestError("BLKGETSIZE64", descriptor, {-ENODEV});
     return error != 0 ? error : m_inner.deviceSize(descriptor, bytes);
 }
 
 host::ReadResult FaultHost::readFile(const std::string& path) {
-    const std::size_t way = fault("read " + path, 2);
+    const std::size_t way = fault("read", path, 2);
     if (way == 0) {
         return {EMFILE, 0, {}};
     }
@@ -99,7 +109,7 @@ host::ReadResult FaultHost::readFile(const std::string& path) {
 
 host::AppendResult FaultHost::appendFile(const std::string& path, const std::string& text,
                                          const host::BeforeWrite& beforeWrite) {
-    const std::size_t way = fault("append to " + path, 2);
+    const std::size_t way = fault("append", path, 2);
     if (way == 0) {
         return {EACCES, 0};
     }
@@ -111,15 +121,15 @@ host::AppendResult FaultHost::appendFile(const std::string& path, const std::str
 }
 
 bool FaultHost::pathExists(const std::string& path) {
-    return fault("stat " + path, 1) == kNone && m_inner.pathExists(path);
+    return fault("stat", path, 1) == kNone && m_inner.pathExists(path);
 }
 
 bool FaultHost::isDirectory(const std::string& path) {
-    return fault("stat " + path, 1) == kNone && m_inner.isDirectory(path);
+    return fault("stat", path, 1) == kNone && m_inner.isDirectory(path);
 }
 
 host::DirectoryListing FaultHost::listDirectory(const std::string& path) {
-    const std::size_t way = fault("list " + path, 2);
+    const std::size_t way = fault("list", path, 2);
     if (way == 0) {
         return {EMFILE, 0, {}};
     }
@@ -132,22 +142,22 @@ host::DirectoryListing FaultHost::listDirectory(const std::string& path) {
 }
 
 int FaultHost::readLink(const std::string& path, std::string& target) {
-    const int error = errorOf("readlink " + path, {-EIO});
+    const int error = errorOf("readlink", path, {-EIO});
     return error != 0 ? error : m_inner.readLink(path, target);
 }
 
 int FaultHost::deviceNumber(const std::string& path, host::DeviceNumber& number) {
-    const int error = errorOf("stat " + path, {-EIO});
+    const int error = errorOf("stat", path, {-EIO});
     return error != 0 ? error : m_inner.deviceNumber(path, number);
 }
 
 int FaultHost::writeAccess(const std::string& path) {
-    const int error = errorOf("access " + path, {-EROFS});
+    const int error = errorOf("access", path, {-EROFS});
     return error != 0 ? error : m_inner.writeAccess(path);
 }
 
 host::CommandResult FaultHost::runCommand(const std::string& command, int timeoutSeconds) {
-    const std::size_t way = fault("run " + command, 3);
+    const std::size_t way = fault("run", command, 3);
     if (way == 0) {
         return {{}, 127 << 8, false};
     }
@@ -163,12 +173,12 @@ host::CommandResult FaultHost::runCommand(const std::string& command, int timeou
 }
 
 int FaultHost::runShell(const std::string& line) {
-    const std::size_t way = fault("shell " + line, 1);
+    const std::size_t way = fault("shell", line, 1);
     return way == kNone ? m_inner.runShell(line) : 1 << 8;
 }
 
 int FaultHost::openSemaphore(int key, int count, int flags) {
-    const int error = errorOf("semget", {-EACCES, -ENOSPC});
+    const int error = errorOf("semget", "", {-EACCES, -ENOSPC});
     return error != 0 ? error : m_inner.openSemaphore(key, count, flags);
 }
 
@@ -179,26 +189,26 @@ int FaultHost::operateSemaphore(int identifier,
                     [](const host::SemaphoreOperation& one) { return one.operation < 0; });
     // Known before it is thrown.
     m_hasFailedRelease = m_hasFailedRelease || (isRelease && m_ways.size() + 1 == m_at);
-    const int error = errorOf("semop", {-EIDRM, -EINTR});
+    const int error = errorOf("semop", "", {-EIDRM, -EINTR});
     return error != 0 ? error : m_inner.operateSemaphore(identifier, operations);
 }
 
 int FaultHost::semaphoreUser(int identifier) {
-    const int error = errorOf("semctl", {-EIDRM});
+    const int error = errorOf("semctl", "", {-EIDRM});
     return error != 0 ? error : m_inner.semaphoreUser(identifier);
 }
 
 std::string FaultHost::kernelRelease() {
-    return fault("uname", 1) == kNone ? m_inner.kernelRelease() : std::string();
+    return fault("uname", "", 1) == kNone ? m_inner.kernelRelease() : std::string();
 }
 
 int FaultHost::hostName(std::string& name) {
-    const int error = errorOf("gethostname", {-ENAMETOOLONG});
+    const int error = errorOf("gethostname", "", {-ENAMETOOLONG});
     return error != 0 ? error : m_inner.hostName(name);
 }
 
 void FaultHost::sleepSeconds(unsigned seconds) {
-    fault("sleep", 0);
+    fault("sleep", "", 0);
     m_inner.sleepSeconds(seconds);
 }
 

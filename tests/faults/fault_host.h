@@ -2,10 +2,11 @@
 #define SCSITOOL_TESTS_FAULTS_FAULT_HOST_H
 
 #include <cstddef>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "fault.h"
 #include "scsitool/host/host.h"
 
 namespace faults {
@@ -20,8 +21,8 @@ class FaultHost final : public host::Host {
     void failAt(std::size_t call, std::size_t way);
     /// In how many ways each call could have failed, in the order of the calls.
     const std::vector<std::size_t>& ways() const { return m_ways; }
-    /// What the call that failed was.
-    const std::string& failed() const { return m_failed; }
+    /// What has failed.
+    const Fault& failed() const { return m_failed; }
     /// The fault was in giving the lock back.
     bool hasFailedRelease() const { return m_hasFailedRelease; }
     /// Descriptors that were handed out and not closed.
@@ -57,17 +58,19 @@ class FaultHost final : public host::Host {
 
     /// Counts a call that can fail in `ways` ways and, in one more, throws std::bad_alloc. Gives
     /// the way in which it fails now, else `kNone`.
-    std::size_t fault(const std::string& what, std::size_t ways);
+    std::size_t fault(const char* call, const std::string& of, std::size_t ways);
     /// The same of a call that fails with one of these numbers: that number, else 0.
-    int errorOf(const std::string& what, const std::vector<int>& errors);
+    int errorOf(const char* call, const std::string& of, const std::vector<int>& errors);
+    /// The same of a request to an open device.
+    int requestError(const char* call, int descriptor, const std::vector<int>& errors);
 
     host::Host& m_inner;
     std::size_t m_at = 0;
     std::size_t m_way = 0;
     std::vector<std::size_t> m_ways;
-    std::string m_failed;
+    Fault m_failed;
     bool m_hasFailedRelease = false;
-    std::set<int> m_open;
+    std::map<int, std::string> m_open;  // to the path
 };
 
 }  // namespace faults

@@ -29,6 +29,11 @@ CLinuxDeviceDiscovery& discovery() {
     return instance;
 }
 
+std::string addressOf(const SLinuxScsiDevice& device) {
+    return std::to_string(device.host) + ":" + std::to_string(device.channel) + ":" +
+           std::to_string(device.id) + ":" + std::to_string(device.lun);
+}
+
 // Owns what an operation gives, also when the next one throws.
 class Owned {
   public:
@@ -44,111 +49,213 @@ class Owned {
     Records records;
 };
 
-void inventory() {
+void tellMap(Answering& answering, const DeviceMap& devices) {
+    for (const auto& [name, device] : devices) {
+        answering.found(name, device.uid);
+    }
+}
+
+void enumerate(Answering& answering, bool withRescan) {
+    DeviceMap devices;
+    answering.call("enumerateDeviceMap", [&] {
+        devices = factory().enumerateDeviceMap(withRescan, withRescan, false, "",
+                                               withRescan ? " -r" : "");
+    });
+    tellMap(answering, devices);
+}
+
+void oneUdid(Answering& answering, const std::string& disk, bool rescanIfMissing) {
+    std::string udid;
+    answering.call("getCachedUniqueDeviceID", [&] {
+        udid = factory().getCachedUniqueDeviceID(disk.c_str(), rescanIfMissing);
+    });
+    answering.found(disk, udid);
+}
+
+void oneMap(Answering& answering, const std::string& disk) {
+    DeviceMap devices;
+    answering.call("validateDeviceMap", [&] { devices = factory().validateDeviceMap(disk); });
+    tellMap(answering, devices);
+}
+
+void inventory(Answering& answering) {
     std::map<int, std::vector<int>> targets;
-    discovery().getTargetIds(targets);
+    answering.code("getTargetIds", [&] { return discovery().getTargetIds(targets); });
+    for (const auto& [host, ids] : targets) {
+        for (const int id : ids) {
+            answering.found("target " + std::to_string(host) + " " + std::to_string(id), "");
+        }
+    }
     std::map<int, int> luns;
     std::map<int, int> ids;
     std::map<int, int> channels;
-    for (const SLinuxScsiDevice& device : discovery().getDeviceList(true)) {
+    std::vector<SLinuxScsiDevice> devices;
+    answering.call("getDeviceList", [&] { devices = discovery().getDeviceList(true); });
+    for (const SLinuxScsiDevice& device : devices) {
         luns[device.host] = ids[device.host] = channels[device.host] = 0;
+        answering.found("address " + addressOf(device), "");
     }
-    discovery().scanForAdapterMaximums(luns, ids, channels);
-    discovery().getDeviceCount();
+    answering.code("scanForAdapterMaximums",
+                   [&] { return discovery().scanForAdapterMaximums(luns, ids, channels); });
+    answering.code("getDeviceCount", [&] { return discovery().getDeviceCount(); });
 }
 
-void removeDead(bool removeLun0) {
-    Owned owned(discovery().rescan(false, false, false, "", ""));
+void removeDead(Answering& answering, bool removeLun0) {
+    Records enumerated;
+    answering.call("rescan", [&] { enumerated = discovery().rescan(false, false, false, "", ""); });
+    const Owned owned(std::move(enumerated));
     // What has no address is dropped from the list and stays the caller's.
     Records listed = owned.records;
-    discovery().removeDeadDevices(listed, removeLun0);
+    answering.call("removeDeadDevices", [&] { discovery().removeDeadDevices(listed, removeLun0); });
 }
 
-void adapters() {
+void adapters(Answering& answering) {
     std::map<std::string, std::vector<int>> drivers;
-    discovery().GetHostAdapterList(drivers);
-    discovery().RescanScsiMidLayer2_4(drivers);
+    answering.code("GetHostAdapterList", [&] { return discovery().GetHostAdapterList(drivers); });
+    answering.code("RescanScsiMidLayer2_4",
+                   [&] { return discovery().RescanScsiMidLayer2_4(drivers); });
     std::vector<std::string> names;
-    discovery().GetHostAdapterList2_6(names);
+    answering.code("GetHostAdapterList2_6",
+                   [&] { return discovery().GetHostAdapterList2_6(names); });
+    for (const std::string& name : names) {
+        answering.found("adapter " + name, "");
+    }
 }
 
-void initiator() {
+void initiator(Answering& answering) {
     CScsiTool tool;
     std::string iqn;
     std::string portal = "10.0.0.1";
     std::string target = "iqn.2026-01.org.acme:a";
-    tool.GetHostIQN(iqn);
-    tool.DiscoverIscsiTargets(portal);
-    tool.LoginToIscsiIQN(target);
-    tool.RescanIscsiSessions();
-    tool.LogoutFromIscsiIQN(target);
+    answering.code("GetHostIQN", [&] { return tool.GetHostIQN(iqn); });
+    answering.found("initiator", iqn);
+    answering.code("DiscoverIscsiTargets", [&] { return tool.DiscoverIscsiTargets(portal); });
+    answering.code("LoginToIscsiIQN", [&] { return tool.LoginToIscsiIQN(target); });
+    answering.code("RescanIscsiSessions", [&] { return tool.RescanIscsiSessions(); });
+    answering.code("LogoutFromIscsiIQN", [&] { return tool.LogoutFromIscsiIQN(target); });
 }
 
-void nativeDisks() {
+void nativeDisks(Answering& answering) {
     std::vector<CScsiDeviceData> disks;
-    discovery().enumerateNativeDevicePathsExt(disks);
+    answering.code("enumerateNativeDevicePathsExt",
+                   [&] { return discovery().enumerateNativeDevicePathsExt(disks); });
+    for (const CScsiDeviceData& disk : disks) {
+        answering.found(disk.m_deviceName, std::to_string(disk.m_sizeKb));
+    }
 }
 
-void pseudoDevices() {
+void nativePaths(Answering& answering, const std::string& disk) {
+    std::vector<std::string> paths;
+    answering.call("enumerateNativeDevicePaths",
+                   [&] { paths = discovery().enumerateNativeDevicePaths(); });
+    for (const std::string& path : paths) {
+        answering.found(path, "");
+    }
+    unsigned long size = 0;
+    answering.code("getDiskSize", [&] { return discovery().getDiskSize(disk, size); });
+    answering.found(disk, std::to_string(size));
+}
+
+void pseudoDevices(Answering& answering) {
     static CDmpDiscoveryManager manager;
     DeviceMap devices;
-    manager.enumerateDmpDevices(devices);
-    manager.rescan();
+    answering.code("enumerateDmpDevices", [&] { return manager.enumerateDmpDevices(devices); });
+    tellMap(answering, devices);
+    answering.code("rescan of the multipath layer", [&] { return manager.rescan(); });
 }
 
-void removeRecord(const std::string& disk) {
-    Owned owned(discovery().validateDevice(disk));
+void removeRecord(Answering& answering, const std::string& disk) {
+    Records validated;
+    answering.call("validateDevice", [&] { validated = discovery().validateDevice(disk); });
+    const Owned owned(std::move(validated));
     CScsiTool tool;
     for (CScsiDeviceData* const record : owned.records) {
-        tool.RemoveDevice(record);
+        answering.code("RemoveDevice of a record", [&] { return tool.RemoveDevice(record); });
+    }
+}
+
+void portNames(Answering& answering) {
+    std::vector<std::string> names;
+    answering.call("getWWPN", [&] { names = WWPN().getWWPN(); });
+    for (const std::string& name : names) {
+        answering.found("port " + name, "");
     }
 }
 
 std::vector<Operation> libraryOperations() {
+    using A = Answering;
+    const std::string map = "/dev/mapper/mpatha";
     return {
-        {"enumerate",
-         [](const std::string&) { factory().enumerateDeviceMap(false, false, false, "", ""); }},
-        {"rescan and enumerate",
-         [](const std::string&) { factory().enumerateDeviceMap(true, true, false, "", " -r"); }},
-        {"one UDID",
-         [](const std::string& disk) { factory().getCachedUniqueDeviceID(disk.c_str(), false); }},
+        {"enumerate", [](A& to, const std::string&) { enumerate(to, false); }},
+        {"rescan and enumerate", [](A& to, const std::string&) { enumerate(to, true); }},
+        {"one UDID", [](A& to, const std::string& disk) { oneUdid(to, disk, false); }},
         {"a UDID that is missing",
-         [](const std::string&) { factory().getCachedUniqueDeviceID("/dev/sdzz", true); }},
-        {"one device's map", [](const std::string& disk) { factory().validateDeviceMap(disk); }},
-        {"remove a map", [](const std::string&) { factory().removeDevice("/dev/mapper/mpatha"); }},
-        {"remove stale devices", [](const std::string&) { factory().removeStaleDevices(" -r"); }},
-        {"remove dead devices", [](const std::string&) { removeDead(false); }, true},
-        {"remove dead devices and LUN 0", [](const std::string&) { removeDead(true); }, true},
-        {"remove an address", [](const std::string&) { discovery().RemoveDevice(2, 0, 0, 5); }},
+         [](A& to, const std::string&) { oneUdid(to, "/dev/sdzz", true); }},
+        {"one device's map", oneMap},
+        {"remove a map",
+         [=](A& to, const std::string&) {
+             to.call("removeDevice", [&] { factory().removeDevice(map); });
+         }},
+        {"remove stale devices",
+         [](A& to, const std::string&) {
+             to.code("removeStaleDevices", [] { return factory().removeStaleDevices(" -r"); });
+         }},
+        {"remove dead devices", [](A& to, const std::string&) { removeDead(to, false); }, true},
+        {"remove dead devices and LUN 0", [](A& to, const std::string&) { removeDead(to, true); },
+         true},
+        {"remove an address",
+         [](A& to, const std::string&) {
+             to.call("RemoveDevice", [] { discovery().RemoveDevice(2, 0, 0, 5); });
+         }},
         {"remove a record", removeRecord},
-        {"flush maps", [](const std::string&) { discovery().FlushMultipathStaleDevices(); }},
-        {"native disks", [](const std::string&) { nativeDisks(); }},
-        {"pseudo-devices", [](const std::string&) { pseudoDevices(); }},
-        {"inventory", [](const std::string&) { inventory(); }},
-        {"adapters", [](const std::string&) { adapters(); }},
-        {"initiator", [](const std::string&) { initiator(); }},
-        {"port names", [](const std::string&) { WWPN().getWWPN(); }},
+        {"flush maps",
+         [](A& to, const std::string&) {
+             to.code("FlushMultipathStaleDevices",
+                     [] { return discovery().FlushMultipathStaleDevices(); });
+         }},
+        {"native disks", [](A& to, const std::string&) { nativeDisks(to); }},
+        {"native paths", nativePaths},
+        {"pseudo-devices", [](A& to, const std::string&) { pseudoDevices(to); }},
+        {"inventory", [](A& to, const std::string&) { inventory(to); }},
+        {"adapters", [](A& to, const std::string&) { adapters(to); }},
+        {"initiator", [](A& to, const std::string&) { initiator(to); }},
+        {"port names", [](A& to, const std::string&) { portNames(to); }},
     };
+}
+
+// Blanks that align a table's columns say nothing.
+std::string withoutAlignment(const std::string& line) {
+    std::istringstream words(line);
+    std::string plain;
+    for (std::string word; words >> word;) {
+        plain += (plain.empty() ? "" : " ") + word;
+    }
+    return plain;
+}
+
+long runCommand(Answering& answering, const std::vector<std::string>& words) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = cli::run(words, out, err, cli::Surroundings(), host::current());
+    if (status != 0 && err.str().empty()) {
+        throw std::runtime_error("nobody says what went wrong");
+    }
+    std::istringstream lines(out.str());
+    for (std::string line; std::getline(lines, line);) {
+        answering.found(withoutAlignment(line), "");
+    }
+    return status;
 }
 
 // A command, by which the guard is in between. One device at a time is asked: nothing is forked.
 Operation command(std::vector<std::string> words) {
-    std::string name = "scsitool";
+    std::string name = kCommand;
     for (const std::string& word : words) {
         name += " " + word;
     }
     words.insert(words.begin(), {"--jobs", "1", "--deadline", "0"});
-    return {name, [words](const std::string&) {
-                constexpr int kDoneInPart = 3;
-                std::ostringstream out;
-                std::ostringstream err;
-                const int status = cli::run(words, out, err, cli::Surroundings(), host::current());
-                if (status < 0 || status > kDoneInPart) {
-                    throw std::runtime_error("the exit status is " + std::to_string(status));
-                }
-                if (status != 0 && err.str().empty()) {
-                    throw std::runtime_error("nobody says what went wrong");
-                }
+    return {name, [words](Answering& answering, const std::string&) {
+                answering.code(kCommand, [&] { return runCommand(answering, words); });
             }};
 }
 
@@ -162,7 +269,7 @@ std::vector<Operation> operations() {
                                                {"bus"},
                                                {"prune"},
                                                {"remove-dead", "--lun0"},
-                                               {"remove-stale", "-r"},
+                                               {"remove-stale"},
                                                {"remove", "/dev/mapper/mpatha"},
                                                {"remove-address", "2:0:0:5"},
                                                {"flush-multipath"},

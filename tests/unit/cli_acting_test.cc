@@ -160,12 +160,36 @@ TEST(CliRescan, HowTheScriptEndedIsTold) {
 }
 
 TEST(CliRescan, ChangesAreEnumeratedBeforeAndAfter) {
-    CliMachine machine(hostWithScript());
+    recording::RecordedHostData data = hostWithScript();
+    std::string& disks = data.files["/proc/partitions"].content;
+    disks.erase(disks.find("   8       32"));
+    CliMachine machine(data);
     const CliResult result = machine.run({"rescan", "--changes", "--json"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.json()["changes"].dump(),
               R"({"appeared":[],"disappeared":[],"differences":[]})");
     EXPECT_EQ(machine.run({"rescan", "--changes"}).out, "Scanning SCSI subsystem\n\nno change\n");
+}
+
+// It seems to have come or gone when it answers at one of the two looks alone.
+TEST(CliRescan, ChangesTellWhatDoesNotAnswer) {
+    CliMachine machine(hostWithScript());
+    const CliResult result = machine.run({"rescan", "--changes"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out, "Scanning SCSI subsystem\n\nno change\n");
+    EXPECT_EQ(result.err, "scsitool: 1 of 3 disks did not answer: /dev/sdc\n");
+}
+
+TEST(CliRescan, AnAdapterListOfA24KernelThatFailsIsTold) {
+    recording::RecordedHostData data;
+    data.kernelRelease = "2.4.21";
+    data.files["/proc/scsi/scsi"] = "";
+    data.files["/proc/scsi/qla2300/1"] = "";
+    data.commands = {{"/bin/ls /proc/scsi", {"qla2300"}}, {"/bin/ls /proc/scsi/qla2300", {}, 2}};
+    CliMachine machine(data);
+    const CliResult result = machine.run({"rescan"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, kNotComplete + "/bin/ls /proc/scsi/qla2300 ended with exit status 2\n");
 }
 
 // A disk that is there from the rescan on.
@@ -554,6 +578,19 @@ TEST(CliBus, ShowsInventoryTargetsAndMaxima) {
               "\n"
               "HOST  MAX CHANNEL  MAX TARGET  MAX LUN  TARGETS\n"
               "   2            1           4        1  3\n");
+}
+
+TEST(CliBus, ATableThatBreaksOffIsTold) {
+    recording::RecordedHostData data;
+    recording::RecordedFile& table = data.files["/proc/scsi/scsi"];
+    table.content = "Host: scsi2 Channel: 00 Id: 03 Lun: 01\n  Vendor: A\n  Type:   RAID\n";
+    table.readError = EIO;
+    CliMachine machine(data);
+    const CliResult result = machine.run({"bus"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.out, testing::HasSubstr("   2        0       3    1  no\n"));
+    EXPECT_EQ(result.err,
+              "scsitool: the inventory is not whole: /proc/scsi/scsi: Input/output error\n");
 }
 
 TEST(CliBus, AKernelWithoutTheTableIsNamed) {

@@ -173,6 +173,18 @@ TEST(CliGuard, MapsThatAFlushKeepsAreNamed) {
               "mounted at /map");
 }
 
+TEST(CliGuard, WhatAFlushKeepsAndCannotBeToldIsADoubt) {
+    recording::RecordedHostData data = mounted(idleMachine());
+    data.files["/proc/swaps"].error = EMFILE;
+    CliMachine machine(data);
+    const CliResult result = machine.run({"flush-multipath"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out, "/dev/mapper/mpatha stays: it is mounted at /map\n");
+    EXPECT_EQ(result.err,
+              "scsitool: not known what else is in use and stays: /proc/swaps: Too many open "
+              "files\n");
+}
+
 TEST(CliGuard, ItsQuestionsLeaveNoLineInTheJournal) {
     const test::TempFolder folder;
     const std::string host =

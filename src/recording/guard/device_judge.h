@@ -33,6 +33,8 @@ class DeviceJudge {
     Uses usesOf(Evidence& evidence, BlockDevices& devices, const DevicePicture& picture,
                 Holders holders);
     const std::vector<Refusal>& refusals() const { return m_refusals; }
+    /// What could not be told of all devices together, such as the mounts.
+    const std::vector<std::string>& failures() const { return m_common.failures(); }
 
   private:
     bool isUnusedMap(Evidence& evidence, BlockDevices& devices, const std::string& map);

@@ -28,6 +28,11 @@ std::vector<Refusal> GuardedHost::kept() const {
     return m_kept;
 }
 
+std::vector<std::string> GuardedHost::untoldKept() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_untoldKept;
+}
+
 void GuardedHost::refuse(const Refusal& refusal) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_refusals.push_back(refusal);
@@ -47,6 +52,7 @@ class GuardedHost::Case {
         m_judgement->judge(targets);
         appendAll(host.m_refusals, m_judgement->refusals());
         appendAll(host.m_kept, m_judgement->kept());
+        appendAll(host.m_untoldKept, m_judgement->untoldKept());
     }
     bool isRefused() const { return m_judgement && !m_judgement->refusals().empty(); }
     std::vector<std::string> lines() const {

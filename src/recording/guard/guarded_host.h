@@ -49,6 +49,8 @@ class GuardedHost : public host::Host {
     std::vector<Refusal> refusals() const;
     /// What is in use and was left in place by an effect that was let pass.
     std::vector<Refusal> kept() const;
+    /// What stands against knowing all of these, each "PATH: reason".
+    std::vector<std::string> untoldKept() const;
 
     int openDevice(const std::string& path, host::OpenMode mode) override;
     int closeDevice(int descriptor) override;
@@ -86,6 +88,7 @@ class GuardedHost : public host::Host {
     mutable std::mutex m_mutex;  // guards what follows
     std::vector<Refusal> m_refusals;
     std::vector<Refusal> m_kept;
+    std::vector<std::string> m_untoldKept;
 };
 
 }  // namespace recording

@@ -79,6 +79,9 @@ void Judgement::judgeTarget(const UnusedMaps&) {
             }
         }
     }
+    m_untoldKept = evidence.failures();
+    m_untoldKept.insert(m_untoldKept.end(), m_devices.failures().begin(),
+                        m_devices.failures().end());
 }
 
 void Judgement::judgeTarget(const ScriptRun& target) {

@@ -23,6 +23,8 @@ class Judgement {
     std::vector<Refusal> refusals() const;
     /// What is in use and the effect leaves in place by itself.
     const std::vector<Refusal>& kept() const { return m_kept; }
+    /// What stands against knowing all of these.
+    const std::vector<std::string>& untoldKept() const { return m_untoldKept; }
 
   private:
     void judgeTarget(const DiskAt& target);
@@ -43,6 +45,7 @@ class Judgement {
     DeviceJudge m_devices;
     std::vector<Refusal> m_refusals;
     std::vector<Refusal> m_kept;
+    std::vector<std::string> m_untoldKept;
 };
 
 }  // namespace recording::guard
