@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "recording/text/strict_json.h"
 
 namespace {
@@ -66,6 +69,40 @@ TEST(JsonTree, TakesTheTextsThatStrictJsonTakes) {
           "[123456789012345678901234567890]", R"({"a\u0062":1,"aB":2})"}) {
         EXPECT_EQ(ofTree(text), ofStrictJson(text)) << text;
         EXPECT_EQ(ofTree(text).substr(0, 6), "taken:") << text;
+    }
+}
+
+TEST(JsonTree, WritesEscapedCharactersInTheBytesOfTheirWidth) {
+    const std::pair<const char*, const char*> characters[] = {
+        {"\\u0001", "\x01"},
+        {"\\u007F", "\x7F"},
+        {"\\u0080", "\xC2\x80"},
+        {"\\u07ff", "\xDF\xBF"},
+        {"\\u0800", "\xE0\xA0\x80"},
+        {"\\uD7FF", "\xED\x9F\xBF"},
+        {"\\uE000", "\xEE\x80\x80"},
+        {"\\uffff", "\xEF\xBF\xBF"},
+        {"\\uD800\\uDC00", "\xF0\x90\x80\x80"},
+        {"\\uDBFF\\uDFFF", "\xF4\x8F\xBF\xBF"},
+    };
+    for (const auto& [escape, bytes] : characters) {
+        const std::string text = std::string("\"") + escape + escape + "\"";
+        const JsonTree tree(text);
+        EXPECT_EQ(tree.root().text, std::string(bytes) + bytes) << escape;
+    }
+    for (const char* const text : {"\"\\uDBFF\\uE000\"", "\"\\uDBFF\\uDBFF\"", "\"\\uDC00\\uDC00\"",
+                                   "\"\\uDFFF\"", "\"\\u12\"", "\"\\u-123\"", "\"\\u 123\""}) {
+        EXPECT_EQ(ofTree(text).substr(0, 8), "refused:") << text;
+        EXPECT_EQ(ofTree(text), ofStrictJson(text)) << text;
+    }
+}
+
+TEST(JsonTree, ANumberOfManyDigitsMayBeBeyondEveryRange) {
+    for (const std::size_t digits : {18U, 19U, 20U, 308U, 309U, 400U}) {
+        for (const char* const front : {"", "-", "0."}) {
+            const std::string text = front + std::string(digits, '9');
+            EXPECT_EQ(ofTree(text), ofStrictJson(text)) << text;
+        }
     }
 }
 

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+
 #include "cli/output/table.h"
 
 namespace {
@@ -74,6 +77,49 @@ TEST(Table, LinesBelowStandBehindTheirRow) {
 TEST(Table, EveryLineOfTheHeadingsIsSetOff) {
     EXPECT_EQ(tableOf("UDID##A").str({20, true}).substr(0, 40),
               "\033[1mNAME    SIZE\033[0m\n\033[1m  UDID\033[0m\nsda ");
+}
+
+// The first of the widest gives way, and none below twelve.
+TEST(Table, ColumnsThatMayWrapGiveWayOneByOne) {
+    const std::string a(20, 'a');
+    const std::string b(16, 'b');
+    Table table({{"A", false, true}, {"B", false, true}});
+    table.addRow({a, b});
+    const auto rowsAt = [&](std::size_t width) { return table.str({width, false}, false); };
+    const auto cut = [](const std::string& text, std::size_t width) {
+        return text.substr(std::min(width, text.size()));
+    };
+    const auto rows = [&](std::size_t ofA, std::size_t ofB) {
+        const std::string second =
+            cut(a, ofA) +
+            (cut(b, ofB).empty() ? "" : std::string(ofA + 2 - cut(a, ofA).size(), ' ')) +
+            cut(b, ofB);
+        return a.substr(0, ofA) + "  " + b.substr(0, ofB) + "\n" +
+               (second.empty() ? "" : second + "\n");
+    };
+    EXPECT_EQ(rowsAt(0), rows(20, 16));
+    EXPECT_EQ(rowsAt(38), rows(20, 16));
+    EXPECT_EQ(rowsAt(37), rows(19, 16));
+    EXPECT_EQ(rowsAt(34), rows(16, 16));
+    EXPECT_EQ(rowsAt(33), rows(15, 16));
+    EXPECT_EQ(rowsAt(32), rows(15, 15));
+    EXPECT_EQ(rowsAt(26), rows(12, 12));
+    EXPECT_EQ(rowsAt(10), rows(12, 12));
+}
+
+TEST(Table, AColumnThatMayNotWrapKeepsItsWidth) {
+    Table table({{"A"}, {"B", false, true}});
+    table.addRow({std::string(20, 'a'), "one two three four"});
+    EXPECT_EQ(table.str({35, false}, false),
+              "aaaaaaaaaaaaaaaaaaaa  one two three\n                      four\n");
+}
+
+TEST(Table, OnlyARowOfAlarmIsRed) {
+    Table table({{"NAME"}});
+    table.addRow({"sda"}, cli::Tone::kAlarm);
+    table.addRow({"sdb"});
+    EXPECT_EQ(table.str({0, true}, false), "\033[31msda\033[0m\nsdb\n");
+    EXPECT_EQ(table.str({0, false}, false), "sda\nsdb\n");
 }
 
 }  // namespace

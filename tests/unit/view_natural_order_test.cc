@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/view/natural_order.h"
@@ -25,6 +26,19 @@ TEST(NaturalOrder, CountsAsPeopleDo) {
     std::vector<std::string> addresses(ordered.end() - 4, ordered.end());
     EXPECT_TRUE(std::is_sorted(paths.begin(), paths.end(), goesBefore));
     EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end(), goesBefore));
+}
+
+TEST(NaturalOrder, LettersCountOnlyBehindADriversPrefixAtTheBegin) {
+    const std::pair<const char*, const char*> pairs[] = {
+        {"sdb", "sdaa"},      {"x/sdb", "x/sdaa"}, {"xsdaa", "xsdb"},  {"sdz1", "sdaa1"},
+        {"vdb", "vdaa"},      {"xvdb", "xvdaa"},   {"hdb", "hdaa"},    {"mpathb", "mpathaa"},
+        {"nvmeaa", "nvmeb"},  {"sd", "sda"},       {"a9", "a10"},      {"a09", "a10"},
+        {"01", "1"},          {"9a", "10"},        {"0", "1"},         {"0", "00"},
+        {"/dev/a", "/dev/b"}, {"dm-2", "dm-10"},   {"1/sdb", "1/sdaa"}};
+    for (const auto& [before, after] : pairs) {
+        EXPECT_TRUE(goesBefore(before, after)) << before << " " << after;
+        EXPECT_FALSE(goesBefore(after, before)) << before << " " << after;
+    }
 }
 
 TEST(NaturalOrder, IsStrictForWhateverNames) {
