@@ -604,6 +604,21 @@ TEST(StatusWatch, ReporterThatWasThereGoesOnHearingEverything) {
     EXPECT_EQ(udid::reporter(), nullptr);
 }
 
+TEST(StatusWatch, HostPutInPlaceAfterItIsNotSeen) {
+    Watched watched(namedDisk("S1", 1));
+    {
+        RecordedDevice refused = namedDisk("S2", 2);
+        refused.openError = EACCES;
+        const DeviceHost later(hostOf({{"sdb", refused}}));
+        EXPECT_TRUE(watched.enumerate().empty());
+        EXPECT_FALSE(later.requests.empty());
+        EXPECT_TRUE(watched.watch.statuses().empty());
+        EXPECT_EQ(watched.watch.finding(), Finding::kNothingAsked);
+    }
+    watched.enumerate();
+    EXPECT_EQ(watched.status().state, DeviceState::kIdentified);
+}
+
 TEST(StatusWatch, EveryThreadHasItsOwn) {
     std::vector<std::thread> threads;
     std::vector<Finding> findings(4, Finding::kNothingAsked);

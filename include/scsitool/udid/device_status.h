@@ -102,7 +102,9 @@ enum class Finding {
 /// from its construction to its end, on the thread that made it, for every operation of the library
 /// there: enumeration, validation, a look-up by name. These do what they always do, with the same
 /// requests, traces and results; whoever was looking on before (a host::Scope, a ReportScope) goes
-/// on seeing everything. What is opened meanwhile is closed before the watch ends.
+/// on seeing everything. The watch does not see what is asked of a host::Scope that is put in place
+/// after it, and its statuses then lack that: the host comes first, then the watch. What is opened
+/// meanwhile is closed before the watch ends.
 ///
 ///     udid::StatusWatch watch;
 ///     const DeviceMap devices = factory.enumerateDeviceMap(false, false, false, "", "");
