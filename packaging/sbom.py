@@ -6,6 +6,7 @@
 import datetime
 import json
 import os
+import pathlib
 import subprocess
 import sys
 
@@ -16,6 +17,8 @@ COMPILED_IN = (
     ("libfmt-dev", "fmt", "LicenseRef-fmt", "2012-present Victor Zverovich", "https://github.com/fmtlib/fmt"),
     ("nlohmann-json3-dev", "nlohmann-json", "MIT", "2013-2022 Niels Lohmann", "https://github.com/nlohmann/json"),
 )
+# Of scsitool itself: the first line names the licence, the others are its text.
+LICENCE = pathlib.Path(__file__).parent / "owner" / "licence"
 # What of these reads the files of recorded hosts, in the command and in the library of hosts.
 IN_RECORDED_HOSTS = ("nlohmann-json",)
 # What is linked and comes with the system that a package is installed on.
@@ -54,8 +57,9 @@ def relation(one, kind, other):
 def bill(version, made, created):
     """The document; MADE are the names of the packages: of the command, the library, the recorded hosts, the headers."""
     command, library, hosts, development = made
-    # No licence was granted for scsitool itself.
-    packages = [element(name, version, "NONE", copyrightText="the authors of scsitool") for name in made]
+    own_licence, own_text = LICENCE.read_text(encoding="utf-8").split("\n", 1)
+    texts = {"LicenseRef-fmt": FMT_LICENCE, own_licence: own_text.strip()}
+    packages = [element(name, version, own_licence, copyrightText="the authors of scsitool") for name in made]
     relations = [relation("DOCUMENT", "DESCRIBES", name) for name in made]
     relations += [relation(one, "DEPENDS_ON", library) for one in (command, hosts, development)]
     relations.append(relation(development, "DEPENDS_ON", hosts))
@@ -71,8 +75,9 @@ def bill(version, made, created):
         "name": f"scsitool-{version}", "documentNamespace": f"https://spdx.org/spdxdocs/scsitool-{version}-{created}",
         "creationInfo": {"created": created, "creators": ["Tool: packaging/sbom.py"]},
         "packages": packages, "relationships": relations,
-        "hasExtractedLicensingInfos": [{"licenseId": "LicenseRef-fmt", "name": "MIT with fmt's exception",
-                                        "extractedText": FMT_LICENCE}],
+        # The others are in SPDX's own list.
+        "hasExtractedLicensingInfos": [{"licenseId": licence, "extractedText": text} for licence, text in texts.items()
+                                       if licence.startswith("LicenseRef-")],
     }
 
 

@@ -17,6 +17,9 @@ def problems(bill):
         yield from (f"{package.get('name')} has no {member}" for member in sorted(ASKED_OF_PACKAGE - set(package)))
         if not re.fullmatch(r"SPDXRef-[A-Za-z0-9.-]+", package.get("SPDXID", "")):
             yield f"{package.get('name')} has no identifier of SPDX"
+    explained = {info.get("licenseId") for info in bill.get("hasExtractedLicensingInfos", []) if info.get("extractedText")}
+    own = {package.get("licenseDeclared", "") for package in packages}
+    yield from (f"{licence} has no text" for licence in sorted(own - explained) if licence.startswith("LicenseRef-"))
     names = {package.get("name"): package for package in packages}
     for name in sorted(COMPILED_IN):
         if not re.fullmatch(r"[0-9.]+", names.get(name, {}).get("versionInfo", "")):
