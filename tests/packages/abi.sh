@@ -32,6 +32,28 @@ made() {
         cmake --build "$build" --target scsitool scsitool_hosts_objects && hosts
 }
 
+# Any change but an addition: the tool's own word "incompatible" does not count members that moved.
+compatible() {
+    abidiff --no-added-syms --suppressions "$here/abi.suppressions" "$1" "$2"
+}
+
+# The comparison is worth what it finds. would_be_red INTERFACE WHAT PROGRAM-OF-SED: it had stood there otherwise.
+would_be_red() {
+    sed -E "$3" "$1" >"$build/former.abi"
+    if cmp -s "$1" "$build/former.abi" || compatible "$build/former.abi" "$1" >"$build/log"; then
+        echo "abi: $2, and nobody notices" >&2
+        exit 1
+    fi
+}
+
+changes_are_found() {
+    local interface=$build/libscsitool.so.1.abi
+    would_be_red "$interface" 'a function went' "/<elf-symbol name='_ZN4udid7explain/{p;s/explain/exclaim/;}"
+    would_be_red "$interface" 'a class shrank' "/<class-decl name='CUDIDFactory' size-in-bits/s/size-in-bits='/&9/"
+    would_be_red "$interface" 'a member moved' \
+        "/layout-offset-in-bits='0'/{N;s/offset-in-bits='0'(.*name='deviceName')/offset-in-bits='64'\1/;}"
+}
+
 # compared LIBRARY HEADER-FOLDER...
 compared() {
     local library=$1 interface stored folder only_ours=()
@@ -49,8 +71,7 @@ compared() {
         cp "$interface" "$stored"
         return
     fi
-    # Any change but an addition: the tool's own word "incompatible" does not count members that moved.
-    if ! abidiff --no-added-syms --suppressions "$here/abi.suppressions" "$stored" "$interface"; then
+    if ! compatible "$stored" "$interface"; then
         echo "abi: this breaks programs that were linked with ${library##*/}; docs/compatibility.md says what stays" >&2
         exit 1
     fi
@@ -63,3 +84,4 @@ if ! made >"$build/log" 2>&1; then
 fi
 compared "$build/src/libscsitool.so.1" "$top/include" "$top/src/kit/include"
 compared "$build/libscsitool-hosts.so.1" "$top/src/hosts/include"
+changes_are_found
