@@ -15,6 +15,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
 #include "cli/common/context.h"
+#include "cli/common/incomplete.h"
 #include "cli/common/interrupted.h"
 #include "cli/common/refusals.h"
 #include "cli/hosts/sg_io_host.h"
@@ -139,6 +140,7 @@ class Run {
                 "memory ran out on the way: what is shown and what was done may not be all");
         }
         addUnanswered(report, context);
+        addIncomplete(report, context);
         host::ignoreInterruption();
         m_interruption = host::interruption();
         return m_interruption == 0 ? report : interruptedReport(m_interruption, context);

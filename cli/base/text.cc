@@ -3,6 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
 #include <iterator>
 
 #include "recording/text/utf8.h"
@@ -137,6 +140,12 @@ std::vector<std::string> wrapped(const std::string& visibleText, std::size_t col
 
 std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
     return fmt::format("{}", fmt::join(texts, separator));
+}
+
+std::string errorText(int error) {
+    std::string text = std::strerror(std::abs(error));
+    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+    return text;
 }
 
 std::string sizeText(std::uint64_t kibibytes) {

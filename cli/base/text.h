@@ -23,6 +23,10 @@ std::vector<std::string> wrapped(const std::string& visibleText, std::size_t col
 /// The texts with a separator between them.
 std::string joined(const std::vector<std::string>& texts, const std::string& separator);
 
+/// What is wrong as strerror(3) has it, to stand within a sentence: "read-only file system".
+/// `error` is an errno of either sign.
+std::string errorText(int error);
+
 /// A size in units of 1,024 bytes as people read it, for instance "1.5 GiB".
 std::string sizeText(std::uint64_t kibibytes);
 

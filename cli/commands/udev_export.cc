@@ -6,6 +6,7 @@
 #include "cli/base/text.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
+#include "cli/common/incomplete.h"
 #include "cli/common/record_list.h"
 #include "cli/picture/drawing.h"
 #include "cli/picture/last_known.h"
@@ -106,6 +107,7 @@ class UdevExport : public Command {
         }
         const udid::Account account = udid::account(factory, record);
         demandVolume(context, node, account.explanation);
+        demandWhole(context, node);
         return {account.explanation.udid, picture::fieldsOf(record, &account.identity),
                 picture::namesOf(record)};
     }
@@ -139,6 +141,15 @@ class UdevExport : public Command {
             throw OperationError(node +
                                  ": its UDID is made of its path at this host, which names no "
                                  "volume");
+        }
+    }
+
+    // A link by a UDID that lacks what a page has would be another one when the page comes.
+    static void demandWhole(const Context& context, const std::string& node) {
+        const std::string why = whyIncomplete(context, node);
+        if (!why.empty()) {
+            throw OperationError(node + ": answered in part: " + why +
+                                 "; a UDID made without it may be another one");
         }
     }
 

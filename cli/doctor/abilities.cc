@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "cli/base/text.h"
 #include "cli/common/packages.h"
 #include "cli/hosts/watched_host.h"
 #include "recording/guard/rules/script_check.h"
@@ -117,8 +118,8 @@ void Abilities::tryCommands() {
         const auto first = std::find_if(disks.begin(), disks.end(),
                                         [](const auto& disk) { return disk.answersSgIoOnly; });
         const std::string seen =
-            "SCSI_IOCTL_SEND_COMMAND: " + picture::errorText(*first->seen.inquiryResult) +
-            ", where SG_IO " + "is answered";
+            "SCSI_IOCTL_SEND_COMMAND: " + errorText(*first->seen.inquiryResult) + ", where SG_IO " +
+            "is answered";
         ability.lack(seen, "capture the host again with this version, which asks by SG_IO then");
         find(Kind::kNoSendCommand, refused, seen);
     } else if (std::none_of(disks.begin(), disks.end(), tookCommand)) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "cli/base/text.h"
 #include "cli/doctor/device_findings.h"
 
 namespace cli::doctor {
@@ -33,7 +34,7 @@ std::string heldBackText(const DiskSeen& disk) {
 std::string goneText(const DiskSeen& disk) {
     const std::string& text = disk.device->state.text;
     const std::string why =
-        disk.openError() != 0 ? picture::errorText(disk.openError()) : disk.seen.answer.why;
+        disk.openError() != 0 ? errorText(disk.openError()) : disk.seen.answer.why;
     return why.empty() ? text : text + ": " + why;
 }
 
@@ -58,6 +59,9 @@ void addState(const HostView& view, const DiskSeen& disk, std::vector<Finding>& 
             break;
         case Condition::kBlocked:
             findings.push_back({Kind::kNotServing, devices, state.text});
+            break;
+        case Condition::kInPart:
+            findings.push_back({Kind::kInPart, devices, state.text});
             break;
         case Condition::kNotAsked:
             if (!disk.state.empty() && disk.state != "running") {

@@ -46,6 +46,7 @@ enum class Kind {
     kMapOverVolumes,
     kTwoVolumesOneUdid,
     kOneVolumeTwoUdids,
+    kInPart,
 };
 
 /// What is said of a finding wherever it is made.

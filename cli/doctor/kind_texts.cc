@@ -131,6 +131,10 @@ const std::vector<KindText>& kindTexts() {
          "Who goes by the UDID takes the paths of one volume for two volumes.",
          "Look with explain at why they differ: a page that one path does not show, or a firmware "
          "that not all paths have yet."},
+        {Kind::kInPart, "DOC031", Severity::kError, "A disk answers in part",
+         "Its UDID is made of what came, and is another one when the rest comes.",
+         "Look at the kernel's log and at the path, ask again when it is well, and write this UDID "
+         "nowhere until then."},
     };
     return kTexts;
 }

@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "cli/hosts/page_answer.h"
+#include "scsi/inquiry_command.h"
+
 namespace cli {
-namespace {
-
-constexpr std::size_t kCommandBlock = 8;
-constexpr std::uint8_t kInquiry = 0x12;
-constexpr std::uint8_t kEvpd = 0x01;
-
-}  // namespace
 
 int AnswerWatch::openDevice(const std::string& path, host::OpenMode mode) {
     const int descriptor = ForwardingHost::openDevice(path, mode);
@@ -27,8 +23,8 @@ int AnswerWatch::closeDevice(int descriptor) {
 }
 
 int AnswerWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const bool isStandardInquiry =
-        buffer[kCommandBlock] == kInquiry && (buffer[kCommandBlock + 1] & kEvpd) == 0;
+    const bool isStandardInquiry = scsi::isInquiry(buffer) && !scsi::asksForPage(buffer);
+    const std::optional<std::uint8_t> page = pageAskedFor(buffer);
     const int result = ForwardingHost::sendCommand(descriptor, buffer);
     const auto device = m_open.find(descriptor);
     if (isStandardInquiry && device != m_open.end()) {
@@ -37,6 +33,8 @@ int AnswerWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
         seen.answer = recording::guard::standardAnswer(result, buffer);
     } else if (result == -ETIMEDOUT) {
         noteLater(descriptor, result);
+    } else if (page && device != m_open.end()) {
+        noteMissing(m_seen[device->second], *page, whyNotCome(*page, result, buffer));
     }
     return result;
 }
@@ -51,6 +49,12 @@ void AnswerWatch::noteLater(int descriptor, int result) {
     const auto device = m_open.find(descriptor);
     if (result < 0 && device != m_open.end() && m_seen[device->second].laterError == 0) {
         m_seen[device->second].laterError = result;
+    }
+}
+
+void AnswerWatch::noteMissing(SeenAnswer& seen, std::uint8_t page, const std::string& why) {
+    if (!why.empty() && seen.missingPage.empty()) {
+        seen.missingPage = pageName(page) + ": " + why;
     }
 }
 

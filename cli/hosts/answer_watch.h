@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_HOSTS_ANSWER_WATCH_H
 #define SCSITOOL_CLI_HOSTS_ANSWER_WATCH_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -18,6 +19,9 @@ struct SeenAnswer {
     /// The first failure behind that: of the address request, or a page that did not come in time.
     /// A negated errno, 0 for none.
     int laterError = 0;
+    /// The first page that did not come although the device has it, and why: "page 0x80: SCSI
+    /// status 8"; empty for none.
+    std::string missingPage;
 };
 
 /// Looks on while disks are enumerated and takes down how each open and each request ended, which
@@ -38,6 +42,7 @@ class AnswerWatch : public host::ForwardingHost {
 
   private:
     void noteLater(int descriptor, int result);
+    static void noteMissing(SeenAnswer& seen, std::uint8_t page, const std::string& why);
 
     std::unordered_map<int, std::string> m_open;  // descriptor to path
     std::unordered_map<std::string, SeenAnswer> m_seen;

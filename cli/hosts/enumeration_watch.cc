@@ -4,13 +4,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "scsi/inquiry_command.h"
+
 namespace cli {
 namespace {
 
 constexpr const char* kDiskList = "/proc/partitions";
-constexpr std::size_t kCommandBlock = 8;
-constexpr std::uint8_t kInquiry = 0x12;
-constexpr std::uint8_t kEvpd = 0x01;
 
 bool isGone(int error) {
     return error == -ENXIO || error == -ENODEV;
@@ -61,8 +60,7 @@ void EnumerationWatch::noteAnswer(int descriptor, const char* what, int result) 
 }
 
 int EnumerationWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
-    const bool isStandardInquiry =
-        buffer[kCommandBlock] == kInquiry && (buffer[kCommandBlock + 1] & kEvpd) == 0;
+    const bool isStandardInquiry = scsi::isInquiry(buffer) && !scsi::asksForPage(buffer);
     const int result = ForwardingHost::sendCommand(descriptor, buffer);
     if (isStandardInquiry) {
         noteAnswer(descriptor, "answers INQUIRY with: ", result);

@@ -84,6 +84,9 @@ HostStack::HostStack(const Options& options, host::Host& live, std::ostream* jou
     m_hosts.push_back(std::move(guard));
     // Above whatever journals or judges: what an interruption has prevented was not attempted.
     m_hosts.push_back(std::make_unique<InterruptibleHost>(*m_guard));
+    auto pages = std::make_unique<MissingPages>(*m_hosts.back());
+    m_missingPages = pages.get();
+    m_hosts.push_back(std::move(pages));
     m_top = std::make_unique<WatchedHost>(*m_hosts.back(), std::move(progress));
 }
 

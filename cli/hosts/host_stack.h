@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/base/options.h"
+#include "cli/hosts/missing_pages.h"
 #include "cli/hosts/watched_host.h"
 #include "recording/asking/answering_host.h"
 #include "recording/effects/journal.h"
@@ -39,6 +40,9 @@ class HostStack {
 
     /// The guard over the effects.
     recording::GuardedHost& guard() { return *m_guard; }
+
+    /// The pages that did not come of devices that the library's operations asked.
+    const MissingPages& missingPages() const { return *m_missingPages; }
 
     /// The same host for questions of the command's own: they leave no line in the journal, use up
     /// no recorded answer and are not watched. Nothing with an effect may be asked of it.
@@ -74,8 +78,9 @@ class HostStack {
     std::vector<std::unique_ptr<host::Host>> m_hosts;  // each stands on the one before
     const recording::Journal* m_dryRunJournal = nullptr;
     std::unique_ptr<host::Host> m_aside;
-    std::unique_ptr<host::Host> m_asideAsked;   // stands on it
-    recording::GuardedHost* m_guard = nullptr;  // one of them
+    std::unique_ptr<host::Host> m_asideAsked;      // stands on it
+    recording::GuardedHost* m_guard = nullptr;     // one of them
+    const MissingPages* m_missingPages = nullptr;  // one of them
     std::unique_ptr<WatchedHost> m_top;
 };
 

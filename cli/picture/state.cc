@@ -1,10 +1,9 @@
 #include "cli/picture/state.h"
 
-#include <cctype>
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <optional>
+
+#include "cli/base/text.h"
 
 namespace cli::picture {
 namespace {
@@ -55,9 +54,12 @@ State notAnswered(const SeenAnswer& seen, unsigned deadline) {
             "no answer: " + (result < 0 ? errorText(result) : seen.answer.why)};
 }
 
-State answeredInPart(int error, unsigned deadline) {
-    return error == -ETIMEDOUT ? noAnswerIn(deadline)
-                               : State{Condition::kInPart, "answered in part: " + errorText(error)};
+State answeredInPart(const SeenAnswer& seen, unsigned deadline) {
+    if (seen.laterError == -ETIMEDOUT) {
+        return noAnswerIn(deadline);
+    }
+    const std::string why = seen.laterError != 0 ? errorText(seen.laterError) : seen.missingPage;
+    return {Condition::kInPart, "answered in part: " + why};
 }
 
 State answered(const std::string& accessState) {
@@ -66,12 +68,6 @@ State answered(const std::string& accessState) {
 }
 
 }  // namespace
-
-std::string errorText(int error) {
-    std::string text = std::strerror(std::abs(error));
-    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-    return text;
-}
 
 State stateOf(const SeenAnswer& seen, const KernelState& kernel, unsigned deadline) {
     if (const auto known = givenUp(kernel.state)) {
@@ -83,8 +79,9 @@ State stateOf(const SeenAnswer& seen, const KernelState& kernel, unsigned deadli
     State state = answered(kernel.accessState);
     if (*seen.openResult != 0) {
         state = notOpened(*seen.openResult, deadline);
-    } else if (seen.laterError != 0 && seen.answer.kind == Answer::Kind::kConnected) {
-        state = answeredInPart(seen.laterError, deadline);
+    } else if (seen.answer.kind == Answer::Kind::kConnected &&
+               (seen.laterError != 0 || !seen.missingPage.empty())) {
+        state = answeredInPart(seen, deadline);
     } else if (seen.inquiryResult && seen.answer.kind != Answer::Kind::kConnected) {
         state = notAnswered(seen, deadline);
     }

@@ -16,7 +16,7 @@ enum class Condition {
     kGone,       ///< there is no device behind the node
     kBlocked,    ///< the kernel holds back what is sent to it, and it did not answer
     kNoAnswer,   ///< it opened and did not answer
-    kInPart,     ///< it answered, and then its address could not be had
+    kInPart,     ///< it answered, and then its address or a page that it has could not be had
     kNotOpened,  ///< it did not open
     kNotAsked,   ///< nothing was asked of it
 };
@@ -37,9 +37,6 @@ struct KernelState {
 
 /// Judges a device. `deadline` is how many seconds it was waited for.
 State stateOf(const SeenAnswer& seen, const KernelState& kernel, unsigned deadline);
-
-/// What is wrong as strerror(3) has it, to stand within a sentence: "read-only file system".
-std::string errorText(int error);
 
 /// Tells whether a device has answered, as far as it was asked.
 bool isAnswering(Condition condition);

@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_SCSI_INQUIRY_COMMAND_H
 #define SCSITOOL_SCSI_INQUIRY_COMMAND_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -23,6 +24,17 @@ inline bool isInquiry(const host::CommandBuffer& buffer) {
 }
 inline bool asksForPage(const host::CommandBuffer& buffer) {
     return (buffer[kCommandBlock + 1] & kEvpd) != 0;
+}
+
+/// The VPD page that a request asks for, of one that `asksForPage`.
+inline std::uint8_t pageAskedFor(const host::CommandBuffer& buffer) {
+    return buffer[kCommandBlock + 2];
+}
+/// A response of nothing but zeros: the kernel hands it over for a command that never reached the
+/// device. The shortest answer that a device can give states a length, or the page that it is.
+inline bool isZero(const unsigned char* response) {
+    return std::all_of(response, response + kVendorSpecific,
+                       [](unsigned char byte) { return byte == 0; });
 }
 
 /// The length that the response itself states: PAGE LENGTH + 4, or ADDITIONAL LENGTH + 5.

@@ -28,12 +28,6 @@ FailedRequest failed(Kind kind, int result) {
     return request;
 }
 
-// The kernel hands zeros over for a command that never reached the device.
-bool isZero(const unsigned char* response) {
-    return std::all_of(response, response + scsi::kVendorSpecific,
-                       [](unsigned char byte) { return byte == 0; });
-}
-
 bool hasUdid(const std::vector<GeneratorAnswer>& generators) {
     // No generator is asked where the caller assigned the UDID.
     return generators.empty() ||
@@ -80,7 +74,7 @@ void StatusNotes::takeInquiry(DeviceStatus& status, int result, const host::Comm
     const unsigned char* const response = answer.data() + scsi::kCommandBlock;
     status.inquiryLength = result == 0 ? scsi::responseLength(response, false) : 0;
     status.peripheral = result == 0 ? response[0] : 0;
-    if (result != 0 || isZero(response)) {
+    if (result != 0 || scsi::isZero(response)) {
         status.state = DeviceState::kNoAnswer;
     } else if (status.inquiryLength < scsi::kShortestInquiry || !scsi::isDisk(response[0])) {
         status.state = DeviceState::kNoDisk;
@@ -99,11 +93,14 @@ void StatusNotes::inquired(const std::string& path, const host::CommandBuffer& r
     if (!asksForPage) {
         takeInquiry(device->status, result, answer);
     }
-    if (result == 0) {
+    const bool isLost =
+        asksForPage && result == 0 && scsi::isZero(answer.data() + scsi::kCommandBlock);
+    if (result == 0 && !isLost) {
         return;
     }
-    FailedRequest refused = failed(asksForPage ? Kind::kPage : Kind::kInquiry, result);
-    refused.page = asksForPage ? request[scsi::kCommandBlock + 2] : 0;
+    FailedRequest refused =
+        failed(asksForPage ? Kind::kPage : Kind::kInquiry, isLost ? -EIO : result);
+    refused.page = asksForPage ? scsi::pageAskedFor(request) : 0;
     if (result > 0) {
         refused.sense = senseIn({answer.data() + scsi::kCommandBlock, kHandedSense});
     }

@@ -281,6 +281,22 @@ TEST(DeviceStatus, PageThatDoesNotComeIsTold) {
         << textOf(status);
 }
 
+// The kernel hands zeros over for a command that never reached the disk.
+TEST(DeviceStatus, PageOfZerosDidNotCome) {
+    RecordedDevice disk = namedDisk("S1", 1);
+    disk.pages[0x80] = recording::RecordedPage();
+    disk.pages[0x80].hostStatus = 1;
+    Watched watched(disk);
+    watched.enumerate();
+    const DeviceStatus status = watched.status();
+    EXPECT_EQ(status.state, DeviceState::kIdentified);
+    ASSERT_EQ(status.failedRequests.size(), 1U);
+    EXPECT_EQ(status.failedRequests[0].kind, Kind::kPage);
+    EXPECT_EQ(status.failedRequests[0].page, 0x80U);
+    EXPECT_EQ(status.failedRequests[0].error, EIO);
+    EXPECT_EQ(textOf(status), "has a UDID; INQUIRY for page 0x80: Input/output error");
+}
+
 TEST(DeviceStatus, GeneratorThatFailedIsNamedWithItsReason) {
     RecordedDevice disk = namedDisk("S1", 1);
     disk.standardInquiry->bytes = Page::inquiry("EMC", "SYMMETRIX", 96).data();

@@ -178,6 +178,15 @@ TEST(DeviceState, WhatFailsBehindTheInquiryIsAnAnswerInPart) {
     EXPECT_EQ(stateOf(seen, {}, 10).condition, Condition::kInPart);
     seen.laterError = -ETIMEDOUT;
     EXPECT_EQ(stateOf(seen, {}, 10).text, "no answer in 10 s");
+    seen = kWell;
+    seen.missingPage = "page 0x80: SCSI status 8";
+    EXPECT_EQ(stateOf(seen, {}, 10).text, "answered in part: page 0x80: SCSI status 8");
+    EXPECT_EQ(stateOf(seen, {}, 10).condition, Condition::kInPart);
+    EXPECT_EQ(stateOf(seen, {"running", "standby"}, 10).condition, Condition::kInPart);
+    EXPECT_EQ(stateOf(seen, {"offline", ""}, 10).text, "offline");
+    seen = asked(-EIO, Answer::Kind::kUnclear);
+    seen.missingPage = "page 0x80: SCSI status 8";
+    EXPECT_EQ(stateOf(seen, {}, 10).text, "no answer: input/output error");
     seen = asked(-EIO, Answer::Kind::kUnclear);
     seen.laterError = -ENXIO;
     EXPECT_EQ(stateOf(seen, {}, 10).text, "no answer: input/output error");

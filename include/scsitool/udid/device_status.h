@@ -46,8 +46,10 @@ struct FailedRequest {
         kGeneratorsOwn,  ///< SG_IO of a generator
     };
     Kind kind = Kind::kOpen;
-    unsigned page = 0;        ///< VPD page code, of kPage
-    int error = 0;            ///< errno
+    unsigned page = 0;  ///< VPD page code, of kPage
+    /// errno; of a page also EIO for a response of zeros, which the kernel hands over for a command
+    /// that never reached the device
+    int error = 0;
     unsigned scsiStatus = 0;  ///< status byte (SAM-5), 2 for CHECK CONDITION
     unsigned hostStatus = 0;  ///< the kernel's host byte, 1 for DID_NO_CONNECT; of SG_IO alone
     Sense sense;              ///< of CHECK CONDITION, where the kernel handed it on
