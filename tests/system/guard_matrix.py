@@ -8,7 +8,7 @@ import uses
 from guard_array import LUNS, PLAIN, TWO_PATHS
 from lab.table import Table
 
-RUN_SECONDS = 400
+RUN_SECONDS = 900
 
 COLUMNS = ["remove", "address", "dead", "stale", "flush", "logout", "--remove", "--forcerescan", "devices", "prune"]
 LEGEND = ["U: left alone by the tool itself while it was used, and its user was named",

@@ -7,7 +7,7 @@ import shlex
 
 CAPTURE = "/run/host.json"
 REDACTED = "/run/redacted.json"
-CAPTURE_SECONDS = 600
+CAPTURE_SECONDS = 900
 # What reads, and what acts tried without an effect.
 COMMANDS = [["devices"], ["volumes"], ["disks"], ["bus"], ["wwpn"], ["iscsi", "iqn"], ["--dry-run", "prune"],
             ["--dry-run", "remove-stale"], ["--dry-run", "remove-dead", "--lun0"], ["--dry-run", "flush-multipath"], ["doctor"]]

@@ -142,7 +142,10 @@ TEST(CliGivenUp, WithoutADeadlineAReplayHearsWhatWasAnswered) {
     EXPECT_EQ(replay(file, {"--deadline", "60", "inquiry", "/dev/sdaab"}).err,
               "scsitool: /dev/sdaab: no answer in 7 s\n");
     const CliResult whole = replay(file, {"--deadline", "0", "inquiry", "/dev/sdaab"});
-    EXPECT_EQ(whole.status, 0) << whole.err;
+    EXPECT_EQ(whole.status, 3);
+    EXPECT_EQ(whole.err,
+              "scsitool: answered in part, so that a UDID may lack what did not come: /dev/sdaab "
+              "(page 0x83: connection timed out)\n");
     EXPECT_THAT(whole.out, HasSubstr("VPD page 0x80"));
     EXPECT_EQ(whole.out.find("VPD page 0x83"), std::string::npos);
 }
@@ -255,10 +258,11 @@ double secondsOf(const std::string& command, std::size_t disks, std::size_t sile
     return static_cast<double>(host::monotonicMilliseconds() - begun) / 1000;
 }
 
-// Another try or two where something else on this machine may have held it up.
+// Another try or two where something else on this machine may have held it up; on one that is busy
+// with other things the whole takes several times as long, and asking one by one a hundred times.
 void expectWithin(const std::string& command, std::size_t disks, std::size_t silent, double limit) {
     CliResult result;
-    const double most = test::kForksAreCheap ? limit : 10 * limit;
+    const double most = (test::kForksAreCheap ? 4 : 10) * limit;
     double taken = secondsOf(command, disks, silent, result);
     for (int more = 0; more < 2 && taken > most; ++more) {
         taken = secondsOf(command, disks, silent, result);

@@ -50,7 +50,7 @@ def run(guest, _, checks):
 
 def log_in(guest, name, disks):
     """One target more; returns when its disks are there and nobody works on them any more."""
-    guest.run(f"iscsiadm -m node -T {name} --login", seconds=120)
+    guest.run(f"iscsiadm -m node -T {name} --login", seconds=900)
     disks_of.wait_for_disks(guest, disks)
     guest.run("udevadm settle -t 60", None, seconds=90)
 
@@ -102,7 +102,7 @@ def add_costs(guest, taken):
     """The seconds of some enumerations each way, in turns."""
     for _ in range(ROUNDS):
         for way, values in taken.items():
-            lines = guest.run([DISK_COST, way], seconds=120).stdout.splitlines()
+            lines = guest.run([DISK_COST, way], seconds=900).stdout.splitlines()
             values += [int(took) / 1e9 for _, took in map(str.split, lines)]
 
 

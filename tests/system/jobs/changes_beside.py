@@ -48,7 +48,7 @@ def check_rescan(guest, checks, lun):
     # looks at a new disk when the scan has ended.
     guest.run(f"printf '#!/bin/sh\\nfor scan in /sys/class/scsi_host/host*/scan; do echo \"- - -\" >$scan; done\\n"
               f"sleep {PROBE_SECONDS}\\n' >{rescan_script.SCRIPT}")
-    document = guest.scsitool("rescan", "--changes", seconds=300)
+    document = guest.scsitool("rescan", "--changes", seconds=900)
     check_appeared(checks, document, [nodes_of(guest).get(lun)], "rescan --changes")
 
 
@@ -57,7 +57,8 @@ def check_silent(guest, checks):
     silent = nodes_of(guest)[SILENT]
     before = set(disks_of.disks_by_address(guest).values())
     target.silent = frozenset([SILENT])
-    answer = guest.run(f"scsitool --deadline {DEADLINE} --json iscsi login {OTHER_IQN} --changes", status=3, seconds=300)
+    answer = guest.run(f"scsitool --deadline {DEADLINE} --json iscsi login {OTHER_IQN} --changes", status=3,
+                       seconds=900)
     appeared = sorted(set(disks_of.disks_by_address(guest).values()) - before)
     checks.equal("the silent disk is named", answer.stderr,
                  f"scsitool: 1 of {len(before) + 1} disks did not answer: {silent}\n")

@@ -16,7 +16,7 @@ UNIDENTIFIED = "UDID######"
 # What the array gives the number of another volume.
 GIVEN_LUN, NEW_VOLUME = 8, 4000
 WITHDRAWN_LUN, ADDED_LUN = 31, 33
-INQUIRY, PAGE_83 = 0x12, 0x83
+INQUIRY, PAGE_80, PAGE_83 = 0x12, 0x80, 0x83
 FAILS_AT = 255
 # A dead session gives its commands back at once.
 SHORT_TIMES = "\n".join(
@@ -35,12 +35,13 @@ def hardware():
 def run(guest, _, checks):
     """The job."""
     start_initiator(guest)
-    log_in(guest, IQN)
+    log_in(guest, IQN, settings=SHORT_TIMES)
     disks_of.wait_for_disks(guest, len(LUNS))
     check_numbers(guest, checks)
     check_other_volume(guest, checks)
     check_hot_changes(guest, checks)
     same_outside.check(guest, checks, "changing-array")
+    check_lost_page(guest, checks)
     log_in(guest, IQN, portal="10.0.2.101", settings=SHORT_TIMES)
     disks_of.wait_for_disks(guest, len(PORTALS) * len(target.units))
     check_failing_path(guest, checks)
@@ -115,6 +116,41 @@ def check_hot_changes(guest, checks):
     checks.equal("the added one has its UDID", udids(guest).get(nodes[ADDED_LUN]), udid_of(ADDED_LUN))
 
 
+def check_lost_page(guest, checks):
+    """The only path fails when a disk has told its name and is asked for its serial number: no other path contradicts
+    the UDID that the library makes of the name alone, and it is told that a page did not come."""
+    node = nodes_by_lun(guest)[FAILS_AT]
+
+    def fail_at_serial_number(lun, block):
+        """The portal goes when this volume is asked for its serial number, without an answer."""
+        if lun == FAILS_AT and block[0] == INQUIRY and block[2] == PAGE_80:
+            target.silent = frozenset([lun])
+            target.dead_portals.add(1)
+
+    target.before_command = fail_at_serial_number
+    document = guest.scsitool("--jobs", "1", "--deadline", "0", "devices", status=3)
+    target.before_command = lambda lun, block: None
+    told = {entry["name"]: entry for entry in document["devices"]}
+    checks.true("the name of the disk had come", "naa.6000c500" in (told[node]["logical_unit_name"] or ""), told[node])
+    checks.true("its UDID is not the volume's", told[node]["udid"] != udid_of(FAILS_AT), told[node]["udid"])
+    checks.contains("the page that did not come is named",
+                    [(one["name"], page["page"]) for one in document["missing_pages"] for page in one["pages"]],
+                    (node, f"{PAGE_80:02x}"))
+    expected = {udid_of(NEW_VOLUME if lun == GIVEN_LUN else lun) for lun in target.units}
+    checks.equal("no other UDID is told of a disk that is well",
+                 {entry["udid"] for entry in told.values() if entry["state"] == "ok"} - expected, set())
+    target.silent = frozenset()
+    target.dead_portals.clear()
+    wait_for_paths(guest, len(target.units))
+    checks.equal("when the path has come back all is told", set(udids(guest).values()), expected)
+
+
+def wait_for_paths(guest, count):
+    """Waits until so many disks run and no session is down."""
+    guest.wait_for("the paths", f'[ "$(grep -lx running /sys/block/sd*/device/state | wc -l)" = {count} ] &&\n'
+                   "! iscsiadm -m session -P 1 | grep -q 'State: .*FAILED'")
+
+
 def check_failing_path(guest, checks):
     """A path fails while its disks are asked: what the other path tells is whole. A disk that told its name and then no
     serial number has the UDID that the library makes of the name alone: it is marked as one volume under two UDIDs."""
@@ -131,7 +167,7 @@ def check_failing_path(guest, checks):
                 target.dead_portals.add(2)
 
         target.before_command = fail_in_between
-        document = guest.scsitool(*options, "devices", status=None, seconds=240)
+        document = guest.scsitool(*options, "devices", status=None, seconds=900)
         target.before_command = lambda lun, block: None
         found = identified(document)
         told = [udid for udid in found.values() if udid in expected]
@@ -143,7 +179,6 @@ def check_failing_path(guest, checks):
         checks.equal(f"{what}: what else is told is marked",
                      {name for name, udid in found.items() if udid not in expected} - marked, set())
         target.dead_portals.clear()
-        guest.wait_for("the second path", '[ "$(grep -lx running /sys/block/sd*/device/state | wc -l)" = '
-                       f"{len(PORTALS) * len(target.units)} ]\n! iscsiadm -m session -P 1 | grep -q 'State: .*FAILED'")
+        wait_for_paths(guest, len(PORTALS) * len(target.units))
         checks.equal(f"{what}: when the path has come back both tell it",
                      sorted(udids(guest).values()), sorted(list(expected) * 2))

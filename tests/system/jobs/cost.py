@@ -16,7 +16,7 @@ def hardware():
 
 def run(guest, _, checks):
     """The job."""
-    guest.run(f"modprobe -a sd_mod sg && modprobe scsi_debug max_luns={DISKS} dev_size_mb=8", seconds=240)
+    guest.run(f"modprobe -a sd_mod sg && modprobe scsi_debug max_luns={DISKS} dev_size_mb=8", seconds=900)
     disks_of.wait_for_disks(guest, DISKS)
     guest.run("udevadm settle -t 60", None, seconds=90)
     calls = cost(guest, checks, "calls")
@@ -27,6 +27,6 @@ def run(guest, _, checks):
 
 def cost(guest, checks, way):
     """Instructions a disk, of the cheapest of three rounds; the kernel's own are among them."""
-    rounds = [list(map(int, line.split())) for line in guest.run([DISK_COST, way], seconds=300).stdout.splitlines()]
+    rounds = [list(map(int, line.split())) for line in guest.run([DISK_COST, way], seconds=900).stdout.splitlines()]
     checks.equal(f"{way}: every disk is asked in each round", [disks for disks, _ in rounds], [DISKS] * 3)
     return min(took for _, took in rounds) // DISKS

@@ -13,7 +13,7 @@ from plain_unit import plain_unit
 TYPICAL_SECONDS = 60
 
 LUN = 5
-RUN_SECONDS = 200
+RUN_SECONDS = 600
 LIST_SESSIONS = r"""
 for session in /sys/class/iscsi_session/*; do
   echo "$(cat "$session/targetname")" $(ls -d "$session"/device/target*/*/block/* 2>/dev/null)

@@ -18,7 +18,7 @@ UNITS = 6
 FLUSH_SECONDS = 0.3
 # With as many disks left the removal runs for longer than its end takes to arrive: it cannot have ended by itself.
 LEFT_FOR_CERTAIN = 3
-END_SECONDS = 30
+END_SECONDS = 200
 COMMANDS = [["remove-stale", "--", "--ids=0"], ["rescan", "--", "--remove", "--ids=0"], ["prune"]]
 # What a person sees of the processes of ours, the script's included.
 OURS = "[s]csitool|[r]escan-scsi-bus|[s]g_inq|[s]g_turs"

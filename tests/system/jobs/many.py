@@ -20,7 +20,7 @@ def run(guest, _, checks):
     """The job."""
     guest.run(f"modprobe -a sd_mod sg && modprobe scsi_debug max_luns={DISKS} dev_size_mb=8")
     disks_of.wait_for_disks(guest, DISKS)
-    document = guest.run(f"ulimit -n {DESCRIPTORS}\nscsitool --json devices", seconds=180).json
+    document = guest.run(f"ulimit -n {DESCRIPTORS}\nscsitool --json devices", seconds=900).json
     entries = document["devices"]
     checks.equal("every disk is in the map, with no more descriptors than a few", len(entries), DISKS)
     kinds = collections.Counter(entry["udid"].rpartition("##")[0].rpartition("##")[0] for entry in entries)

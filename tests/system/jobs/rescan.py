@@ -53,7 +53,7 @@ def check_dry_run(guest, checks, known):
 
 def check_rescan(guest, checks, known, added):
     """`rescan --changes` finds the disk and names it."""
-    document = guest.scsitool("rescan", "--changes", "--wait", added, "--timeout", "60", seconds=240)
+    document = guest.scsitool("rescan", "--changes", "--wait", added, "--timeout", "60", seconds=900)
     checks.equal("rescan ends well", document["result"], 0)
     node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
     changes = {name: document["changes"][name] for name in ("appeared", "disappeared")}
@@ -78,7 +78,7 @@ def check_stale_removal(guest, checks, known, added):
     guest.wait_for("the disk to fall silent", f"! sg_turs {node} 2>/dev/null")
     checks.true("a withdrawn disk has no UDID, and that is told", added not in udids(guest, status=3))
     rescan_script.mend(guest, "/dev/sda")
-    checks.equal("remove-stale ends well", guest.scsitool("remove-stale", seconds=180)["result"], 0)
+    checks.equal("remove-stale ends well", guest.scsitool("remove-stale", seconds=900)["result"], 0)
     left = disks_of.disks_by_address(guest).values()
     checks.true("remove-stale takes the withdrawn disk away", node not in left, list(left))
     checks.equal("remove-stale leaves the disks that answer", udids(guest), known)

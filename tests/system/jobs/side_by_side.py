@@ -17,7 +17,7 @@ GRACE = 2
 TRIES = 3
 ALONE = "scsitool --jobs 1 --deadline 0"
 # The kernel gives a command of the initiator up and sends it again by then.
-RETRY_SECONDS = 90
+RETRY_SECONDS = 600
 
 target = Target(IQN, {lun: plain_unit(lun, "SLOW") for lun in range(DISKS)})
 

@@ -13,8 +13,8 @@ from pathlib import Path
 from lab.errors import GuestError
 from lab.host_tools import find_tool
 
-CONNECT_SECONDS = 20
-MONITOR_SECONDS = 30
+CONNECT_SECONDS = 120
+MONITOR_SECONDS = 120
 # Should the runner itself be killed, the emulator still ends by this time.
 LONGEST_LIFE_SECONDS = 1800
 CONSOLE_TAIL_LINES = 40

@@ -4,7 +4,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-REPLAY_SECONDS = 120
+REPLAY_SECONDS = 400
 
 
 class Outside:
