@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "scsitool/host/forwarding_host.h"
 #include "scsitool/host/linux_host.h"
@@ -57,6 +58,20 @@ TEST_F(Configuration, StandsUnderEtc) {
     EXPECT_EQ(file, "devicefi.conf");
     CFiConfiguration().importConfig(directory, file);
     EXPECT_EQ(host.asked, "/etc/scsitool/devicefi.conf");
+}
+
+TEST_F(Configuration, EveryOtherFileIsReadUnderItsOwnName) {
+    const std::pair<const char*, const char*> files[] = {
+        {"/etc/scsitool", "devicefx.conf"}, {"/etc/scsitool", "xevicefi.conf"},
+        {"/etc/scsitoox", "devicefi.conf"}, {"xetc/scsitool", "devicefi.conf"},
+        {"/etc/scsitoo", "/devicefi.conf"}, {"/etc/scsitool/d", "vicefi.conf"},
+        {"/etc/scsitool", "x.conf"},        {"/etc/scsitool", "devicefi.config"},
+        {"etc/scsitool/", "devicefi.conf"}, {"/etc/scsitook", "devicefi.conf"},
+        {"/etc/scsitool", "devicefi.cone"}, {"", ""}};
+    for (const auto& [directory, file] : files) {
+        CFiConfiguration().importConfig(directory, file);
+        EXPECT_EQ(host.asked, std::string(directory) + "/" + file);
+    }
 }
 
 TEST_F(Configuration, ReadsNumbersOfASection) {

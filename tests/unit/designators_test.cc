@@ -59,6 +59,17 @@ TEST(Designators, ThePageLengthEndsThemBeforeTheBytesDo) {
     EXPECT_EQ(designatorsOfPage(page.data()).size(), 2U);
 }
 
+TEST(Designators, ThePageLengthHasTwoBytes) {
+    Bytes page(2000, 0);
+    page[1] = 0x83;
+    page[2] = 4;
+    EXPECT_EQ(designatorsOfPage(page).size(), 256U);
+    page[3] = 3;
+    EXPECT_EQ(designatorsOfPage(page).size(), 256U);
+    page[3] = 4;
+    EXPECT_EQ(designatorsOfPage(page).size(), 257U);
+}
+
 TEST(Designators, NoPageAndEmptyDesignatorsComeToAnEnd) {
     EXPECT_TRUE(designatorsOfPage({}).empty());
     EXPECT_TRUE(designatorsOfPage({0, 0x83, 0}).empty());
