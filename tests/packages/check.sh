@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
 # Makes the packages twice, in two places, and holds them to be the same bytes and sound; installs, uses
-# and removes them in a Debian of its own.
+# and removes them in a Debian of its own, and in the next one.
 #   check.sh [SUITE]      (the machine's own when none is named)
-# The chroot takes root's rights; without them that part is left out, which is said. What is fetched for
-# it is kept in build/chroots.
+# The chroots take root's rights; without them that part is left out, which is said. What is fetched for
+# them is kept in build/chroots.
 set -euo pipefail
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 top=$(cd -- "$here/../.." && pwd)
-suite=${1:-$(. /etc/os-release && echo "$VERSION_CODENAME")}
 . "$here/chroot.sh"
+suite=${1:-$(own_suite)}
+# What is made on one Debian is used on the next one as well.
+declare -A next_suite=([bookworm]=trixie)
+next=${next_suite[$suite]:-}
 
 work=$(mktemp -d)
-trap 'rm -rf --one-file-system "$work"' EXIT
+# A base that is being made is left to end: it has mounts of its own.
+trap 'wait; rm -rf --one-file-system "$work"' EXIT
 # The same flags as the step gcc, so that the compiler's cache has it all.
 arguments=(-DSCSITOOL_WERROR=ON)
 
@@ -107,23 +111,53 @@ bills_of_materials() {
     done
 }
 
-used_in_a_chroot() {
-    if [ "$(id -u)" -ne 0 ]; then
-        echo "packages: NOT installed and used in a chroot, which takes root's rights" >&2
-        return
-    fi
-    local root=$work/root
-    mkdir "$root"
-    make_chroot "$suite" "$root"
-    mkdir "$root/packages"
-    cp "$top"/build/packages/*.deb "$here/inside.sh" "$top/README.md" "$root/packages"
-    run_in "$root" bash /packages/inside.sh command
-    run_in "$root" bash /packages/inside.sh library
+# chroot_with_packages SUITE FOLDER
+chroot_with_packages() {
+    mkdir "$2"
+    make_chroot "$1" "$2"
+    mkdir "$2/packages"
+    cp "$top"/build/packages/*.deb "$here/inside.sh" "$top/README.md" "$2/packages"
 }
 
-for step in package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same installed_by_rpm sound \
-    bills_of_materials interface used_in_a_chroot; do
+used_in_a_chroot() {
+    chroot_with_packages "$suite" "$work/root"
+    run_in "$work/root" bash /packages/inside.sh command
+    run_in "$work/root" bash /packages/inside.sh library
+}
+
+# Without packages, where others had been.
+built_in_the_chroot() {
+    mkdir "$work/root/tree"
+    tar -C "$top" --exclude=./build --exclude=./.git -cf - . | tar -C "$work/root/tree" -xf -
+    # The compiler's cache keeps the languages of its messages apart.
+    local name language=()
+    for name in LANG LC_ALL LC_CTYPE LC_MESSAGES; do
+        if [ -n "${!name+set}" ]; then
+            language+=("$name=${!name}")
+        fi
+    done
+    run_in "$work/root" env -u LC_ALL "${language[@]}" bash /packages/inside.sh sources
+}
+
+used_on_the_next_debian() {
+    chroot_with_packages "$next" "$work/next"
+    run_in "$work/next" bash /packages/inside.sh author
+}
+
+steps=(package same_bytes_elsewhere unpack no_place_of_the_build both_kinds_hold_the_same installed_by_rpm sound
+    bills_of_materials interface)
+if [ "$(id -u)" -eq 0 ]; then
+    steps+=(used_in_a_chroot built_in_the_chroot ${next:+used_on_the_next_debian})
+    # The mirror is waited for while others compile.
+    (for base in $suite $next; do keep_base "$base"; done) >"$work/bases.log" 2>&1 &
+else
+    echo "packages: NOT installed and used in a chroot, which takes root's rights" >&2
+fi
+for step in "${steps[@]}"; do
     begun=$SECONDS
+    if [ "$step" = used_in_a_chroot ]; then
+        wait
+    fi
     if [ "$step" = package ]; then
         "$top/package" "${arguments[@]}"
     else

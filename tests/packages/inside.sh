@@ -2,10 +2,13 @@
 # Installs the packages in /packages into the system that it runs in (a chroot: chroot.sh), uses them as
 # their users do, removes them and looks at what is left.
 #   inside.sh command     as an administrator: nothing is there but the packages
-#   inside.sh library     as an author: with manuals, shells, compiler and CMake
+#   inside.sh library     as an author: with manuals, shells, compilers and CMake
+#   inside.sh author      the same on another Debian than that of the packages: the example alone, with its one compiler
+#   inside.sh sources     without packages: the tree in /tree is built and installed by the lines of its README.md
 set -euo pipefail
 cd /packages
 enterprise=/usr/share/scsitool/samples/enterprise.json
+warnings='-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror'
 
 fail() {
     echo "packages: $*" >&2
@@ -53,7 +56,7 @@ as_the_readme_says() {
     printf '%s "%s";\n' APT::Get::Assume-Yes true APT::Install-Recommends false >/tmp/apt.conf
     mkdir build
     ln -s .. build/packages
-    APT_CONFIG=/tmp/apt.conf eval "${line#sudo }" >/tmp/apt.log 2>&1 || fail "$line: $(cat /tmp/apt.log)"
+    APT_CONFIG=/tmp/apt.conf eval "$line" >/tmp/apt.log 2>&1 || fail "$line: $(cat /tmp/apt.log)"
 }
 
 # with_packages USE INSTALLED PACKAGE...: installed, used, and removed without a trace.
@@ -132,15 +135,22 @@ run_lines() {
     done
 }
 
-# What the documents tell an author to type, with one compiler and with the other; then what both take
-# under every standard. Installed headers are the system's, of which no compiler warns: a copy is not.
+# What the documents tell an author to type, first with the compiler that is named and then with the system's.
 the_example() {
-    local guide=/usr/share/doc/scsitool/testing-your-plug-in.md warnings='-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror'
-    mkdir -p /tmp/author/include
+    local guide=/usr/share/doc/scsitool/testing-your-plug-in.md
+    mkdir -p /tmp/author
     cd /tmp/author
-    CXX=clang++ CXXFLAGS=$warnings run_lines 4 < <(lines_of /packages/README.md 'cp|cmake -S plugin|cmake --build plugin|ctest')
+    CXX=$1 CXXFLAGS=$warnings run_lines 4 < <(lines_of /packages/README.md 'cp|cmake -S plugin|cmake --build plugin|ctest')
     run_lines 3 < <(lines_of "$guide" 'c\+\+|plugin/')
     readelf -d plugin/plugin plugin/build/plugin | grep -q libscsitool-hosts && fail "the plug-in needs the hosts of its tests"
+    cd /packages
+}
+
+# What both compilers take under every standard. Installed headers are the system's, of which no compiler
+# warns: a copy is not.
+the_headers() {
+    cd /tmp/author
+    mkdir include
     cp -r /usr/include/scsitool include
     (cd include && find scsitool -name '*.h' -printf '#include "%p"\n') >headers.cc
     # shellcheck disable=SC2086
@@ -172,7 +182,35 @@ the_library() {
     manuals
     completion
     the_lines_of_the_readme
-    the_example
+    the_example clang++
+    the_headers
+}
+
+the_author() {
+    the_command
+    the_example g++
+}
+
+# Both folders of the build take warnings for errors, as the tests do, so that the compiler's cache has it all.
+the_sources() {
+    local folder
+    add ccache pkg-config
+    tools/install_packages.sh packaging/packages/run >/tmp/apt.log 2>&1 || fail "$(cat /tmp/apt.log)"
+    for folder in build/run build/install; do
+        cmake -S . -B $folder -G Ninja -DCMAKE_BUILD_TYPE=Release -DSCSITOOL_WERROR=ON >/dev/null
+    done
+    run_lines 1 < <(lines_of README.md '\./run ')
+    run_lines 4 < <(lines_of README.md '(sudo )?cmake (-S \.|--build build/|--install )|sudo ldconfig')
+    [ "$(command -v scsitool)" = /usr/local/bin/scsitool ] || fail "scsitool is not where README.md installs it"
+    says 1 'no SCSI disk' scsitool devices
+    # shellcheck disable=SC2046
+    c++ -std=c++17 examples/plugin/disks*.cc -o /tmp/plugin $(pkg-config --cflags --libs scsitool-hosts)
+    /tmp/plugin "$(pkg-config --variable=samples scsitool-hosts)" || fail "the example does not run on what was installed"
+}
+
+# Who sits before the machine is root here.
+sudo() {
+    "$@"
 }
 
 case $1 in
@@ -183,5 +221,14 @@ case $1 in
     library)
         add man-db bash-completion zsh fish g++ clang cmake make pkg-config
         with_packages the_library as_the_readme_says scsitool libscsitool1 libscsitool-hosts1 libscsitool-dev
+        ;;
+    author)
+        apt-get -qq update
+        add g++ cmake make pkg-config
+        with_packages the_author as_the_readme_says scsitool libscsitool1 libscsitool-hosts1 libscsitool-dev
+        ;;
+    sources)
+        cd /tree
+        the_sources
         ;;
 esac
