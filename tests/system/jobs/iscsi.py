@@ -1,7 +1,7 @@
 """The distribution's initiator against an array of made-up pages: targets, sessions, and the UDIDs of the families."""
 from array_families import FAMILIES, clariion
 from iscsi_target import Target
-from lab import disks_of
+from lab import disks_of, same_outside
 from lab.initiator import start_initiator
 from lab.job import Hardware
 
@@ -42,6 +42,9 @@ def run(guest, _, checks):
     check_address_removal(guest, checks)
     check_new_unit(guest, checks)
     check_withdrawn_unit(guest, checks, nodes)
+    same_outside.check(guest, checks, "iscsi", more=[["iscsi", "iqn"]])
+    # What asks for maps brings device-mapper's own node up.
+    guest.run("rm -rf /dev/mapper")
     check_logout(guest, checks)
     check_wait(guest, checks)
     check_hostile_name(guest, checks)
