@@ -289,7 +289,10 @@ UserBook::Found UserBook::look(const std::string& kernelName) {
     for (const std::string& holder : holders.value_or(Names())) {
         addHolder(holder, found);
     }
-    for (const std::string& partition : m_blocks.partitions(kernelName)) {
+    const auto partitions = m_blocks.toldPartitions(kernelName);
+    // A recording of old has the holders of a disk alone.
+    found.isTold = found.isTold && (partitions || m_evidence.isRecorded());
+    for (const std::string& partition : partitions.value_or(Names())) {
         const Found& more = above(partition);
         found.users.insert(more.users.begin(), more.users.end());
         found.isTold = found.isTold && more.isTold;

@@ -13,7 +13,7 @@ bool isHarmless(const std::string& kind, const std::string& command, const std::
     const bool looks = data.find("scsi add-single-device") == 0 ||
                        command == "/bin/rescan-scsi-bus.sh --alltargets --issue-lip -d" ||
                        command.find("/bin/sg_inq ") == 0;
-    return kind == "sleep" || kind == "unanswered" || host::isReadCommand(command) || looks;
+    return kind == "sleep" || kind == "unanswered" || looks;
 }
 
 // The same for commands that do the same: a tool that is not seen in one folder is taken from the
@@ -35,9 +35,10 @@ std::string effectIn(const std::string& line) {
     const nlohmann::json entry = nlohmann::json::parse(line);
     const std::string kind = entry.value("effect", "");
     const std::string data = entry.value("data", "");
-    const std::string command = deedOf(entry.value("command", ""));
-    return isHarmless(kind, command, data) ? ""
-                                           : kind + " " + command + entry.value("path", "") + data;
+    const std::string asRun = entry.value("command", "");
+    const std::string command = deedOf(asRun);
+    const bool isRead = host::isReadCommand(asRun) || isHarmless(kind, command, data);
+    return isRead ? "" : kind + " " + command + entry.value("path", "") + data;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "operations.h"
 
 #include <map>
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -223,6 +224,13 @@ std::vector<Operation> libraryOperations() {
     };
 }
 
+// A stream keeps to itself that there was no memory to read a line into.
+void requireWhole(const std::istream& stream) {
+    if (stream.bad()) {
+        throw std::bad_alloc();
+    }
+}
+
 // Blanks that align a table's columns say nothing.
 std::string withoutAlignment(const std::string& line) {
     std::istringstream words(line);
@@ -230,21 +238,25 @@ std::string withoutAlignment(const std::string& line) {
     for (std::string word; words >> word;) {
         plain += (plain.empty() ? "" : " ") + word;
     }
+    requireWhole(words);
     return plain;
 }
 
-long runCommand(Answering& answering, const std::vector<std::string>& words) {
+void runCommand(Answering& answering, const std::vector<std::string>& words) {
     std::ostringstream out;
     std::ostringstream err;
-    const int status = cli::run(words, out, err, cli::Surroundings(), host::current());
-    if (status != 0 && err.str().empty()) {
-        throw std::runtime_error("nobody says what went wrong");
-    }
+    answering.code(kCommand, [&] {
+        const int status = cli::run(words, out, err, cli::Surroundings(), host::current());
+        if (status != 0 && err.tellp() == std::streampos(0)) {
+            throw std::runtime_error("nobody says what went wrong");
+        }
+        return status;
+    });
     std::istringstream lines(out.str());
     for (std::string line; std::getline(lines, line);) {
         answering.found(withoutAlignment(line), "");
     }
-    return status;
+    requireWhole(lines);
 }
 
 // A command, by which the guard is in between. One device at a time is asked: nothing is forked.
@@ -254,9 +266,8 @@ Operation command(std::vector<std::string> words) {
         name += " " + word;
     }
     words.insert(words.begin(), {"--jobs", "1", "--deadline", "0"});
-    return {name, [words](Answering& answering, const std::string&) {
-                answering.code(kCommand, [&] { return runCommand(answering, words); });
-            }};
+    return {name,
+            [words](Answering& answering, const std::string&) { runCommand(answering, words); }};
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(SCSITOOL_OWN_ALLOCATIONS)
+// What the sanitizer has in place of malloc stays.
+#elif defined(__SANITIZE_ADDRESS__)
 #define HAS_OWN_ALLOCATIONS 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -19,6 +21,8 @@ constexpr long kNever = -1;
 thread_local long allocationsLeft = kNever;
 thread_local bool hasFailed = false;
 thread_local long living = 0;
+thread_local std::size_t begun = 0;
+thread_local int pauses = 0;
 
 }  // namespace
 
@@ -31,8 +35,20 @@ AllocationFailure::~AllocationFailure() {
     allocationsLeft = kNever;
 }
 
-bool AllocationFailure::happened() const {
+bool AllocationFailure::happened() {
     return hasFailed;
+}
+
+AllocationPause::AllocationPause() {
+    ++pauses;
+}
+
+AllocationPause::~AllocationPause() {
+    --pauses;
+}
+
+std::size_t allocations() {
+    return begun;
 }
 
 long livingAllocations() {
@@ -54,13 +70,16 @@ bool allocationsCanFail() {
 }
 
 static void* allocate(std::size_t size) {
-    if (allocationsLeft == 0) {
-        allocationsLeft = kNever;
-        hasFailed = true;
-        return nullptr;
-    }
-    if (allocationsLeft > 0) {
-        --allocationsLeft;
+    if (pauses == 0) {
+        ++begun;
+        if (allocationsLeft == 0) {
+            allocationsLeft = kNever;
+            hasFailed = true;
+            return nullptr;
+        }
+        if (allocationsLeft > 0) {
+            --allocationsLeft;
+        }
     }
     void* const block = std::malloc(size != 0 ? size : 1);
     living += block != nullptr ? 1 : 0;
@@ -78,6 +97,9 @@ static void release(void* block) {
 void* operator new(std::size_t size) {
     void* const block = test::allocate(size);
     if (block == nullptr) {
+        if (const std::new_handler handler = std::get_new_handler()) {
+            handler();
+        }
         throw std::bad_alloc();
     }
     return block;

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "guard_machine.h"
 #include "recording/capture/recorded_host_writer.h"
 #include "view_host.h"
@@ -43,6 +45,15 @@ TEST(CliVolumesView, WhatIsNotToldIsSortedLast) {
     host.mount("253:0", "/dev/mapper/mpatha", "/data");
     EXPECT_EQ(host.column("used", {"--sort", "used"}), "/data\nunused\n-\n");
     EXPECT_EQ(host.column("used", {"--sort", "used", "--reverse"}), "unused\n/data\n-\n");
+}
+
+// A partition may be what is used.
+TEST(CliVolumesView, WhatHasPartitionsThatCannotBeListedIsNotUnused) {
+    ViewHost host;
+    host.data.directories.erase("/sys/class/block/sdz/");
+    host.data.directoryErrors["/sys/class/block/sdz/"] = EMFILE;
+    host.mount("253:0", "/dev/mapper/mpatha", "/data");
+    EXPECT_EQ(host.column("used", {"--sort", "used"}), "/data\nunused\n-\n");
 }
 
 TEST(CliVolumesView, StateIsShownWhereSomethingIsWrong) {

@@ -70,10 +70,18 @@ std::optional<ScsiAddress> BlockDevices::addressOf(const std::string& name) {
 }
 
 BlockDevices::Names BlockDevices::partitions(const std::string& name) {
-    Names names;
+    return toldPartitions(name).value_or(Names());
+}
+
+std::optional<BlockDevices::Names> BlockDevices::toldPartitions(const std::string& name) {
     const std::string place = folder(name);
     const Need need = place.empty() ? Need::kMayBeMissing : Need::kMustExist;
-    for (const std::string& entry : m_evidence.list(place, need).value_or(Names())) {
+    const auto entries = m_evidence.list(place, need);
+    if (!entries) {
+        return std::nullopt;
+    }
+    Names names;
+    for (const std::string& entry : *entries) {
         if (entry.size() > name.size() && beginsWith(entry, name)) {
             names.push_back(entry);
         }

@@ -29,6 +29,8 @@ class BlockDevices {
     bool exists(const std::string& name);
     /// The partitions of a device.
     Names partitions(const std::string& name);
+    /// The same; none when they cannot be listed.
+    std::optional<Names> toldPartitions(const std::string& name);
     /// Those that stand on a device: device-mapper, md and the like.
     Names holders(const std::string& name);
     /// The same; none when that is not told.
