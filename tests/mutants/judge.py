@@ -100,7 +100,9 @@ def apart(command):
     """A command whose processes see and end no other, whatever number a change makes of a process's, with the memory
     that it may fill bounded."""
     rights = [] if os.geteuid() == 0 else ["--map-root-user"]
-    return ["unshare", *rights, "--pid", "--fork", "--mount-proc", "--kill-child", "prlimit", f"--as={8 << 30}", *command]
+    # The shell stands where a namespace has its init: it takes the end of whatever lost its parent.
+    return ["unshare", *rights, "--pid", "--fork", "--mount-proc", "--kill-child", "prlimit", f"--as={8 << 30}",
+            "sh", "-c", '"$@"; exit $?', "sh", *command]
 
 
 def succeeds(command, seconds, good=(0,)):

@@ -91,6 +91,16 @@ TEST(Semaphore, IsTakenInOneStepAndGivenBackInOne) {
     EXPECT_EQ(host.asked, Lines{"operate 42 (-1 undo nowait)"});
 }
 
+// The kernel counts its sets from 0.
+TEST(Semaphore, TheFirstSetOfAMachineIsOne) {
+    SemaphoreHost host(0);
+    const host::Scope scope(host);
+    CFiSemaphoreLinux semaphore(kRescanKey, 1, kRescanFlags);
+    { const CFiSemaphoreLockFunction lock(semaphore); }
+    EXPECT_EQ(host.asked, (Lines{"open 1001 1 01666", "operate 0 (0 undo) (1 undo nowait)",
+                                 "operate 0 (-1 undo nowait)"}));
+}
+
 TEST(Semaphore, IsOpenedOnceOnEachHost) {
     SemaphoreHost first(42);
     SemaphoreHost second(43);
