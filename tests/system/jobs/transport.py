@@ -5,20 +5,13 @@ import shlex
 
 from array_families import FAMILIES
 from iscsi_target import Target
-from lab import disks_of
+from lab import disks_of, send_command
 from lab.initiator import log_in, start_initiator
 from lab.job import Hardware
+from lab.send_command import INTERVAL_SECONDS, UNKNOWN, WARNING, kernel_lines, without
 
 TYPICAL_SECONDS = 40
 
-SEND_COMMAND = 1
-UNKNOWN = (errno.ENOTTY, errno.EINVAL, errno.ENOSYS, errno.EOPNOTSUPP)
-WARNING = "is using a deprecated SCSI ioctl, please convert it to SG_IO"
-SUPPRESSED = re.compile(r"(\d+) callbacks suppressed")
-ASKED = "Entering CScsiTool::GetModePageInfo()"
-# A kernel that limits the rate says ten lines in five seconds, and then how many it has kept back.
-INTERVAL_SECONDS = 5
-BURST = 10
 # One disk after the other: a refusal of the process is that of the kernel's own side of it.
 IN_TURN = ["--jobs", "1", "--deadline", "0"]
 
@@ -46,26 +39,11 @@ def run(guest, _, checks):
     check_library(guest, checks)
 
 
-def kernel_lines(guest):
-    """The lines of the kernel's log since the last look."""
-    return guest.run("dmesg -c").stdout.splitlines()
-
-
 def check_warnings(guest, checks):
     """The kernel says of every request that it is deprecated, or how many it has not said it of."""
-    guest.run(f"sleep {INTERVAL_SECONDS + 1}")
-    guest.run(["scsitool", "inquiry", "/dev/sda"])
-    guest.run(f"sleep {INTERVAL_SECONDS + 1}")
-    kernel_lines(guest)
-    asked = guest.run(["scsitool", "--trace", "4", "devices"]).stderr.count(ASKED)
-    said = sum(WARNING in line for line in kernel_lines(guest))
-    checks.true(f"the kernel warns of {said} of {asked} requests", min(BURST, asked) <= said <= asked, said)
-    guest.run(f"sleep {INTERVAL_SECONDS + 1}")
-    last = guest.run(["scsitool", "--trace", "4", "udid", "/dev/sda"]).stderr.count(ASKED)
-    lines = kernel_lines(guest)
-    said += sum(WARNING in line for line in lines)
-    kept_back = sum(int(count) for line in lines for count in SUPPRESSED.findall(line))
-    checks.equal("with those that it has kept back it is one for each request", said + kept_back, asked + last)
+    asked, said, asked_in_all, said_in_all = send_command.warnings_of_requests(guest)
+    checks.true(f"the kernel warns of {said} of {asked} requests", min(send_command.BURST, asked) <= said <= asked, said)
+    checks.equal("with those that it has kept back it is one for each request", said_in_all, asked_in_all)
 
 
 def check_sg_io(guest, checks, expected):
@@ -77,11 +55,6 @@ def check_sg_io(guest, checks, expected):
     guest.run(f"sleep {INTERVAL_SECONDS + 1}")
     checks.equal("and no line of the kernel about it", [line for line in kernel_lines(guest) if "scsi_ioctl" in line
                                                         or WARNING in line], [])
-
-
-def without(number, words):
-    """The words of a command that runs where the kernel refuses SCSI_IOCTL_SEND_COMMAND with this number."""
-    return ["without_ioctl", str(SEND_COMMAND), str(number), "scsitool", *words]
 
 
 def check_refused(guest, checks, number, expected):

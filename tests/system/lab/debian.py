@@ -9,9 +9,12 @@ from lab.host_tools import find_tool, run_tool
 
 # The first of these that apt knows is the distribution's own kernel.
 KERNEL_META_PACKAGES = ["linux-image-amd64", "linux-image-generic"]
-# What no test needs: documentation, translations and the conversion tables of the C library.
+# What no test needs: documentation, translations, the conversion tables of the C library, drivers of what the emulator
+# does not have.
 UNWANTED_PATHS = ["./usr/share/doc", "./usr/share/man", "./usr/share/locale", "./usr/share/info",
-                  "./usr/lib/x86_64-linux-gnu/perl*", "./usr/lib/x86_64-linux-gnu/gconv"]
+                  "./usr/lib/x86_64-linux-gnu/perl*", "./usr/lib/x86_64-linux-gnu/gconv",
+                  *(f"*/kernel/{name}" for name in ("sound", "drivers/gpu", "drivers/media", "drivers/iio",
+                                                    "drivers/usb", "drivers/net/wireless"))]
 LISTS_GOOD_FOR_SECONDS = 24 * 3600
 MERGED_FOLDERS = ["bin", "sbin", "lib", "lib64"]
 
@@ -19,7 +22,8 @@ MERGED_FOLDERS = ["bin", "sbin", "lib", "lib64"]
 class PackageSource:
     """apt with a cache folder of its own, so that it needs neither rights nor the machine's own cache."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, sources=None):
+        """The machine's own sources, or those that a file lists instead."""
         self.archives = folder / "packages"
         self._none = folder / "no-packages"
         for path in (self.archives, self._none):
@@ -27,6 +31,8 @@ class PackageSource:
         self._options = ["-qq", "-o", f"Dir::Cache={folder}", "-o", f"Dir::Cache::archives={self.archives}",
                          "-o", "APT::Install-Recommends=false", "-o", "APT::Sandbox::User=root",
                          "-o", "Debug::NoLocking=1"]
+        if sources:
+            self._options += ["-o", f"Dir::Etc::sourcelist={sources}", "-o", "Dir::Etc::sourceparts=/dev/null"]
         self._lists = folder / "lists"
         self._kernel = None
 
@@ -40,14 +46,14 @@ class PackageSource:
         if not self._kernel:
             self._kernel = self._find_kernel()
         if not self._kernel:
-            self._read_lists()
+            self.read_lists()
             self._kernel = self._find_kernel()
         if not self._kernel:
             raise LabError(f"apt knows none of {', '.join(KERNEL_META_PACKAGES)}")
         return self._kernel
 
-    def _read_lists(self):
-        # A machine whose own lists were never read, or were thrown away: they come into the cache folder.
+    def read_lists(self):
+        """Reads the archive's lists into the cache folder: where the machine has none of its own, or other ones."""
         (self._lists / "partial").mkdir(parents=True, exist_ok=True)
         self._options += ["-o", f"Dir::State::lists={self._lists}"]
         read = self._lists / "read"

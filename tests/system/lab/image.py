@@ -82,7 +82,7 @@ def _build(image, cache, archives, kernel_archive):
         work = Path(name)
         ready = work / "ready"
         ready.mkdir()
-        kernel = KernelPackage(kernel_archive, work / "kernel")
+        kernel = KernelPackage([kernel_archive], work / "kernel")
         kernel.write_image(ready / "kernel")
         kernel.copy_modules(read_list(GUEST_FOLDER / "modules"), work / "modules")
         _make_base(work, archives).write(ready / "base.cpio")

@@ -22,6 +22,7 @@ class Kernel(enum.Enum):
     USUAL = "the distribution's kernel"
     PROC_SCSI = "the same with modules beside it that give it /proc/scsi/scsi"
     OLD_HOST = "the same again, which calls itself 2.4"
+    NEWEST = "the newest that the distribution's archive has"
 
 
 class Hardware:

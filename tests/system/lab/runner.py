@@ -25,6 +25,7 @@ from lab.image import open_cache, prepare_image
 from lab.job import Kernel, run_machine
 from lab.machine import Machine
 from lab.outside import Outside
+from lab.newest_kernel import prepare_newest
 from lab.proc_scsi import NotOffered, prepare_modules, write_old_release
 
 HERE = Path(__file__).resolve().parent.parent
@@ -182,20 +183,29 @@ def concatenate(target, parts):
 
 
 def build_guests(names, work, report):
-    """The guest, the modules for /proc/scsi and the kernel of an old host or None, and the jobs that can run."""
-    special = [name for name in names if load_job(name).hardware().kernel != Kernel.USUAL]
+    """The guest, kernel and modules of every other kernel that is wanted, and the jobs that can run."""
+    others = {}
     with open_cache(say) as (cache, source):
         image = prepare_image(cache, source, say)
-        if not special:
-            return image, None, None, names
-        try:
+
+        def proc_scsi():
             modules = prepare_modules(cache, source, say)
             old_kernel = work / "old-kernel"
             write_old_release(image.kernel, old_kernel)
-        except NotOffered as reason:
-            report.skip(special, str(reason))
-            return image, None, None, [name for name in names if name not in special]
-    return image, modules, old_kernel, names
+            return {Kernel.PROC_SCSI: (image.kernel, modules), Kernel.OLD_HOST: (old_kernel, modules)}
+
+        def newest():
+            built = prepare_newest(cache, say)
+            return {Kernel.NEWEST: (built.kernel, built.base)}
+
+        for kernels, prepare in (({Kernel.PROC_SCSI, Kernel.OLD_HOST}, proc_scsi), ({Kernel.NEWEST}, newest)):
+            wanted = [name for name in names if load_job(name).hardware().kernel in kernels]
+            try:
+                others.update(prepare() if wanted else {})
+            except NotOffered as reason:
+                report.skip(wanted, str(reason))
+                names = [name for name in names if name not in wanted]
+    return image, others, names
 
 
 def run_jobs(arguments, names, report):
@@ -209,16 +219,14 @@ def run_jobs(arguments, names, report):
             command = find_command(arguments.command)
             outside = Outside(command, arguments.lib_dir, arguments.captures_dir)
             write_command_overlay(command, arguments.lib_dir, build_helpers(work), overlay)
-        image, modules, old_kernel, names = build_guests(names, work, report)
+        image, others, names = build_guests(names, work, report)
         if arguments.build_only:
             say(f"the guest is ready in {image.folder}")
             return
         usual = GuestFiles(image.kernel, concatenate(work / "ramdisk", [image.base, overlay]))
         files = {Kernel.USUAL: usual}
-        if modules:
-            ramdisk = concatenate(work / "proc-scsi-ramdisk", [usual.ramdisk, modules])
-            files[Kernel.PROC_SCSI] = GuestFiles(image.kernel, ramdisk)
-            files[Kernel.OLD_HOST] = GuestFiles(old_kernel, ramdisk)
+        for which, (kernel, modules) in others.items():
+            files[which] = GuestFiles(kernel, concatenate(work / which.name, [usual.ramdisk, modules]))
         laboratory = Laboratory(files, arguments.console_dir, FailedJobs(arguments.failures_dir), outside, report)
         # What takes the time is not to take that of other machines.
         quiet = [name for name in names if getattr(load_job(name), "NEEDS_QUIET", False)]
