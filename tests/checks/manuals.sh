@@ -21,6 +21,7 @@ for page in scsitool.1 libscsitool.3 scsitool-host.5; do
 done
 [ "$(ls "$folder" | wc -l)" -ge 20 ] || fail "these are too few: $(ls "$folder")"
 for page in "$folder"/*; do
+    ! grep -q '^\.TS' "$page" || head -n 1 "$page" | grep -qx "'.. t" || fail "$page does not announce its tables"
     mandoc -T lint -W warning "$page" || fail "$page is no sound page"
     [ "$(man --local-file "$page" 2>/dev/null | col -b | wc -l)" -gt 20 ] || fail "$page shows nothing"
     [ -n "$(lexgrog "$page" | grep -v 'parse failed')" ] || fail "apropos does not find $page"

@@ -66,8 +66,11 @@ run_in() {
         # A chroot within the chroot takes a mount to hold on to.
         mount --bind "$folder" "$folder"
         mount -t tmpfs none "$folder/dev"
-        mkdir "$folder/dev/shm"
+        mkdir "$folder/dev/shm" "$folder/dev/pts"
         ln -s /proc/self/fd "$folder/dev/fd"
+        # Terminals of its own, for tests of what people see.
+        mount -t devpts -o newinstance,ptmxmode=0666 none "$folder/dev/pts"
+        ln -s pts/ptmx "$folder/dev/ptmx"
         for node in null zero full random urandom tty; do
             : >"$folder/dev/$node"
             mount --bind "/dev/$node" "$folder/dev/$node"

@@ -11,6 +11,8 @@ import sys
 
 import pages
 
+# The first line of a page whose tables the reader's tbl has to set.
+TABLES = "'\\\" t\n"
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -23,8 +25,9 @@ def date_of_build():
 
 
 def plain(roff):
-    """Without a font that not every reader of pages knows, nor paragraphs that have begun already."""
-    return re.sub(r"(?<=\n)(\.S[HS] .*\n)\.PP\n", r"\1", roff.replace(r"\fC", r"\fB"))
+    """Without a font that not every reader of pages knows, nor paragraphs that have begun already; tables are announced."""
+    page = re.sub(r"(?<=\n)(\.S[HS] .*\n)\.PP\n", r"\1", roff.replace(r"\fC", r"\fB"))
+    return page if page.startswith(TABLES) or "\n.TS\n" not in page else TABLES + page
 
 
 def main():
