@@ -38,7 +38,7 @@ std::string addressOf(const SLinuxScsiDevice& device) {
 // Owns what an operation gives, also when the next one throws.
 class Owned {
   public:
-    explicit Owned(Records taken) : records(std::move(taken)) {}
+    Owned() = default;
     ~Owned() {
         for (const CScsiDeviceData* const record : records) {
             delete record;
@@ -102,9 +102,9 @@ void inventory(Answering& answering) {
 }
 
 void removeDead(Answering& answering, bool removeLun0) {
-    Records enumerated;
-    answering.call("rescan", [&] { enumerated = discovery().rescan(false, false, false, "", ""); });
-    const Owned owned(std::move(enumerated));
+    Owned owned;
+    answering.call("rescan",
+                   [&] { owned.records = discovery().rescan(false, false, false, "", ""); });
     // What has no address is dropped from the list and stays the caller's.
     Records listed = owned.records;
     answering.call("removeDeadDevices", [&] { discovery().removeDeadDevices(listed, removeLun0); });
@@ -166,9 +166,8 @@ void pseudoDevices(Answering& answering) {
 }
 
 void removeRecord(Answering& answering, const std::string& disk) {
-    Records validated;
-    answering.call("validateDevice", [&] { validated = discovery().validateDevice(disk); });
-    const Owned owned(std::move(validated));
+    Owned owned;
+    answering.call("validateDevice", [&] { owned.records = discovery().validateDevice(disk); });
     CScsiTool tool;
     for (CScsiDeviceData* const record : owned.records) {
         answering.code("RemoveDevice of a record", [&] { return tool.RemoveDevice(record); });

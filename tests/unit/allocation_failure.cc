@@ -113,4 +113,37 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
     test::release(block);
 }
 
+#ifdef SCSITOOL_OWN_ALLOCATIONS
+
+// The sanitizer's other forms come to no other: what one of them gives, its own must take back.
+void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return test::allocate(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return test::allocate(size);
+}
+
+void operator delete[](void* block) noexcept {
+    test::release(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+    test::release(block);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
+    test::release(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept {
+    test::release(block);
+}
+
+#endif
+
 #endif
