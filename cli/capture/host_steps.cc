@@ -1,9 +1,11 @@
 // The steps that ask the host: tools, tables of the kernel, processes.
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 #include "cli/capture/reading.h"
 #include "cli/capture/tour.h"
+#include "cli/picture/power_path.h"
 #include "cli/view/map_status.h"
 #include "cli/view/map_table.h"
 #include "recording/guard/kernel/kernel_tables.h"
@@ -60,6 +62,12 @@ void askTools(host::Host& host) {
     std::string failure;
     view::askMapStatus(host, failure);
     view::askMapTables(host, failure);
+    const std::vector<std::string> nodes = namesIn(host, "/dev/");
+    if (std::any_of(nodes.begin(), nodes.end(), [](const std::string& name) {
+            return name.compare(0, std::strlen("emcpower"), "emcpower") == 0;
+        })) {
+        picture::askPowermt(host);
+    }
 }
 
 void askTables(host::Host& host) {

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "cli/picture/last_known.h"
+#include "cli/picture/power_path.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 #include "scsitool/scsi/pages.h"
 
@@ -54,10 +55,13 @@ class Drawing {
                 take(map);
             }
         }
+        for (auto& [name, device] : m_devices) {
+            complete(device);
+        }
+        joinPowerPath();
         std::vector<Device> devices;
         devices.reserve(m_devices.size());
         for (auto& [name, device] : m_devices) {
-            complete(device);
             devices.push_back(std::move(device));
         }
         return devices;
@@ -138,6 +142,22 @@ class Drawing {
                 device.name.front() == '/' ? device.name : kDev + device.name, m_hostName);
             device.lastKnownUdid = known.udid;
             picture::complete(device.fields, known.fields);
+        }
+    }
+
+    // One that answers says by its own names whose volume it is. For one that does not, the tool is
+    // asked: the kernel does not know.
+    void joinPowerPath() {
+        std::optional<PowerPathMembers> members;
+        for (auto& [name, device] : m_devices) {
+            const bool isUnknown = device.kind == Kind::kPseudoDevice && device.paths.empty() &&
+                                   !isAnswering(device.state.condition);
+            if (isUnknown && !members) {
+                members = askPowermt(m_easel.view.host);
+            }
+            if (isUnknown) {
+                device.paths = (*members)[device.kernelName];
+            }
         }
     }
 

@@ -71,7 +71,8 @@ Scope::~Scope() {
 bool isReadCommand(const std::string& command) {
     return startsWithWord(command, "/bin/ls") || startsWithWord(command, "/sbin/pidof") ||
            startsWithWord(command, "/usr/sbin/dmsetup status") ||
-           startsWithWord(command, "/usr/sbin/dmsetup table");
+           startsWithWord(command, "/usr/sbin/dmsetup table") ||
+           startsWithWord(command, "/sbin/powermt display");
 }
 
 }  // namespace host

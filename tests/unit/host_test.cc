@@ -50,16 +50,19 @@ TEST(HostScope, NewThreadStartsWithTheLinuxHost) {
     EXPECT_EQ(seen, &host::linuxHost());
 }
 
-TEST(ReadCommand, IsListingPidofAndTheStatusAndTableOfMapsAlone) {
-    for (const char* const command : {"/bin/ls", "/bin/ls /sys", "/sbin/pidof multipathd",
-                                      "/usr/sbin/dmsetup status --target multipath",
-                                      "/usr/sbin/dmsetup table --target multipath"}) {
+TEST(ReadCommand, IsListingPidofAndWhatTellsOfMapsAlone) {
+    for (const char* const command :
+         {"/bin/ls", "/bin/ls /sys", "/sbin/pidof multipathd",
+          "/usr/sbin/dmsetup status --target multipath",
+          "/usr/sbin/dmsetup table --target multipath", "/sbin/powermt display dev=all"}) {
         EXPECT_TRUE(host::isReadCommand(command)) << command;
     }
     for (const char* const command :
          {"", "ls", "/bin/lsblk", "/bin/ls;", " /bin/ls", "/sbin/multipath -F", "/bin/l",
-          "/usr/sbin/dmsetup remove status", "/usr/sbin/dmsetup statusx",
-          "/usr/sbin/dmsetup tables", "/usr/sbin/dmsetup reload table", "/usr/sbin/dmsetup"}) {
+          "/usr/sbin/dmsetup remove status", "/usr/sbin/dmsetup statusx", "/sbin/powermt",
+          "/sbin/powermt save", "/sbin/powermt check force dev=all class=all",
+          "/sbin/powermt displays", "/usr/sbin/dmsetup tables", "/usr/sbin/dmsetup reload table",
+          "/usr/sbin/dmsetup"}) {
         EXPECT_FALSE(host::isReadCommand(command)) << command;
     }
 }

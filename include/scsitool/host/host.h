@@ -223,8 +223,8 @@ class SCSITOOL_EXPORT Scope {
     Host* m_former;
 };
 
-/// Tells whether a command only reads (/bin/ls, /sbin/pidof, dmsetup's status and table), so that a
-/// dry run may carry it out.
+/// Tells whether a command only reads (/bin/ls, /sbin/pidof, dmsetup's status and table, powermt's
+/// display), so that a dry run may carry it out.
 SCSITOOL_EXPORT bool isReadCommand(const std::string& command);
 
 }  // namespace host
