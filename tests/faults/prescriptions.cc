@@ -61,9 +61,9 @@ std::string wrongInCode(const CallResult& result, const CallResult& sound, const
     for (const Prescription& row : prescriptions()) {
         if (isOf(row, result, fault) && result.isStruck && row.mayBeLess) {
             codes = {std::max(0L, std::min(result.code, sound.code))};
-        } else if (isOf(row, result, fault) && result.isStruck) {
+        } else if (isOf(row, result, fault) && result.isStruck && !row.isBehind) {
             codes = row.codes;
-        } else if (isOf(row, result, fault) && row.isBehind) {
+        } else if (isOf(row, result, fault) && !result.isStruck && row.isBehind) {
             codes.insert(codes.end(), row.codes.begin(), row.codes.end());
         }
     }
