@@ -9,6 +9,7 @@
 #include "cli/common/asking.h"
 #include "cli/common/record_list.h"
 #include "cli/doctor/identity_findings.h"
+#include "cli/hosts/enumeration_watch.h"
 #include "cli/picture/drawing.h"
 #include "cli/prune/look.h"
 #include "host/open_node.h"
@@ -77,7 +78,8 @@ class Round {
 
   private:
     void askAll() {
-        const host::Scope scope(m_watch);
+        EnumerationWatch lists(m_watch, !m_view.isRecorded());
+        const host::Scope scope(lists);
         CDmpDiscoveryManager manager;
         manager.enumerateDmpDevices(m_pseudoDevices);
         for (const auto& [node, info] : m_pseudoDevices) {
@@ -88,6 +90,17 @@ class Round {
             SDeviceInfo info;
             info.deviceName = node;
             ask(node, info);
+        }
+        takeUnread(lists.gaps());
+    }
+
+    // What is in a list that could not be read was not asked. Of disks themselves there are
+    // findings.
+    void takeUnread(const std::vector<EnumerationGap>& gaps) {
+        for (const EnumerationGap& gap : gaps) {
+            if (m_watch.seen(gap.path).openResult == std::nullopt) {
+                m_evidence.fail(gap.path + gap.reason.substr(gap.reason.find(": ")));
+            }
         }
     }
 

@@ -285,7 +285,9 @@ UserBook::Found UserBook::look(const std::string& kernelName) {
     Found found;
     addNamed(kernelName, "", found.users);
     const auto holders = m_blocks.toldHolders(kernelName);
-    found.isTold = holders.has_value();
+    // Mounts, swaps and processes have it by its number alone.
+    const bool isNumbered = m_blocks.number(kernelName).kind == host::DeviceNumber::Kind::kBlock;
+    found.isTold = holders && (isNumbered || m_evidence.isRecorded());
     for (const std::string& holder : holders.value_or(Names())) {
         addHolder(holder, found);
     }

@@ -237,7 +237,7 @@ TEST(AnsweringHost, GivesUpWhatDoesNotAnswerUnderEveryName) {
     }));
     const std::uint64_t took = host::monotonicMilliseconds() - begun;
     EXPECT_GE(took, 1000U);
-    EXPECT_LT(took, 3000U);
+    EXPECT_LT(took, 10000U);
     EXPECT_EQ(answering.givenUp(), std::set<std::string>{"/dev/sda"});
     EXPECT_EQ(answering.asked(), 2U);
     machine.opens = 0;
@@ -252,7 +252,7 @@ TEST(AnsweringHost, GivesUpWhatDoesNotAnswerUnderEveryName) {
 
 TEST(AnsweringHost, KeepsWhatItGaveUpThroughEffectsAndAsksTheOthersAgain) {
     Machine machine(oneDisk());
-    AnsweringHost answering(machine, {4, 1}, {});
+    AnsweringHost answering(machine, {4, 3}, {});
     const auto interview = [](const std::string& name) {
         if (name == "/dev/sda") {
             hang();
@@ -267,7 +267,7 @@ TEST(AnsweringHost, KeepsWhatItGaveUpThroughEffectsAndAsksTheOthersAgain) {
                    interview});
     answering.appendFile("/proc/scsi/scsi", "x", {});
     EXPECT_EQ(answering.openDevice("/dev/sda", kReadWrite), -ETIMEDOUT);
-    EXPECT_LT(host::monotonicMilliseconds() - begun, 1900U) << "not asked a second time";
+    EXPECT_LT(host::monotonicMilliseconds() - begun, 5900U) << "not asked a second time";
     machine.opens = 0;
     conversation(answering, "/dev/sdb");
     EXPECT_EQ(machine.opens, 0) << "asked after the effect";

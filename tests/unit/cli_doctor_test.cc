@@ -8,6 +8,7 @@
 #include "cli/doctor/doctor_text.h"
 #include "cli/doctor/finding.h"
 #include "doctor_machine.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace {
 
@@ -438,6 +439,47 @@ TEST(Doctor, WhatARecordingDoesNotSpeakOfIsNotMissing) {
         EXPECT_EQ(ability["missing"], "this recording has no answer for " + what) << name;
         EXPECT_EQ(ability["remedy"], nullptr) << name;
     }
+}
+
+/// A machine on which one read of the list of disks fails.
+class UnreadList : public host::ForwardingHost {
+  public:
+    UnreadList(host::Host& inner, int which) : ForwardingHost(inner), m_left(which) {}
+
+    host::ReadResult readFile(const std::string& path) override {
+        if (path != "/proc/partitions" || --m_left != 0) {
+            return ForwardingHost::readFile(path);
+        }
+        host::ReadResult failed;
+        failed.openError = EMFILE;
+        return failed;
+    }
+    bool hasFailed() const { return m_left <= 0; }
+
+  private:
+    int m_left;
+};
+
+// Who could not read it has not looked at the disks.
+TEST(Doctor, AListThatCannotBeReadIsTold) {
+    test::CliMachine machine(soundMachine());
+    const CliResult whole =
+        test::runCli({"--jobs", "1", "--deadline", "0", "doctor"}, machine.host(), test::root());
+    ASSERT_EQ(whole.status, 0) << whole.err;
+    int told = 0;
+    for (int which = 1; which < 100; ++which) {
+        UnreadList sick(machine.host(), which);
+        const CliResult result =
+            test::runCli({"--jobs", "1", "--deadline", "0", "doctor"}, sick, test::root());
+        if (!sick.hasFailed()) {
+            break;
+        }
+        told += result.status == 3 ? 1 : 0;
+        EXPECT_TRUE(result.status == 3 || result.out == whole.out) << which << result.out;
+        EXPECT_EQ(result.err,
+                  result.status == 3 ? "scsitool: /proc/partitions: Too many open files\n" : "");
+    }
+    EXPECT_GE(told, 1);
 }
 
 // A capture has the tools that were looked for in vain as such.

@@ -47,6 +47,14 @@ TEST(CliVolumesView, WhatIsNotToldIsSortedLast) {
     EXPECT_EQ(host.column("used", {"--sort", "used", "--reverse"}), "unused\n/data\n-\n");
 }
 
+// Mounts tell of a device by its number.
+TEST(CliVolumesView, WhatHasANumberThatCannotBeReadIsNotUnused) {
+    ViewHost host;
+    EXPECT_EQ(host.column("used", {"--sort", "used"}), "unused\nunused\nunused\n");
+    host.data.files["/sys/class/block/sdz/dev"].error = EMFILE;
+    EXPECT_EQ(host.column("used", {"--sort", "used"}), "unused\nunused\n-\n");
+}
+
 // A partition may be what is used.
 TEST(CliVolumesView, WhatHasPartitionsThatCannotBeListedIsNotUnused) {
     ViewHost host;
