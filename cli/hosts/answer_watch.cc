@@ -4,17 +4,19 @@
 #include <cerrno>
 
 #include "cli/hosts/page_answer.h"
+#include "host/noted_open.h"
 #include "scsi/inquiry_command.h"
 
 namespace cli {
 
 int AnswerWatch::openDevice(const std::string& path, host::OpenMode mode) {
     const int descriptor = ForwardingHost::openDevice(path, mode);
-    m_seen[path].openResult = std::min(descriptor, 0);
-    if (descriptor >= 0) {
-        m_open[descriptor] = path;
-    }
-    return descriptor;
+    return host::notedOpen(inner(), descriptor, [&] {
+        m_seen[path].openResult = std::min(descriptor, 0);
+        if (descriptor >= 0) {
+            m_open[descriptor] = path;
+        }
+    });
 }
 
 int AnswerWatch::closeDevice(int descriptor) {

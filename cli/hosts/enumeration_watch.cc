@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/noted_open.h"
 #include "scsi/inquiry_command.h"
 
 namespace cli {
@@ -39,12 +40,13 @@ int EnumerationWatch::openDevice(const std::string& path, host::OpenMode mode) {
     if (!isDisk(path)) {
         return descriptor;
     }
-    if (descriptor >= 0) {
-        m_disks[descriptor] = path;
-    } else if (!isGone(descriptor) && (m_isLive || descriptor != -ENOENT)) {
-        note(path, "cannot be opened: ", descriptor);
-    }
-    return descriptor;
+    return host::notedOpen(inner(), descriptor, [&] {
+        if (descriptor >= 0) {
+            m_disks[descriptor] = path;
+        } else if (!isGone(descriptor) && (m_isLive || descriptor != -ENOENT)) {
+            note(path, "cannot be opened: ", descriptor);
+        }
+    });
 }
 
 int EnumerationWatch::closeDevice(int descriptor) {

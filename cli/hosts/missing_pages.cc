@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "cli/hosts/page_answer.h"
+#include "host/noted_open.h"
 #include "scsi/inquiry_command.h"
 
 namespace cli {
@@ -19,10 +20,11 @@ std::set<std::uint8_t> pagesIn(const host::CommandBuffer& answer) {
 
 int MissingPages::openDevice(const std::string& path, host::OpenMode mode) {
     const int descriptor = ForwardingHost::openDevice(path, mode);
-    if (descriptor >= 0) {
-        m_open[descriptor] = {path, {scsi::kSupportedPages}};
-    }
-    return descriptor;
+    return host::notedOpen(inner(), descriptor, [&] {
+        if (descriptor >= 0) {
+            m_open[descriptor] = {path, {scsi::kSupportedPages}};
+        }
+    });
 }
 
 int MissingPages::closeDevice(int descriptor) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "discovery/native_disks.h"
+#include "host/noted_open.h"
 
 namespace udid {
 
@@ -14,11 +15,12 @@ const std::string& StatusHost::nameOf(int descriptor) const {
 
 int StatusHost::openDevice(const std::string& path, host::OpenMode mode) {
     const int descriptor = ForwardingHost::openDevice(path, mode);
-    m_notes.opened(path, mode, descriptor);
-    if (descriptor >= 0) {
-        m_open[descriptor] = path;
-    }
-    return descriptor;
+    return host::notedOpen(inner(), descriptor, [&] {
+        m_notes.opened(path, mode, descriptor);
+        if (descriptor >= 0) {
+            m_open[descriptor] = path;
+        }
+    });
 }
 
 int StatusHost::closeDevice(int descriptor) {
