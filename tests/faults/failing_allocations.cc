@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "allocation_failure.h"
+#include "arguments.h"
 #include "effects.h"
 #include "operations.h"
 #include "prescriptions.h"
@@ -60,7 +61,7 @@ Outcome run(const Sample& sample, const Operation& operation, std::size_t number
     recording::RecordedHost host(journal, sample.tree);
     Outcome outcome;
     {
-        faults::SparedHost spared(host);
+        test::SparedHost spared(host);
         const host::Scope scope(spared);
         faults::Answering answering([] { return test::AllocationFailure::happened(); },
                                     outcome.answer);
@@ -186,29 +187,20 @@ class Matrix {
 
 int main(int argc, char** argv) {
     constexpr std::size_t kFaults = 500;
-    std::size_t most = kFaults;
-    int at = 1;
-    if (argc > at && std::strcmp(argv[at], "--all") == 0) {
-        most = 0;
-        ++at;
-    } else if (argc > at + 1 && std::strcmp(argv[at], "--faults") == 0) {
-        most = std::strtoul(argv[at + 1], nullptr, 10);
-        at += 2;
-    }
-    if (argc != at + 1) {
-        std::cerr << "usage: failing_allocations [--all | --faults N] FOLDER\n";
+    const auto arguments = faults::readArguments(argc, argv, "failing_allocations", kFaults);
+    if (!arguments) {
         return 2;
     }
     std::vector<Sample> samples;
-    for (Sample& sample : faults::samplesIn(argv[at])) {
+    for (Sample& sample : faults::samplesIn(arguments->folder)) {
         if (kSamples.count(sample.name) != 0) {
             samples.push_back(std::move(sample));
         }
     }
     if (samples.size() != kSamples.size()) {
-        std::cerr << "failing_allocations: not all samples are in " << argv[at] << "\n";
+        std::cerr << "failing_allocations: not all samples are in " << arguments->folder << "\n";
         return 2;
     }
     Matrix matrix(samples);
-    return matrix.tryEach(most == 0 ? 1 : matrix.size() / most + 1) ? 0 : 1;
+    return matrix.tryEach(arguments->most == 0 ? 1 : matrix.size() / arguments->most + 1) ? 0 : 1;
 }

@@ -5,13 +5,12 @@
 //
 //     single_faults [--all | --faults N] FOLDER
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "arguments.h"
 #include "effects.h"
 #include "fault_host.h"
 #include "operations.h"
@@ -133,27 +132,18 @@ class Matrix {
 
 int main(int argc, char** argv) {
     constexpr std::size_t kFaults = 2000;
-    std::size_t most = kFaults;
-    int at = 1;
-    if (argc > at && std::strcmp(argv[at], "--all") == 0) {
-        most = 0;
-        ++at;
-    } else if (argc > at + 1 && std::strcmp(argv[at], "--faults") == 0) {
-        most = std::strtoul(argv[at + 1], nullptr, 10);
-        at += 2;
-    }
-    if (argc != at + 1) {
-        std::cerr << "usage: single_faults [--all | --faults N] FOLDER\n";
+    const auto arguments = faults::readArguments(argc, argv, "single_faults", kFaults);
+    if (!arguments) {
         return 2;
     }
-    const std::vector<Sample> samples = faults::samplesIn(argv[at]);
+    const std::vector<Sample> samples = faults::samplesIn(arguments->folder);
     if (samples.empty()) {
-        std::cerr << "single_faults: no sample in " << argv[at] << "\n";
+        std::cerr << "single_faults: no sample in " << arguments->folder << "\n";
         return 2;
     }
     Matrix matrix(samples);
     std::size_t stride = 1;  // a power of two: it stays when the matrix grows a little
-    while (most != 0 && matrix.size() / stride > most) {
+    while (arguments->most != 0 && matrix.size() / stride > arguments->most) {
         stride *= 2;
     }
     return matrix.tryEach(stride) ? 0 : 1;

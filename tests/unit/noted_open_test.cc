@@ -8,6 +8,7 @@
 #include "cli/hosts/missing_pages.h"
 #include "cli_harness.h"
 #include "sick_host.h"
+#include "spared_host.h"
 
 // Who looks on and has no memory for what was seen leaves no device open.
 
@@ -29,31 +30,17 @@ void openAndClose(host::Host& watch) {
     }
 }
 
-// The machine opens what it opens whatever happens to memory: it is the watch's that runs out.
-class Sparing : public host::ForwardingHost {
-  public:
-    using ForwardingHost::ForwardingHost;
-    int openDevice(const std::string& path, host::OpenMode mode) override {
-        const test::AllocationPause pause;
-        return ForwardingHost::openDevice(path, mode);
-    }
-    int closeDevice(int descriptor) override {
-        const test::AllocationPause pause;
-        return ForwardingHost::closeDevice(descriptor);
-    }
-};
-
 template <class MakeWatch>
 void expectNothingLeftOpen(MakeWatch makeWatch) {
     test::SickHost sick;
     sick.addDisk("sda", "2:0:0:1", test::namedDisk("A1", 1));
     CliMachine machine(sick.data);
-    Sparing sparing(machine.host());
+    test::SparedHost spared(machine.host());
     const std::size_t failures = test::failEachAllocation([&] {
         {
             auto watch = [&] {
                 const test::AllocationPause pause;
-                return makeWatch(sparing);
+                return makeWatch(spared);
             }();
             openAndClose(watch);
         }
