@@ -181,11 +181,15 @@ void addUnanswered(Report& report, const Context& context) {
     }
     Names named = names;
     named.resize(std::min(named.size(), kMostNamed));
-    report.doubts.push_back(
+    const std::string told =
         std::to_string(names.size()) + " of " + std::to_string(context.asked()) +
         " disks did not answer: " + joined(named, " ") +
         (names.size() > kMostNamed ? " and " + std::to_string(names.size() - kMostNamed) + " more"
-                                   : ""));
+                                   : "");
+    // The picture behind --changes may have said the same.
+    if (std::find(report.doubts.begin(), report.doubts.end(), told) == report.doubts.end()) {
+        report.doubts.push_back(told);
+    }
 }
 
 }  // namespace cli

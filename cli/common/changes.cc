@@ -110,8 +110,12 @@ ChangeWatch::Look ChangeWatch::look(const Context& context) {
     Look look;
     look.devices = enumeration.run(false, "", "");
     const picture::Picture picture = enumeration.pictureWithoutFields();
-    // What did not answer at one of the two looks seems to have come or gone.
-    look.doubts = picture::doubtsOf(picture, enumeration.hint());
+    for (const picture::Device& device : picture.devices) {
+        if (!picture::isAnswering(device.state.condition)) {
+            look.silent.insert(device.name);
+        }
+    }
+    look.toldOfThem = picture::doubtsOf(picture, enumeration.hint());
     look.volumes.volumes = comparison::volumesOf(picture, context.view(), look.doubts);
     return look;
 }
@@ -122,8 +126,17 @@ void ChangeWatch::addTo(Report& report, const Context& context) {
     }
     settleUdev(context);
     const Look after = look(context);
-    for (const std::vector<std::string>& doubts : {m_before.doubts, after.doubts}) {
-        std::copy_if(doubts.begin(), doubts.end(), std::back_inserter(report.doubts),
+    // What did not answer at one of the two looks seems to have come or gone. What answered at
+    // neither is told once.
+    const bool isToldByTheSecond = std::includes(after.silent.begin(), after.silent.end(),
+                                                 m_before.silent.begin(), m_before.silent.end());
+    if (isToldByTheSecond) {
+        m_before.toldOfThem.clear();
+    }
+    const std::vector<const std::vector<std::string>*> told = {
+        &m_before.toldOfThem, &m_before.doubts, &after.toldOfThem, &after.doubts};
+    for (const auto* const doubts : told) {
+        std::copy_if(doubts->begin(), doubts->end(), std::back_inserter(report.doubts),
                      [&](const std::string& doubt) {
                          return std::find(report.doubts.begin(), report.doubts.end(), doubt) ==
                                 report.doubts.end();

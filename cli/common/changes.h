@@ -1,6 +1,7 @@
 #ifndef SCSITOOL_CLI_COMMON_CHANGES_H
 #define SCSITOOL_CLI_COMMON_CHANGES_H
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,8 @@ class ChangeWatch {
         DeviceMap devices;
         comparison::HostVolumes volumes;
         std::vector<std::string> doubts;  ///< what could not be told of them
+        std::set<std::string> silent;     ///< the devices that did not answer, or not whole
+        std::vector<std::string> toldOfThem;
     };
     static Look look(const Context& context);
 

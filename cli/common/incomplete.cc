@@ -5,7 +5,6 @@
 
 #include "cli/base/text.h"
 #include "cli/hosts/page_answer.h"
-#include "cli/output/inquiry_text.h"
 #include "cli/output/report.h"
 
 namespace cli {
@@ -17,7 +16,7 @@ constexpr std::size_t kMostNamed = 16;
 Json pagesJson(const MissingPages::Pages& pages) {
     Json list = Json::array();
     for (const auto& [page, why] : pages) {
-        list.push_back({{"page", pageKey(page)}, {"why", jsonText(why)}});
+        list.push_back({{"page", pageCode(page)}, {"why", jsonText(why)}});
     }
     return list;
 }

@@ -34,8 +34,12 @@ std::optional<std::uint8_t> pageAskedFor(const host::CommandBuffer& request) {
                : std::nullopt;
 }
 
+std::string pageCode(std::uint8_t page) {
+    return hex(page);
+}
+
 std::string pageName(std::uint8_t page) {
-    return "page 0x" + hex(page);
+    return "page 0x" + pageCode(page);
 }
 
 std::string whyNotCome(std::uint8_t page, int result, const host::CommandBuffer& answer) {

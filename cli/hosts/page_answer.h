@@ -12,7 +12,8 @@ namespace cli {
 /// The code of the VPD page that a request asks for; none for every other command.
 std::optional<std::uint8_t> pageAskedFor(const host::CommandBuffer& request);
 
-/// A page as a person is told of it: "page 0x80".
+/// A page's code as documents have it, "80", and as a person is told of it, "page 0x80".
+std::string pageCode(std::uint8_t page);
 std::string pageName(std::uint8_t page);
 
 /// Why a VPD page did not come, to stand behind its name; empty for one that came and for one that

@@ -171,6 +171,9 @@ TEST(MissingPages, ThePageListIsOneOfThem) {
     OneDisk host;
     host.lose(0x00);
     EXPECT_THAT(host.run({"udid", "/dev/sda"}).err, HasSubstr("/dev/sda (page 0x00: "));
+    EXPECT_EQ(
+        host.run({"--json", "udid", "/dev/sda"}).json()["missing_pages"][0]["pages"][0]["page"],
+        "00");
     host.data.devices["/dev/sda"].pages.clear();
     EXPECT_EQ(host.run({"udid", "/dev/sda"}).status, 0);
 }
