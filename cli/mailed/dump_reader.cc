@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -131,7 +132,8 @@ class Finder {
 
     void append(const std::vector<std::uint8_t>& bytes) {
         m_last = m_dump.bytes.size();
-        m_dump.bytes.insert(m_dump.bytes.end(), bytes.begin(), bytes.end());
+        // Of an insert of the range GCC 14 warns that it might write behind the vector's end.
+        std::copy(bytes.begin(), bytes.end(), std::back_inserter(m_dump.bytes));
         if (m_dump.bytes.size() > kLongestDump) {
             m_dump.bytes.clear();
             remark(fmt::format("more than {} bytes in one dump: it is no page", kLongestDump));
