@@ -13,6 +13,7 @@ using test::CliResult;
 using test::FamilySample;
 using test::familySamples;
 using test::Page;
+using test::sampleNamed;
 using test::smallHost;
 using test::TempFolder;
 
@@ -50,12 +51,6 @@ std::vector<std::string> argumentsFor(const FamilySample& sample, const TempFold
         arguments.push_back(std::string(key) + "=" + folder.write(key, plainHex(page)));
     }
     return arguments;
-}
-
-const FamilySample& sampleNamed(const std::string& name) {
-    static const std::vector<FamilySample> samples = familySamples();
-    return *std::find_if(samples.begin(), samples.end(),
-                         [&](const FamilySample& sample) { return sample.name == name; });
 }
 
 TEST(CliExplain, ShowsForPeopleWhatMadeTheUdid) {

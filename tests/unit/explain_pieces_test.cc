@@ -8,17 +8,10 @@
 
 namespace {
 
-using test::FamilySample;
-using test::familySamples;
 using test::Page;
 using test::recordOf;
+using test::sampleNamed;
 using test::store;
-
-const FamilySample& sampleNamed(const std::string& name) {
-    static const std::vector<FamilySample> samples = familySamples();
-    return *std::find_if(samples.begin(), samples.end(),
-                         [&](const FamilySample& sample) { return sample.name == name; });
-}
 
 std::string textOf(const CScsiDeviceData& record, CUDIDFactory& factory) {
     return cli::explanationText(udid::account(factory, record), record, {}, {});

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 #include "family_samples.h"
 #include "scsitool/tools/string_tool.h"
 #include "scsitool/udid/device_udid_factory.h"
@@ -16,6 +18,7 @@ using test::FamilySample;
 using test::familySamples;
 using test::Page;
 using test::recordOf;
+using test::sampleNamed;
 using test::store;
 using udid::Explanation;
 using udid::GeneratorReport;
@@ -70,14 +73,8 @@ Lines lines(const std::vector<udid::ExplainedPage>& pages) {
     return result;
 }
 
-const FamilySample& sampleNamed(const std::string& name) {
-    static const std::vector<FamilySample> samples = familySamples();
-    return *std::find_if(samples.begin(), samples.end(),
-                         [&](const FamilySample& sample) { return sample.name == name; });
-}
-
 /// The report of the generator of that name.
-const GeneratorReport& reportOf(const Explanation& explanation, const std::string& name) {
+const GeneratorReport& reportOf(const Explanation& explanation, std::string_view name) {
     return *std::find_if(explanation.generators.begin(), explanation.generators.end(),
                          [&](const GeneratorReport& report) { return report.name == name; });
 }

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -192,6 +193,13 @@ inline std::vector<FamilySample> familySamples() {
          {}},
         // A new family's sample stands here.
     };
+}
+
+/// The one of that name.
+inline const FamilySample& sampleNamed(std::string_view name) {
+    static const std::vector<FamilySample> kSamples = familySamples();
+    return *std::find_if(kSamples.begin(), kSamples.end(),
+                         [&](const FamilySample& sample) { return sample.name == name; });
 }
 
 /// The record that discovery makes of the volume.

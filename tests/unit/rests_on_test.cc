@@ -16,14 +16,9 @@ using test::FamilySample;
 using test::familySamples;
 using test::Page;
 using test::recordOf;
+using test::sampleNamed;
 using test::store;
 using Lines = std::vector<std::string>;
-
-const FamilySample& sampleNamed(const std::string& name) {
-    static const std::vector<FamilySample> samples = familySamples();
-    return *std::find_if(samples.begin(), samples.end(),
-                         [&](const FamilySample& sample) { return sample.name == name; });
-}
 
 udid::Account accountOf(const CScsiDeviceData& record) {
     CUDIDFactory factory;
