@@ -1,18 +1,22 @@
 """Brings up udev and the multipath daemon in the guest."""
 
+# Rules that put together what LVM and md find. What a job puts together is the job's to take apart.
+ASSEMBLY_RULES = ["69-lvm.rules", "64-md-raid-assembly.rules"]
+MASK_ASSEMBLY = "mkdir -p /etc/udev/rules.d\n" + "\n".join(f"ln -s /dev/null /etc/udev/rules.d/{name}"
+                                                           for name in ASSEMBLY_RULES)
 START_UDEV = """
 modprobe -a dm_multipath dm_service_time
 /lib/systemd/systemd-udevd --daemon 2>/dev/null
 udevadm trigger --action=add --subsystem-match=block --subsystem-match=misc --subsystem-match=mem
-udevadm settle -t 20
 """
+SETTLE = "udevadm settle -t 300"
 # Debian keeps pidof under /bin alone; the library asks for it under /sbin, where it always used to be.
 LINK_PIDOF = "ln -s ../bin/pidof /usr/sbin/pidof"
 
 
-def start_udev(guest):
+def start_udev(guest, assemble=False):
     """Device-mapper waits for udev's word on every map, so udev comes first."""
-    guest.run(START_UDEV)
+    guest.run(f"{'' if assemble else MASK_ASSEMBLY}{START_UDEV}{SETTLE}")
 
 
 def link_pidof(guest):
@@ -22,10 +26,10 @@ def link_pidof(guest):
 
 def start_multipathd(guest, maps):
     """Starts the daemon and waits until it has made its maps."""
-    guest.run("udevadm settle -t 20\nmultipathd")
-    guest.wait_for(f"{maps} multipath maps", f'[ "$(multipathd show maps 2>/dev/null | grep -c dm-)" -ge {maps} ]\n'
+    guest.run(f"{SETTLE}\nmultipathd")
+    guest.wait_for(f"{maps} multipath maps", f'[ "$(multipathd show maps 2>/dev/null | grep -c dm-)" -ge {maps} ] &&\n'
                    f'[ "$(ls /dev/mapper | grep -vc control)" -ge {maps} ]')
-    guest.run("udevadm settle -t 20")
+    guest.run(SETTLE)
 
 
 def map_members(guest):
