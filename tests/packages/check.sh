@@ -71,11 +71,15 @@ installed_by_rpm() {
         echo "packages: NOT installed by rpm, which takes root's rights" >&2
         return
     fi
-    local root=$work/rpm-root rpm difference
+    local root=$work/rpm-root rpm difference willing=()
+    # Until 4.18 Debian's rpm wants to be asked twice before it installs anything.
+    if rpm --force-debian --version >/dev/null 2>&1; then
+        willing=(--force-debian)
+    fi
     mkdir "$root"
     rpm=(rpm --root "$root" --dbpath /var/lib/rpm)
     "${rpm[@]}" --initdb
-    "${rpm[@]}" --install --force-debian --nodeps --noscripts --ignoreos --ignorearch "$top"/build/packages/*.rpm
+    "${rpm[@]}" --install "${willing[@]}" --nodeps --noscripts --ignoreos --ignorearch "$top"/build/packages/*.rpm
     difference=$(diff <(names "$work/rpm") <(names "$root" | grep -v '^\./var/lib/rpm/')) ||
         fail "what the RPM packages hold (<) and what rpm has installed (>) differ:"$'\n'"$difference"
     "${rpm[@]}" --verify --all --nodeps --noscripts || fail "rpm finds other files than it has installed"

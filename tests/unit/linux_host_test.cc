@@ -38,13 +38,19 @@ std::string contentOf(const std::string& path) {
     return text.str();
 }
 
-TEST(LinuxHost, ReadsFilesOfProcAndSysfs) {
+TEST(LinuxHost, ReadsFilesOfProc) {
     LinuxHost linuxHost;
     const host::ReadResult status = linuxHost.readFile("/proc/self/status");
     EXPECT_EQ(status.error(), 0);
     EXPECT_NE(status.content.find("Name:"), std::string::npos);
-    const host::ReadResult attribute =
-        linuxHost.readFile("/sys/kernel/mm/transparent_hugepage/enabled");
+}
+
+TEST(LinuxHost, ReadsFilesOfSysfs) {
+    if (::access("/sys/kernel", F_OK) != 0) {
+        GTEST_SKIP() << "no sysfs is mounted, as in a chroot that packages are built in";
+    }
+    LinuxHost linuxHost;
+    const host::ReadResult attribute = linuxHost.readFile("/sys/kernel/uevent_seqnum");
     EXPECT_EQ(attribute.error(), 0);
     EXPECT_FALSE(attribute.content.empty());
 }

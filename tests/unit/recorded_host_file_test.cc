@@ -228,8 +228,9 @@ TEST(RecordedHostFile, IgnoresACommentOfAnyKindInAnyObject) {
 
 TEST(RecordedHostFile, RefusesTextThatIsNotJsonWithLineAndColumn) {
     expectRefusals({
-        {"",
-         "host.json: 1:1: not JSON: syntax error while parsing value - unexpected end of "
+        {"", "host.json: 1:1: not JSON: there is nothing in it"},
+        {" ",
+         "host.json: 1:2: not JSON: syntax error while parsing value - unexpected end of "
          "input; expected '[', '{', or a literal"},
         {"{\n  \"format\": nonsense\n}",
          "host.json: 2:14: not JSON: syntax error while parsing value - invalid literal; last "

@@ -144,6 +144,10 @@ std::string pointerStep(const std::string& key) {
 }
 
 json parseStrictJson(const std::string& text) {
+    // The library's words for it are other ones in each of its releases.
+    if (text.empty()) {
+        throw JsonError("1:1", "not JSON: there is nothing in it");
+    }
     Builder builder;
     try {
         json::sax_parse(text, &builder);
