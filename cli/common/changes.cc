@@ -10,6 +10,8 @@
 #include "cli/common/udev.h"
 #include "cli/comparison/changes_text.h"
 #include "cli/picture/enumeration.h"
+#include "cli/picture/rows.h"
+#include "cli/view/condition.h"
 
 namespace cli {
 namespace {
@@ -51,6 +53,7 @@ Json listJson(const std::vector<Change>& changes) {
         }
         list.push_back({{"udid", jsonText(change.udid)},
                         {"devices", devices},
+                        {"identity", picture::identityJson(change.udid, change.isPathUdid)},
                         {"whole_volume", change.wholeVolume}});
     }
     return list;
@@ -68,10 +71,18 @@ VolumeChanges ofThoseThatStayed(const VolumeChanges& changes) {
     return others;
 }
 
+void markPathUdids(std::vector<Change>& changes, const std::set<std::string>& pathUdids) {
+    for (Change& change : changes) {
+        change.isPathUdid = pathUdids.count(change.udid) != 0;
+    }
+}
+
 void addRows(Table& table, const char* what, const std::vector<Change>& changes) {
     for (const Change& change : changes) {
-        table.addRow({what, change.wholeVolume ? "volume" : "path",
-                      change.udid.empty() ? "-" : change.udid, joined(change.devices, " ")});
+        table.addRow(
+            {what, change.wholeVolume ? "volume" : "path",
+             change.udid.empty() ? "-" : view::udidText(change.udid, false, change.isPathUdid),
+             joined(change.devices, " ")});
     }
 }
 
@@ -114,6 +125,12 @@ ChangeWatch::Look ChangeWatch::look(const Context& context) {
         if (!picture::isAnswering(device.state.condition)) {
             look.silent.insert(device.name);
         }
+        if (device.isPathUdid) {
+            look.pathUdids.insert(device.udid);
+        }
+    }
+    for (const picture::Contradiction& found : picture.contradictions) {
+        look.doubts.push_back(found.text);
     }
     look.toldOfThem = picture::doubtsOf(picture, enumeration.hint());
     look.volumes.volumes = comparison::volumesOf(picture, context.view(), look.doubts);
@@ -142,7 +159,9 @@ void ChangeWatch::addTo(Report& report, const Context& context) {
                                 report.doubts.end();
                      });
     }
-    const Changes changes = compareMaps(m_before.devices, after.devices);
+    Changes changes = compareMaps(m_before.devices, after.devices);
+    markPathUdids(changes.appeared, after.pathUdids);
+    markPathUdids(changes.disappeared, m_before.pathUdids);
     const VolumeChanges all = comparison::compare(m_before.volumes, after.volumes);
     report.data["changes"] = changesJson(changes);
     report.data["changes"]["differences"] = comparison::changesJson(all);

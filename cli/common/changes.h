@@ -17,6 +17,7 @@ struct Change {
     std::string udid;
     std::vector<std::string> devices;
     bool wholeVolume = false;  ///< no other device carries or carried the UDID
+    bool isPathUdid = false;   ///< the UDID is made of a path at this host: no identity
 };
 
 /// What appeared and what disappeared between two device maps, in the order of the UDIDs. A device
@@ -45,6 +46,7 @@ class ChangeWatch {
         comparison::HostVolumes volumes;
         std::vector<std::string> doubts;  ///< what could not be told of them
         std::set<std::string> silent;     ///< the devices that did not answer, or not whole
+        std::set<std::string> pathUdids;  ///< those that are made of a path at this host
         std::vector<std::string> toldOfThem;
     };
     static Look look(const Context& context);

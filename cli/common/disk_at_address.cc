@@ -4,6 +4,11 @@
 
 #include "cli/base/text.h"
 #include "cli/common/removed_addresses.h"
+#include "cli/hosts/missing_pages.h"
+#include "cli/hosts/page_answer.h"
+#include "cli/picture/last_known.h"
+#include "cli/picture/rows.h"
+#include "cli/view/condition.h"
 #include "recording/guard/kernel/scsi_devices.h"
 #include "scsitool/udid/device_udid_factory.h"
 
@@ -17,7 +22,6 @@ using recording::guard::ScsiDevices;
 
 constexpr const char* kScsiDevices = "/sys/class/scsi_device/";
 
-// A disk that does not answer has none, for whatever reason: that is no obstacle to its removal.
 std::string udidOf(host::Host& host, const std::string& node) {
     const host::Scope scope(host);
     CUDIDFactory factory;
@@ -31,6 +35,31 @@ std::string udidOf(host::Host& host, const std::string& node) {
         return {};
     }
     return {};
+}
+
+// A disk that does not answer has no UDID, for whatever reason: that is no obstacle to its removal.
+void identify(host::Host& host, bool isLive, DiskAtAddress& disk) {
+    MissingPages pages(host);
+    disk.udid = udidOf(pages, disk.node);
+    std::string hostName;
+    host.hostName(hostName);
+    disk.isPathUdid = picture::isPathUdid(disk.udid, disk.node, hostName);
+    const auto missing = pages.missing().find(disk.node);
+    if (missing != pages.missing().end()) {
+        const auto& [page, why] = *missing->second.begin();
+        disk.missing = missingText(page, why);
+    }
+    if (!isLive && mayBeUnrecordedList(disk.missing)) {
+        disk.missing.clear();
+    }
+}
+
+// "UDID##... (this path at this host only) (answered in part: page 0x80: SCSI status 8)"
+std::string identityText(const DiskAtAddress& disk) {
+    const std::string part =
+        disk.missing.empty() ? std::string() : " (answered in part: " + disk.missing + ")";
+    return (disk.udid.empty() ? "no UDID" : view::udidText(disk.udid, false, disk.isPathUdid)) +
+           part;
 }
 
 void lookUp(Evidence& evidence, const SLinuxScsiDevice& address, DiskAtAddress& disk) {
@@ -68,7 +97,7 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
     lookUp(evidence, address, disk);
     disk.failures = evidence.failures();
     if (!disk.node.empty()) {
-        disk.udid = udidOf(host, disk.node);
+        identify(host, context.isLive(), disk);
     }
     return disk;
 }
@@ -76,14 +105,16 @@ DiskAtAddress diskAt(const Context& context, const SLinuxScsiDevice& address) {
 std::string diskLine(const DiskAtAddress& disk, const std::string& address) {
     return visible(address + " is " + (disk.node.empty() ? "no disk with a node" : disk.node) +
                    ", " + (disk.product.empty() ? "no product" : disk.product) + ", " +
-                   (disk.udid.empty() ? "no UDID" : disk.udid)) +
+                   identityText(disk)) +
            "\n";
 }
 
 Json diskJson(const DiskAtAddress& disk) {
     return {{"name", jsonText(disk.node)},
             {"product", jsonText(disk.product)},
-            {"udid", jsonText(disk.udid)}};
+            {"udid", jsonText(disk.udid)},
+            {"identity", picture::identityJson(disk.udid, disk.isPathUdid)},
+            {"missing_page", disk.missing}};
 }
 
 }  // namespace cli

@@ -1,6 +1,8 @@
 #include "cli/common/incomplete.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 #include <vector>
 
 #include "cli/base/text.h"
@@ -22,7 +24,19 @@ Json pagesJson(const MissingPages::Pages& pages) {
 }
 
 std::string firstOf(const MissingPages::Pages& pages) {
-    return pageName(pages.begin()->first) + ": " + pages.begin()->second;
+    return missingText(pages.begin()->first, pages.begin()->second);
+}
+
+// By the name of the device. The list of pages has the lowest code.
+std::map<std::string, MissingPages::Pages> missingOf(const Context& context) {
+    std::map<std::string, MissingPages::Pages> missing = context.hosts.missingPages().missing();
+    for (auto one = missing.begin(); one != missing.end() && !context.isLive();) {
+        if (mayBeUnrecordedList(firstOf(one->second))) {
+            one->second.erase(one->second.begin());
+        }
+        one = one->second.empty() ? missing.erase(one) : std::next(one);
+    }
+    return missing;
 }
 
 }  // namespace
@@ -31,7 +45,7 @@ void addIncomplete(Report& report, const Context& context) {
     const recording::GivenUp givenUp = context.givenUp();
     std::vector<std::string> named;
     Json list = Json::array();
-    for (const auto& [name, pages] : context.hosts.missingPages().missing()) {
+    for (const auto& [name, pages] : missingOf(context)) {
         if (givenUp.count(name) == 0) {
             named.push_back(name + " (" + firstOf(pages) + ")");
             list.push_back({{"name", jsonText(name)}, {"pages", pagesJson(pages)}});
@@ -53,7 +67,7 @@ void addIncomplete(Report& report, const Context& context) {
 }
 
 std::string whyIncomplete(const Context& context, const std::string& name) {
-    const auto& missing = context.hosts.missingPages().missing();
+    const auto missing = missingOf(context);
     const auto found = missing.find(name);
     return found != missing.end() ? firstOf(found->second) : "";
 }

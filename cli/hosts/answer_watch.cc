@@ -36,7 +36,7 @@ int AnswerWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     } else if (result == -ETIMEDOUT) {
         noteLater(descriptor, result);
     } else if (page && device != m_open.end()) {
-        noteMissing(m_seen[device->second], *page, whyNotCome(*page, result, buffer));
+        noteMissing(m_seen[device->second], *page, whyNotCome(result, buffer));
     }
     return result;
 }
@@ -55,8 +55,9 @@ void AnswerWatch::noteLater(int descriptor, int result) {
 }
 
 void AnswerWatch::noteMissing(SeenAnswer& seen, std::uint8_t page, const std::string& why) {
-    if (!why.empty() && seen.missingPage.empty()) {
-        seen.missingPage = pageName(page) + ": " + why;
+    // What may be none goes behind what is one.
+    if (!why.empty() && (seen.missingPage.empty() || mayBeUnrecordedList(seen.missingPage))) {
+        seen.missingPage = missingText(page, why);
     }
 }
 

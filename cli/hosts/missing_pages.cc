@@ -45,7 +45,7 @@ int MissingPages::sendCommand(int descriptor, host::CommandBuffer& buffer) {
         listing.listed.insert(scsi::kSupportedPages);
     }
     if (listing.listed.count(*page) != 0) {
-        note(listing.path, *page, whyNotCome(*page, result, buffer));
+        note(listing.path, *page, whyNotCome(result, buffer));
     }
     return result;
 }

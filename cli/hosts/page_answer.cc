@@ -42,14 +42,21 @@ std::string pageName(std::uint8_t page) {
     return "page 0x" + pageCode(page);
 }
 
-std::string whyNotCome(std::uint8_t page, int result, const host::CommandBuffer& answer) {
+std::string missingText(std::uint8_t page, const std::string& why) {
+    return pageName(page) + ": " + why;
+}
+
+bool mayBeUnrecordedList(const std::string& missing) {
+    return missing == missingText(scsi::kSupportedPages, errorText(-EIO));
+}
+
+std::string whyNotCome(int result, const host::CommandBuffer& answer) {
     const unsigned char* const response = answer.data() + scsi::kCommandBlock;
     if (result == 0) {
         return scsi::isZero(response) ? "the command did not reach the disk" : "";
     }
     if (result < 0) {
-        const bool isUnrecorded = page == scsi::kSupportedPages && result == -EIO;
-        return isUnrecorded ? "" : errorText(result);
+        return errorText(result);
     }
     const scsi::SenseData sense =
         result == kCheckCondition ? scsi::readSense({response, kHandedSense}) : scsi::SenseData();

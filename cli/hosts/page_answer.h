@@ -18,9 +18,15 @@ std::string pageName(std::uint8_t page);
 
 /// Why a VPD page did not come, to stand behind its name; empty for one that came and for one that
 /// the device refuses for good (ILLEGAL REQUEST, SPC-4), which it does on every path and every day.
-/// A recording that does not hold the list of pages (0x00) is one of a disk that has none. `result`
-/// is what the host gave for the request, `answer` what it left in the buffer.
-std::string whyNotCome(std::uint8_t page, int result, const host::CommandBuffer& answer);
+/// `result` is what the host gave for the request, `answer` what it left in the buffer.
+std::string whyNotCome(int result, const host::CommandBuffer& answer);
+
+/// "page 0x80: SCSI status 8".
+std::string missingText(std::uint8_t page, const std::string& why);
+/// Tells whether this is the text of a list of pages (0x00) that a recording does not hold: such a
+/// one is of a disk that has none. On a live host a map without a path that works gives the same,
+/// and its disk has a list.
+bool mayBeUnrecordedList(const std::string& missing);
 
 }  // namespace cli
 

@@ -3,6 +3,7 @@
 #include <exception>
 #include <set>
 
+#include "cli/hosts/page_answer.h"
 #include "cli/picture/last_known.h"
 #include "cli/picture/power_path.h"
 #include "scsitool/discovery/device_discovery_linux.h"
@@ -121,8 +122,17 @@ class Drawing {
         device.sizeKb = map.sizeKb;
     }
 
+    // What a recording does not hold of a disk, the disk does not have.
+    SeenAnswer seenOf(const std::string& name) const {
+        SeenAnswer seen = m_sighting.answers.seen(name);
+        if (m_easel.view.isRecorded() && mayBeUnrecordedList(seen.missingPage)) {
+            seen.missingPage.clear();
+        }
+        return seen;
+    }
+
     void complete(Device& device) {
-        const SeenAnswer& seen = m_sighting.answers.seen(device.name);
+        const SeenAnswer seen = seenOf(device.name);
         device.state = stateOf(seen, device.kernelState, m_easel.deadline);
         if (!isAnswering(device.state.condition)) {
             device.state = stateOf(seen, device.kernelState,

@@ -110,6 +110,13 @@ Identity identityBehind(Evidence& evidence, const std::string& node, const Answe
             guard::askPage(evidence, node, guard::kSerialNumberPage).content};
 }
 
+// A stat that fails may have failed for any reason; a listing tells which. What a recorded host
+// does not speak of may be there.
+bool isThere(const View& view, const std::string& folder) {
+    return view.isRecorded || view.host.isDirectory(folder) ||
+           !guard::isMissing(view.host.listDirectory(folder).openError);
+}
+
 std::string kernelNameOfMap(BlockDevices& devices, const std::string& mapName) {
     for (const std::string& name : devices.maps()) {
         if (guard::isMultipath(devices.mapUuid(name)) && devices.mapName(name) == mapName) {
@@ -223,8 +230,7 @@ DiskSighting lookAtDisk(const View& view, const ScsiAddress& address) {
     const std::string name = diskAt(scsi, address);
     DiskSighting disk;
     disk.address = address;
-    disk.isThere =
-        view.isRecorded || view.host.isDirectory(kScsiDevices + addressText(address) + "/device/");
+    disk.isThere = isThere(view, kScsiDevices + addressText(address) + "/device/");
     disk.shown = name.empty() ? guard::addressText(address) : "/dev/" + name;
     disk.state = scsi.attributeAt(address, "state");
     const std::string node = nodeAt(scsi, blocks, address);

@@ -138,13 +138,16 @@ void Pruning::removeDisk(Row& row) {
     const std::size_t refusals = m_context.hosts.guard().refusals().size();
     const std::string folder = kScsiDevices + addressText(*row.address) + "/device/";
     const DiskSighting disk = lookAtDisk(m_view, *row.address);
-    if (!disk.isThere || disk.shown != row.device) {
+    const bool isSame = disk.shown == row.device;
+    if (!disk.isThere || (!isSame && disk.failures.empty())) {
         row.outcome = Outcome::kStays;
         row.message = disk.isThere ? "the address is that of " + disk.shown + " by now"
                                    : "the kernel has dropped it meanwhile";
         return;
     }
-    if (staysByNow(row, judgeDisk(disk))) {
+    // Where the list of its names broke off, it may be the same and may be another.
+    if (staysByNow(row,
+                   isSame ? judgeDisk(disk) : Verdict{Finding::kUntold, disk.failures.front()})) {
         return;
     }
     const host::AppendResult result = m_context.host().appendFile(folder + "delete", "1", {});

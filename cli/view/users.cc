@@ -231,23 +231,18 @@ void UserBook::readProcesses() {
     m_areTablesTold = m_areTablesTold && (isWhole || m_evidence.isRecorded());
 }
 
-// What the tables say of a device under each of its names.
-void UserBook::addNamed(const std::string& kernelName, const std::string& node, Users& users) {
-    const host::DeviceNumber number =
-        kernelName.empty() ? host::DeviceNumber() : m_blocks.number(kernelName);
+// What the tables say of a device at a place, its node or its number, and under its names.
+void UserBook::addNamed(const std::string& kernelName, const std::string& place, Users& users) {
     const std::string mapName = kernelName.empty() ? "" : m_blocks.mapName(kernelName);
-    Names places = {node};
-    if (number.kind == host::DeviceNumber::Kind::kBlock) {
-        places.push_back(guard::numberText(number));
-    }
+    Names places = {place};
     if (!kernelName.empty()) {
         places.push_back(kDev + kernelName);
     }
     if (!mapName.empty()) {
         places.push_back(kMapper + mapName);
     }
-    for (const std::string& place : places) {
-        const auto found = m_byPlace.find(place);
+    for (const std::string& one : places) {
+        const auto found = m_byPlace.find(one);
         if (found != m_byPlace.end()) {
             users.insert(found->second.begin(), found->second.end());
         }
@@ -283,10 +278,12 @@ void UserBook::addHolder(const std::string& holder, Found& found) {
 
 UserBook::Found UserBook::look(const std::string& kernelName) {
     Found found;
-    addNamed(kernelName, "", found.users);
+    // Mounts, swaps and processes have it by its number alone, which is read once: what was not
+    // looked for is not told.
+    const host::DeviceNumber number = m_blocks.number(kernelName);
+    const bool isNumbered = number.kind == host::DeviceNumber::Kind::kBlock;
+    addNamed(kernelName, isNumbered ? guard::numberText(number) : "", found.users);
     const auto holders = m_blocks.toldHolders(kernelName);
-    // Mounts, swaps and processes have it by its number alone.
-    const bool isNumbered = m_blocks.number(kernelName).kind == host::DeviceNumber::Kind::kBlock;
     found.isTold = holders && (isNumbered || m_evidence.isRecorded());
     for (const std::string& holder : holders.value_or(Names())) {
         addHolder(holder, found);

@@ -78,7 +78,7 @@ class UserBook {
     void readBtrfs();
     void readProcesses();
     void add(const std::string& node, const User& user);
-    void addNamed(const std::string& kernelName, const std::string& node, Users& users);
+    void addNamed(const std::string& kernelName, const std::string& place, Users& users);
     void addHolder(const std::string& holder, Found& found);
     const Found& above(const std::string& kernelName);
     Found look(const std::string& kernelName);

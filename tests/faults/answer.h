@@ -25,6 +25,7 @@ struct CallResult {
 struct Answer {
     std::vector<CallResult> calls;
     std::map<std::string, std::string> found;
+    std::set<std::string> said;     ///< the lines that a command writes to its standard error
     std::set<std::string> effects;  ///< what was done to the host
     std::set<std::string> udids;    ///< of all devices of the host, for a command
 };
@@ -64,6 +65,7 @@ class Answering {
         });
     }
     void found(const std::string& name, const std::string& what) { m_answer.found[name] = what; }
+    void said(const std::string& line) { m_answer.said.insert(line); }
 
   private:
     const std::function<bool()> m_hasFailed;

@@ -241,6 +241,15 @@ std::string withoutAlignment(const std::string& line) {
     return plain;
 }
 
+template <class Take>
+void forEachLine(const std::ostringstream& text, Take take) {
+    std::istringstream lines(text.str());
+    for (std::string line; std::getline(lines, line);) {
+        take(line);
+    }
+    requireWhole(lines);
+}
+
 void runCommand(Answering& answering, const std::vector<std::string>& words) {
     std::ostringstream out;
     std::ostringstream err;
@@ -251,11 +260,8 @@ void runCommand(Answering& answering, const std::vector<std::string>& words) {
         }
         return status;
     });
-    std::istringstream lines(out.str());
-    for (std::string line; std::getline(lines, line);) {
-        answering.found(withoutAlignment(line), "");
-    }
-    requireWhole(lines);
+    forEachLine(out, [&](const std::string& line) { answering.found(withoutAlignment(line), ""); });
+    forEachLine(err, [&](const std::string& line) { answering.said(line); });
 }
 
 // A command, by which the guard is in between. One device at a time is asked: nothing is forked.

@@ -9,6 +9,7 @@ namespace {
 using Thrown = CallResult::Thrown;
 
 constexpr const char* kAny = "";
+constexpr const char* kUdid = "UDID##";  // all begin with it
 constexpr int kNoMemory = -1;
 constexpr int kAnyWay = -2;
 
@@ -161,18 +162,54 @@ std::set<std::string> namesIn(const Answer& answer) {
     return names;
 }
 
+// What is written beside a UDID that is no identity: in a row, in a finding with its reason, in a
+// contradiction.
+bool isMarked(const std::string& line) {
+    static const std::vector<std::string> kMarks = {"(this path at this host only)", "(last known)",
+                                                    "its UDID is ",
+                                                    " UDIDs: ", "(answered in part: "};
+    return std::any_of(kMarks.begin(), kMarks.end(), [&](const std::string& mark) {
+        return line.find(mark) != std::string::npos;
+    });
+}
+
 // Has a UDID that no device of the host has without the fault, and no mark.
 bool hasStrangeUdid(std::string line, const std::set<std::string>& udids) {
-    const std::string begin = "UDID##";
     for (auto udid = udids.rbegin(); udid != udids.rend(); ++udid) {  // a longer one first
         for (std::size_t at = line.find(*udid); at != std::string::npos && !udid->empty();
              at = line.find(*udid)) {
             line.erase(at, udid->size());
         }
     }
-    return line.find(begin) != std::string::npos &&
-           line.find("(this path at this host only)") == std::string::npos &&
-           line.find("(last known)") == std::string::npos;
+    return line.find(kUdid) != std::string::npos && !isMarked(line);
+}
+
+// A UDID is another one where a page did not come, or the host's name, and nothing in it says so.
+// The command then names the device, or that memory ran out, in a line that it does not write
+// without the fault.
+bool isTold(const Answer& answer, const Answer& sound, const Fault& fault,
+            const std::string& line) {
+    std::set<std::string> names = namesIn(line);
+    names.insert(fault.of);
+    names.erase("");
+    names.insert("memory ran out");
+    return std::any_of(answer.said.begin(), answer.said.end(), [&](const std::string& one) {
+        return sound.said.count(one) == 0 &&
+               std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+                   return one.find(name) != std::string::npos;
+               });
+    });
+}
+
+// Whatever the exit status: an unmarked UDID that no device has is one that the command doubts.
+std::string wrongInUdids(const Answer& answer, const Answer& sound, const Fault& fault) {
+    std::string wrong;
+    for (const auto& [line, what] : answer.found) {
+        if (hasStrangeUdid(line, sound.udids) && !isTold(answer, sound, fault, line)) {
+            wrong += "; a UDID without a mark in: " + line;
+        }
+    }
+    return wrong;
 }
 
 // A disk that had a row of its own and was used there.
@@ -183,13 +220,6 @@ bool isSaidUsed(const Answer& answer, const std::string& line) {
     });
 }
 
-// The library makes the UDID of the pages that came, and where there is none of the path and the
-// host's name. Which page did not come, the command tells in the row.
-bool makesAnotherUdid(const Fault& fault) {
-    return fault.call == "SCSI_IOCTL_SEND_COMMAND" || fault.call == "SG_IO" ||
-           fault.call == "gethostname";
-}
-
 // A map whose name cannot be read goes by the kernel's.
 bool goesByAnotherName(const Fault& fault, const std::string& name) {
     return fault.of.find("/dm/name") != std::string::npos && name.find("/dev/mapper/") == 0;
@@ -198,6 +228,12 @@ bool goesByAnotherName(const Fault& fault, const std::string& name) {
 // Without that folder there are no maps to flush.
 bool hasNoMaps(const Fault& fault) {
     return fault.call == "stat" && fault.of == "/dev/mapper/";
+}
+
+// What is in no recording is as if it could not be started. A flush that ends with 1 has run: some
+// map is in use, which is no failure.
+bool hasRunNow(const Fault& fault) {
+    return fault.call == "run" && fault.of == "/sbin/multipath -F" && fault.way == 1;
 }
 
 // What exit status 0 promises: all that is there is shown, nothing is shown that is not, nobody is
@@ -213,9 +249,6 @@ std::string wrongInSuccess(const Answer& answer, const Answer& sound, const Faul
         wrong += isThere ? "" : "; it lost " + name;
     }
     for (const auto& [line, what] : answer.found) {
-        if (!makesAnotherUdid(fault) && hasStrangeUdid(line, sound.udids)) {
-            wrong += "; a UDID without a mark in: " + line;
-        }
         if (line.find(" unused") != std::string::npos && isSaidUsed(sound, line)) {
             wrong += "; it is in use: " + line;
         }
@@ -232,9 +265,9 @@ std::string wrongInCommand(const Answer& answer, const Answer& sound, const Faul
     if (status != 0 && status != 1 && status != 3) {
         return "; exit status " + std::to_string(status);
     }
-    std::string wrong;
-    if (status == 0 && soundStatus != 0) {
-        wrong = "; exit status 0 in place of " + std::to_string(soundStatus);
+    std::string wrong = wrongInUdids(answer, sound, fault);
+    if (status == 0 && soundStatus != 0 && !hasRunNow(fault)) {
+        wrong += "; exit status 0 in place of " + std::to_string(soundStatus);
     }
     return status == 0 ? wrong + wrongInSuccess(answer, sound, fault) : wrong;
 }
@@ -262,9 +295,15 @@ std::string wrongIn(const Answer& answer, const Answer& sound, const Fault& faul
 }
 
 void tellUdids(Answer& answer, std::set<std::string>& udids) {
+    const std::string lastKnown = " (last known)";
     for (const auto& [device, udid] : answer.found) {
-        if (udid.find("UDID##") == 0) {
+        if (udid.find(kUdid) == 0) {
             udids.insert(udid);
+        }
+        const std::size_t mark = device.find(lastKnown);
+        const std::size_t begin = device.rfind(kUdid, mark);
+        if (mark != std::string::npos && begin != std::string::npos) {
+            udids.insert(device.substr(begin, mark - begin));
         }
     }
     answer.udids = udids;

@@ -16,7 +16,8 @@ std::string wrongIn(const Answer& answer, const Answer& sound, const Fault& faul
                     const Operation& operation);
 
 /// Gives an answer the UDIDs that are known of its host, and those that it tells to the ones behind
-/// it: the first operation on a host enumerates its devices.
+/// it: the first operation on a host enumerates its devices, the first command tells the last
+/// known.
 void tellUdids(Answer& answer, std::set<std::string>& udids);
 
 }  // namespace faults

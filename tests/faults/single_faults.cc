@@ -120,6 +120,9 @@ class Matrix {
             ++m_wrong;
             std::cout << row.sample.name << ", " << row.operation.name << ", "
                       << faults::textOf(outcome.failed) << ": " << wrong << "\n";
+            for (const std::string& line : outcome.answer.said) {
+                std::cout << "    it said: " << line << "\n";
+            }
         }
     }
 

@@ -222,6 +222,74 @@ TEST(CliRescan, ChangesShowANewPathByItsUdid) {
               "appeared  path  UDID##ACME##DISK##AB12##5000C50012345678  /dev/sdb\n");
 }
 
+// Its disks do not tell their pages from the rescan on.
+class ForgettingHost : public host::ForwardingHost {
+  public:
+    using ForwardingHost::ForwardingHost;
+    host::CommandResult runCommand(const std::string& command, int seconds) override {
+        m_isLater = m_isLater || command.find("rescan-scsi-bus") != std::string::npos;
+        return ForwardingHost::runCommand(command, seconds);
+    }
+    int sendCommand(int descriptor, host::CommandBuffer& buffer) override {
+        const bool asksForPage = (buffer[9] & 1) != 0;
+        return m_isLater && asksForPage ? -EIO : ForwardingHost::sendCommand(descriptor, buffer);
+    }
+
+  private:
+    bool m_isLater = false;
+};
+
+TEST(CliRescan, ChangesMarkAUdidThatIsMadeOfThePath) {
+    recording::RecordedHostData data = hostWithScript();
+    data.directories.clear();
+    data.hostName = "h";
+    recording::Journal journal;
+    recording::RecordedHost machine(data, journal);
+    ForgettingHost host(machine);
+    const CliResult result =
+        test::runCli({"--jobs", "1", "--deadline", "0", "rescan", "--changes"}, host);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.err, testing::HasSubstr("answered in part: /dev/sda /dev/sdb"));
+    EXPECT_THAT(result.out, testing::HasSubstr("/DEV/SDA@H (this path at this host only)"));
+    EXPECT_THAT(result.out, testing::HasSubstr("UDID##ACME##DISK##AB12##5000C50012345678  "));
+}
+
+// Up to the rescan one path of a volume has half the size of the others.
+class SettlingHost : public host::ForwardingHost {
+  public:
+    using ForwardingHost::ForwardingHost;
+    host::CommandResult runCommand(const std::string& command, int seconds) override {
+        m_isLater = m_isLater || command.find("rescan-scsi-bus") != std::string::npos;
+        return ForwardingHost::runCommand(command, seconds);
+    }
+    int openDevice(const std::string& path, host::OpenMode mode) override {
+        const int descriptor = ForwardingHost::openDevice(path, mode);
+        m_half = path == "/dev/sdb" ? descriptor : m_half;
+        return descriptor;
+    }
+    int deviceSize(int descriptor, std::uint64_t& bytes) override {
+        const int result = ForwardingHost::deviceSize(descriptor, bytes);
+        bytes /= descriptor == m_half && !m_isLater ? 2 : 1;
+        return result;
+    }
+
+  private:
+    int m_half = -1;
+    bool m_isLater = false;
+};
+
+TEST(CliRescan, WhatContradictedItselfBeforeTheRescanIsTold) {
+    recording::RecordedHostData data = hostWithScript();
+    recording::Journal journal;
+    recording::RecordedHost machine(data, journal);
+    SettlingHost host(machine);
+    const CliResult result =
+        test::runCli({"--jobs", "1", "--deadline", "0", "rescan", "--changes"}, host);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.err, testing::HasSubstr("differ in size: "));
+    EXPECT_THAT(result.err, testing::HasSubstr("1 of 3 disks did not answer: /dev/sdc\n"));
+}
+
 // Its disks have twice their size from the rescan on.
 class DoublingHost : public host::ForwardingHost {
   public:
@@ -346,10 +414,26 @@ TEST(CliChanges, CompareByUdidAndTellVolumesFromPaths) {
     const DeviceMap after = {{"a", entry("1")}, {"c", entry("3")}, {"d", entry("3")}};
     const cli::Changes changes = cli::compareMaps(before, after);
     EXPECT_EQ(cli::changesJson(changes).dump(),
-              R"({"appeared":[{"udid":"3","devices":["c","d"],"whole_volume":true}],)"
-              R"("disappeared":[{"udid":"1","devices":["b"],"whole_volume":false},)"
-              R"({"udid":"2","devices":["c"],"whole_volume":true}]})");
+              R"({"appeared":[{"udid":"3","devices":["c","d"],"identity":"unit",)"
+              R"("whole_volume":true}],)"
+              R"("disappeared":[{"udid":"1","devices":["b"],"identity":"unit",)"
+              R"("whole_volume":false},)"
+              R"({"udid":"2","devices":["c"],"identity":"unit","whole_volume":true}]})");
     EXPECT_EQ(cli::changesText(cli::compareMaps(before, before), {}), "no change\n");
+}
+
+TEST(CliChanges, AUdidOfAPathIsMarked) {
+    const cli::Changes changes = {
+        {{"U##/DEV/SDA@H", {"/dev/sda"}, true, true}},
+        {{"U##1", {"/dev/sda"}, true, false}, {"", {"/dev/sdb"}, true, false}}};
+    EXPECT_EQ(cli::changesText(changes, {}),
+              "CHANGE       OF      UDID                                         DEVICES\n"
+              "appeared     volume  U##/DEV/SDA@H (this path at this host only)  /dev/sda\n"
+              "disappeared  volume  U##1                                         /dev/sda\n"
+              "disappeared  volume  -                                            /dev/sdb\n");
+    EXPECT_EQ(cli::changesJson(changes)["appeared"][0]["identity"], "path");
+    EXPECT_EQ(cli::changesJson(changes)["disappeared"][0]["identity"], "unit");
+    EXPECT_EQ(cli::changesJson(changes)["disappeared"][1]["identity"], "none");
 }
 
 TEST(CliDryRun, ShowsWhatItWouldDoInOrderAndDoesNoneOfIt) {

@@ -245,6 +245,7 @@ TEST(CliRemoveDead, AnIncompleteEnumerationRemovesNothingAndNamesWhatItMissed) {
         Data data = deadMachine();
         data.files["/proc/partitions"] = "   8 16 1 sdb\n   8 32 1 sdc\n";
         data.devices["/dev/sdc"].idLun = 0x03000500;
+        data.devices["/dev/sdc"].pages[0x00] = recording::Bytes{0, 0, 0, 1, 0};
         CliMachine complete(data);
         EXPECT_EQ(complete.run({"remove-dead"}).status, 0);
         change(data);

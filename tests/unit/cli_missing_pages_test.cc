@@ -31,18 +31,17 @@ host::CommandBuffer answerOf(const Bytes& response) {
     return buffer;
 }
 
-std::string why(int result, const Bytes& response, std::uint8_t page = 0x80) {
-    return cli::whyNotCome(page, result, answerOf(response));
+std::string why(int result, const Bytes& response) {
+    return cli::whyNotCome(result, answerOf(response));
 }
 
 TEST(PageAnswer, APageThatCameIsNotMissing) {
     EXPECT_EQ(why(0, {0x00, 0x80, 0x00, 0x00}), "");
-    EXPECT_EQ(why(0, {0x00, 0x00, 0x00, 0x01}, 0x00), "");
+    EXPECT_EQ(why(0, {0x00, 0x00, 0x00, 0x01}), "");
 }
 
 TEST(PageAnswer, ZerosNeverReachedTheDisk) {
     EXPECT_EQ(why(0, {}), "the command did not reach the disk");
-    EXPECT_EQ(why(0, {}, 0x00), "the command did not reach the disk");
     Bytes late(36);
     late[35] = 1;
     EXPECT_EQ(why(0, late), "");
@@ -54,9 +53,14 @@ TEST(PageAnswer, ZerosNeverReachedTheDisk) {
 TEST(PageAnswer, AnErrorOfTheHostIsNamed) {
     EXPECT_EQ(why(-ENXIO, {}), "no such device or address");
     EXPECT_EQ(why(-EIO, {}), "input/output error");
-    // A recording that does not hold the list is one of a disk without pages.
-    EXPECT_EQ(why(-EIO, {}, 0x00), "");
-    EXPECT_EQ(why(-ENXIO, {}, 0x00), "no such device or address");
+}
+
+TEST(PageAnswer, ARecordingWithoutTheListGivesEioForIt) {
+    EXPECT_EQ(cli::missingText(0x80, "SCSI status 8"), "page 0x80: SCSI status 8");
+    EXPECT_TRUE(cli::mayBeUnrecordedList(cli::missingText(0x00, why(-EIO, {}))));
+    EXPECT_FALSE(cli::mayBeUnrecordedList(cli::missingText(0x80, why(-EIO, {}))));
+    EXPECT_FALSE(cli::mayBeUnrecordedList(cli::missingText(0x00, why(-ENXIO, {}))));
+    EXPECT_FALSE(cli::mayBeUnrecordedList(""));
 }
 
 TEST(PageAnswer, WhatTheDiskRefusesForGoodIsNotMissing) {
@@ -174,8 +178,25 @@ TEST(MissingPages, ThePageListIsOneOfThem) {
     EXPECT_EQ(
         host.run({"--json", "udid", "/dev/sda"}).json()["missing_pages"][0]["pages"][0]["page"],
         "00");
-    host.data.devices["/dev/sda"].pages.clear();
-    EXPECT_EQ(host.run({"udid", "/dev/sda"}).status, 0);
+}
+
+TEST(MissingPages, NoPageListIsADoubtOnALiveHostAlone) {
+    OneDisk host;
+    host.data.devices["/dev/sda"].pages.clear();  // EIO
+    const CliResult live = host.run({"udid", "/dev/sda"});
+    EXPECT_EQ(live.status, 3);
+    EXPECT_THAT(live.err, HasSubstr("/dev/sda (page 0x00: input/output error)"));
+    EXPECT_EQ(host.run({"devices"}).err, "scsitool: 1 of 1 disk answered in part: /dev/sda\n");
+    const test::TempFolder folder;
+    const std::string file = folder.write("host.json", R"({"format": "scsitool-host/1",
+        "files": {"/proc/partitions": "   8        0    1048576 sda\n"},
+        "devices": {"/dev/sda": {"id_lun": "0x00000000", "inquiry": {"std": "000005021f0000)" +
+                                                           std::string(58, '2') + R"("}}}})");
+    for (const char* command : {"udid", "devices"}) {
+        const CliResult recorded = host.run({"--host", file, command, "/dev/sda"});
+        EXPECT_EQ(recorded.status, 0) << recorded.err;
+        EXPECT_EQ(recorded.err, "");
+    }
 }
 
 TEST(MissingPages, ThereIsNoLinkBeforeThePageComes) {

@@ -468,13 +468,18 @@ class ChangingMachine : public test::ScriptedHost {
 
     std::map<std::string, int> openErrors;
     std::set<std::string> absent;
+    std::string unseen;  // a stat of it fails
 
     int openDevice(const std::string& path, host::OpenMode mode) override {
         const auto error = openErrors.find(path);
         return error != openErrors.end() ? -error->second : ScriptedHost::openDevice(path, mode);
     }
     bool isDirectory(const std::string& path) override {
-        return absent.count(path) == 0 && ScriptedHost::isDirectory(path);
+        return path != unseen && absent.count(path) == 0 && ScriptedHost::isDirectory(path);
+    }
+    host::DirectoryListing listDirectory(const std::string& path) override {
+        return absent.count(path) == 0 ? ScriptedHost::listDirectory(path)
+                                       : host::DirectoryListing{ENOENT, 0, {}};
     }
 };
 
@@ -524,6 +529,15 @@ TEST(CliPrune, ADiskThatTheKernelDropsBeforeItsRemovalIsNotRemoved) {
     EXPECT_THAT(result.out, HasSubstr("stays: the kernel has dropped it meanwhile\n"));
 }
 
+TEST(CliPrune, AStatThatFailsIsNoDiskThatTheKernelDropped) {
+    ChangingMachine machine(deadMachine({"sdb", "sdc"}));
+    machine.unseen = kDevices + "3:0:0:5/device/";
+    machine.listings[machine.unseen] = {};
+    const CliResult result = test::runCli({"prune"}, machine);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(effectsOf(machine.effects()), ElementsAre(kDeleteSdb, kDeleteSdc));
+}
+
 TEST(CliPrune, AnAddressThatHasAnotherDiskByNowIsLeftAlone) {
     ChangingMachine machine(deadMachine({"sdb", "sdc"}));
     machine.afterAppend = [&](const std::string&, const std::string&) {
@@ -534,6 +548,18 @@ TEST(CliPrune, AnAddressThatHasAnotherDiskByNowIsLeftAlone) {
     const CliResult result = test::runCli({"prune"}, machine);
     EXPECT_THAT(effectsOf(machine.effects()), ElementsAre(kDeleteSdb));
     EXPECT_THAT(result.out, HasSubstr("stays: the address is that of /dev/sdd by now\n"));
+}
+
+TEST(CliPrune, ADiskWhoseNameCannotBeReadByNowStaysAndIsTold) {
+    ChangingMachine machine(deadMachine({"sdb", "sdc"}));
+    machine.afterAppend = [&](const std::string&, const std::string&) {
+        machine.listings[kDevices + "3:0:0:5/device/block/"] = {0, EIO, {"."}};
+    };
+    const CliResult result = test::runCli({"prune"}, machine);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(effectsOf(machine.effects()), ElementsAre(kDeleteSdb));
+    EXPECT_THAT(result.out,
+                HasSubstr("stays: " + kDevices + "3:0:0:5/device/block/: Input/output error"));
 }
 
 TEST(CliPrune, TheMapIsLookedAtAgainRightBeforeADeadPathGoes) {

@@ -129,6 +129,19 @@ TEST(CliRemoveAddress, TheDiskIsNamedByNodeProductAndUdid) {
     EXPECT_EQ(machine.openDescriptors(), 0U);
 }
 
+TEST(CliRemoveAddress, WhatTheUdidIsWorthIsTold) {
+    recording::RecordedHostData data = machineData();
+    data.devices["/dev/sdb"].pages[0x83] = recording::RecordedPage();
+    data.devices["/dev/sdb"].pages[0x83].status = 8;
+    CliMachine busy(data);
+    EXPECT_THAT(busy.run({"remove-address", "2:0:0:5"}).out,
+                HasSubstr("@LOCALHOST (this path at this host only) (answered in part: page 0x83: "
+                          "SCSI status 8)\n"));
+    const auto disk = busy.run({"remove-address", "2:0:0:5", "--json"}).json()["disk"];
+    EXPECT_EQ(disk["identity"], "path");
+    EXPECT_EQ(disk["missing_page"], "page 0x83: SCSI status 8");
+}
+
 TEST(CliRemoveAddress, ADiskThatDoesNotAnswerHasNoUdidAndGoesAllTheSame) {
     recording::RecordedHostData data = machineData();
     data.devices["/dev/sdb"].openError = ENXIO;

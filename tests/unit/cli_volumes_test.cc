@@ -1,7 +1,9 @@
 #include <cerrno>
+#include <utility>
 
 #include "guard_machine.h"
 #include "recording/capture/recorded_host_writer.h"
+#include "scsitool/host/forwarding_host.h"
 #include "view_host.h"
 
 namespace {
@@ -53,6 +55,42 @@ TEST(CliVolumesView, WhatHasANumberThatCannotBeReadIsNotUnused) {
     EXPECT_EQ(host.column("used", {"--sort", "used"}), "unused\nunused\nunused\n");
     host.data.files["/sys/class/block/sdz/dev"].error = EMFILE;
     EXPECT_EQ(host.column("used", {"--sort", "used"}), "unused\nunused\n-\n");
+}
+
+// One read of a file fails.
+class OnceUnread : public host::ForwardingHost {
+  public:
+    OnceUnread(host::Host& inner, std::string path, int at)
+        : ForwardingHost(inner), m_path(std::move(path)), m_at(at) {}
+
+    host::ReadResult readFile(const std::string& path) override {
+        return path == m_path && ++m_reads == m_at ? host::ReadResult{EMFILE, 0, {}}
+                                                   : ForwardingHost::readFile(path);
+    }
+    bool hasFailed() const { return m_reads >= m_at; }
+
+  private:
+    const std::string m_path;
+    const int m_at;
+    int m_reads = 0;
+};
+
+TEST(CliVolumesView, WhatHasANumberThatCannotBeReadOnceIsNotUnused) {
+    ViewHost host;
+    host.mount("253:0", "/dev/mapper/mpatha", "/data");
+    bool hasFailed = true;
+    int at = 1;
+    for (; hasFailed; ++at) {
+        recording::Journal journal;
+        recording::RecordedHost machine(host.data, journal);
+        OnceUnread once(machine, "/sys/class/block/dm-0/dev", at);
+        const CliResult result = test::runCli(
+            {"--jobs", "1", "--deadline", "0", "volumes", "--no-headings", "-o", "used,volume"},
+            once);
+        EXPECT_THAT(result.out, Not(testing::ContainsRegex("unused +/dev/mapper"))) << at;
+        hasFailed = once.hasFailed();
+    }
+    EXPECT_GT(at, 2);
 }
 
 // A partition may be what is used.

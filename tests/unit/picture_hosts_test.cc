@@ -338,7 +338,7 @@ TEST(PictureHosts, APseudoDeviceBelongsToItsPaths) {
 TEST(PictureHosts, APathIdentityIsMarkedAsNone) {
     SickHost host;
     recording::RecordedDevice plain = namedDisk("A1", 1);
-    plain.pages.clear();
+    plain.pages = {{0x00, test::Bytes{0, 0, 0, 1, 0}}};
     host.addDisk("sda", "2:0:0:1", plain);
     const CliResult result = run(host, {"devices"});
     EXPECT_EQ(result.status, 0);
