@@ -88,7 +88,7 @@ def run(guest, _, checks):
 def bring_up(guest):
     """The daemons, a logical volume on a map, and a mirror of two."""
     start_initiator(guest)
-    multipath.start_udev(guest, assemble=True)
+    multipath.start_udev(guest, with_volume_rules=True)
     multipath.link_pidof(guest)
     for portal in ("10.0.2.100", "10.0.2.101"):
         log_in(guest, IQN, portal=portal, settings=PATIENT_PINGS)

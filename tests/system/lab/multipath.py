@@ -1,9 +1,10 @@
 """Brings up udev and the multipath daemon in the guest."""
 
-# Rules that put together what LVM and md find. What a job puts together is the job's to take apart.
-ASSEMBLY_RULES = ["69-lvm.rules", "64-md-raid-assembly.rules"]
-MASK_ASSEMBLY = "mkdir -p /etc/udev/rules.d\n" + "\n".join(f"ln -s /dev/null /etc/udev/rules.d/{name}"
-                                                           for name in ASSEMBLY_RULES)
+# The rules of LVM and md open what is put together, and put together what they find. Without them nobody but a job does
+# anything to its volumes and arrays, and stops them when it wants to.
+VOLUME_RULES = ["56-lvm.rules", "63-md-raid-arrays.rules", "64-md-raid-assembly.rules", "69-lvm.rules"]
+MASK_VOLUME_RULES = "mkdir -p /etc/udev/rules.d\n" + "\n".join(f"ln -s /dev/null /etc/udev/rules.d/{name}"
+                                                               for name in VOLUME_RULES)
 START_UDEV = """
 modprobe -a dm_multipath dm_service_time
 /lib/systemd/systemd-udevd --daemon 2>/dev/null
@@ -14,9 +15,9 @@ SETTLE = "udevadm settle -t 300"
 LINK_PIDOF = "ln -s ../bin/pidof /usr/sbin/pidof"
 
 
-def start_udev(guest, assemble=False):
+def start_udev(guest, with_volume_rules=False):
     """Device-mapper waits for udev's word on every map, so udev comes first."""
-    guest.run(f"{'' if assemble else MASK_ASSEMBLY}{START_UDEV}{SETTLE}")
+    guest.run(f"{'' if with_volume_rules else MASK_VOLUME_RULES}{START_UDEV}{SETTLE}")
 
 
 def link_pidof(guest):
