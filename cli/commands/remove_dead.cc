@@ -5,6 +5,7 @@
 #include "cli/common/refusals.h"
 #include "cli/common/removed_addresses.h"
 #include "cli/hosts/enumeration_watch.h"
+#include "cli/hosts/read_watch.h"
 #include "cli/prune/look.h"
 #include "scsitool/discovery/device_discovery_linux.h"
 
@@ -54,8 +55,12 @@ class RemoveDead : public Command {
         for (const auto& record : records) {
             list.push_back(record.get());
         }
-        discovery.removeDeadDevices(list, m_lun0);
-        return outcome(context);
+        ReadWatch table(context.host(), kScsiTable);
+        {
+            const host::Scope scope(table);
+            discovery.removeDeadDevices(list, m_lun0);
+        }
+        return outcome(context, table.error());
     }
 
   private:
@@ -68,7 +73,8 @@ class RemoveDead : public Command {
         return {};
     }
 
-    static Report outcome(Context& context) {
+    // `error` is what stood against reading the inventory whole, 0 for nothing.
+    static Report outcome(Context& context, int error) {
         const std::vector<RemovedAddress> removed = removedAddresses(context.host().appends());
         Report report;
         report.data["addresses"] = Json::array();
@@ -82,10 +88,11 @@ class RemoveDead : public Command {
         addEffects(report, context);
         report.text = removed.empty() ? "no dead address\n" : table.str(context.layout);
         report.failure = removalFailure(context.view(), removed);
-        const int error = context.hosts.aside().readFile(kScsiTable).error();
         if (error != 0) {
-            report.failure = whyNotThere(context.view(), kScsiTable, error) +
-                             "; without the inventory nothing is known to be dead";
+            report.failure =
+                whyNotThere(context.view(), kScsiTable, error) +
+                (removed.empty() ? "; without the inventory nothing is known to be dead"
+                                 : "; without all of the inventory not all that is dead is known");
         }
         addRescanDoubts(report, context);
         return report;

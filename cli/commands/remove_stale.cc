@@ -1,3 +1,5 @@
+#include <sys/wait.h>
+
 #include "cli/common/acting.h"
 #include "cli/common/asking.h"
 #include "cli/common/command.h"
@@ -65,6 +67,7 @@ class FlushMultipath : public Command {
         if (!why.empty()) {
             report.failure = "nothing was flushed: " + why;
         }
+        addBrokenFlush(report, context);
         return report;
     }
 
@@ -93,6 +96,20 @@ class FlushMultipath : public Command {
             return "multipathd does not run";
         }
         return succeeded(last) ? std::string() : failureText(context, last);
+    }
+
+    // Of one that was ended nobody knows which maps it had come to.
+    static void addBrokenFlush(Report& report, const Context& context) {
+        const auto& commands = context.host().commands();
+        if (!commands.empty() && report.failure.empty() && !commands.back().isRefused &&
+            !host::isReadCommand(commands.back().command) && hasBrokenOff(commands.back().result)) {
+            report.doubts.push_back("the flush is not complete: " +
+                                    failureText(context, commands.back()));
+        }
+    }
+
+    static bool hasBrokenOff(const host::CommandResult& result) {
+        return result.timedOut || WIFSIGNALED(result.waitStatus);
     }
 
     ForceOption m_force;

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "cli/base/text.h"
 #include "cli/common/packages.h"
@@ -33,6 +34,8 @@ Json commandJson(const CommandEffect& effect) {
 }
 
 constexpr const char* kScripts[] = {"/bin/rescan-scsi-bus.sh", "/usr/bin/rescan-scsi-bus.sh"};
+// What has the driver of a 2.4 kernel's adapter look for targets.
+constexpr const char* kAdapterScan = "scsi-qlascan\n";
 const std::string kNotComplete = "the rescan is not complete: ";
 
 bool isEffect(const CommandEffect& effect) {
@@ -135,6 +138,14 @@ void addRescanDoubts(Report& report, const Context& context) {
     for (const CommandEffect& effect : commands) {
         if (isAdapterList(effect) && !succeeded(effect)) {
             report.doubts.push_back(kNotComplete + failureText(context, effect));
+        }
+    }
+    for (const AppendEffect& scan : context.host().appends()) {
+        const int error =
+            scan.result.openError != 0 ? scan.result.openError : scan.result.writeError;
+        if (error != 0 && scan.data == kAdapterScan) {
+            report.doubts.push_back(kNotComplete + visible(scan.path) + ": " +
+                                    std::strerror(error));
         }
     }
     const bool hasRescanned = std::any_of(commands.begin(), commands.end(), isEffect);

@@ -192,6 +192,33 @@ TEST(CliRescan, AnAdapterListOfA24KernelThatFailsIsTold) {
     EXPECT_EQ(result.err, kNotComplete + "/bin/ls /proc/scsi/qla2300 ended with exit status 2\n");
 }
 
+// Refuses what is written to an adapter of a 2.4 kernel.
+class DeafAdapterHost : public host::ForwardingHost {
+  public:
+    using ForwardingHost::ForwardingHost;
+    host::AppendResult appendFile(const std::string& path, const std::string& text,
+                                  const host::BeforeWrite& beforeWrite) override {
+        return path == "/proc/scsi/qla2300/1" ? host::AppendResult{EACCES, 0}
+                                              : ForwardingHost::appendFile(path, text, beforeWrite);
+    }
+};
+
+TEST(CliRescan, AnAdapterOfA24KernelThatTakesNoScanIsTold) {
+    recording::RecordedHostData data;
+    data.kernelRelease = "2.4.21";
+    data.files["/proc/scsi/scsi"] = "";
+    data.files["/proc/scsi/qla2300/1"] = "";
+    data.commands = {{"/bin/ls /proc/scsi", {"qla2300"}}, {"/bin/ls /proc/scsi/qla2300", {"1"}}};
+    recording::Journal journal;
+    recording::RecordedHost machine(data, journal);
+    DeafAdapterHost host(machine);
+    const std::vector<std::string> words = {"--jobs", "1", "--deadline", "0", "rescan"};
+    EXPECT_EQ(test::runCli(words, machine).status, 0);
+    const CliResult result = test::runCli(words, host);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, kNotComplete + "/proc/scsi/qla2300/1: Permission denied\n");
+}
+
 // A disk that is there from the rescan on.
 struct GrowingHost : recording::RecordedHost {
     GrowingHost(recording::RecordedHostData data, recording::Journal& journal)
@@ -697,6 +724,23 @@ TEST(CliFlushMultipath, RunsTheFlushWhereTheDaemonRuns) {
     const CliResult result = machine.run({"flush-multipath", "--force"});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, "mpatha in use\n");
+}
+
+TEST(CliFlushMultipath, OneThatIsEndedIsNotComplete) {
+    recording::RecordedHostData data;
+    data.commands = {{"/sbin/pidof -x multipathd", {"412"}}, {"/sbin/multipath -F", {}, 0}};
+    data.directories["/dev/mapper/"] = {"control"};
+    recording::RecordedCommand& flush = data.commands.back();
+    flush.timedOut = true;
+    CliMachine late(data);
+    const CliResult result = late.run({"flush-multipath", "--force"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(
+        result.err,
+        "scsitool: the flush is not complete: /sbin/multipath -F was ended at its time limit\n");
+    flush.timedOut = false;
+    CliMachine whole(data);
+    EXPECT_EQ(whole.run({"flush-multipath", "--force"}).status, 0);
 }
 
 TEST(CliFlushMultipath, WithoutTheDaemonItIsAFailure) {

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "cli_harness.h"
 #include "guard_machine.h"
+#include "scsitool/host/forwarding_host.h"
 
 namespace {
 
@@ -338,6 +340,44 @@ TEST(CliRemoveDead, WithoutAnInventoryItIsAFailure) {
     EXPECT_EQ(result.err,
               "scsitool: /proc/scsi/scsi: No such file or directory; without the inventory nothing "
               "is known to be dead\n");
+}
+
+// The first read of the inventory fails.
+class OnceUnreadTable : public host::ForwardingHost {
+  public:
+    OnceUnreadTable(host::Host& inner, bool breaksOff)
+        : ForwardingHost(inner), m_breaksOff(breaksOff) {}
+
+    host::ReadResult readFile(const std::string& path) override {
+        host::ReadResult result = ForwardingHost::readFile(path);
+        if (path == "/proc/scsi/scsi" && !std::exchange(m_hasFailed, true)) {
+            return m_breaksOff ? host::ReadResult{0, EIO, result.content}
+                               : host::ReadResult{EMFILE, 0, {}};
+        }
+        return result;
+    }
+
+  private:
+    const bool m_breaksOff;
+    bool m_hasFailed = false;
+};
+
+TEST(CliRemoveDead, AnInventoryThatCouldNotBeReadOnceIsAFailure) {
+    recording::RecordedHostData data = deadMachine();
+    data.files["/proc/scsi/scsi"] =
+        "Host: scsi2 Channel: 00 Id: 00 Lun: 05\n  Vendor: A\n  Type:   Direct-Access\n";
+    const std::vector<std::pair<std::string, bool>> cases = {
+        {"Too many open files; without the inventory nothing is known to be dead", false},
+        {"Input/output error; without all of the inventory not all that is dead is known", true}};
+    for (const auto& [reason, breaksOff] : cases) {
+        recording::Journal journal;
+        recording::RecordedHost machine(data, journal);
+        OnceUnreadTable once(machine, breaksOff);
+        const CliResult result =
+            test::runCli({"--jobs", "1", "--deadline", "0", "remove-dead"}, once);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "scsitool: /proc/scsi/scsi: " + reason + "\n");
+    }
 }
 
 }  // namespace
