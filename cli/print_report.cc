@@ -29,7 +29,8 @@ std::string readableEffect(const std::string& journalLine) {
 std::string documentText(const Report& report, const std::vector<std::string>& arguments,
                          int exitStatus, bool dryRun, const std::vector<std::string>& journal) {
     Json document = Json::object();
-    Json& head = document["scsitool"];
+    // A null value that operator[] cannot make an object for want of memory cannot be destroyed.
+    Json& head = document["scsitool"] = Json::object();
     head["json_format"] = kJsonFormat;
     head["version"] = versionText();
     head["command"] = Json::array();

@@ -156,7 +156,12 @@ class Matrix {
 
     void tryOne(const Row& row, std::size_t number) {
         const auto judgeIt = [&] { return judge(row, run(row.sample, row.operation, number)); };
-        count(isCommand(row.operation) ? inProcess(judgeIt) : judgeIt());
+        const int end = isCommand(row.operation) ? inProcess(judgeIt) : judgeIt();
+        if (end == kBroke) {
+            std::cout << "that was allocation " << number << " in " << row.operation.name << " of "
+                      << row.sample.name << std::endl;
+        }
+        count(end);
     }
 
     void count(int end) {

@@ -223,8 +223,8 @@ std::vector<Operation> libraryOperations() {
     };
 }
 
-// A stream keeps to itself that there was no memory to read a line into.
-void requireWhole(const std::istream& stream) {
+// A stream keeps to itself that there was no memory for what is read or written.
+void requireWhole(const std::ios& stream) {
     if (stream.bad()) {
         throw std::bad_alloc();
     }
@@ -260,6 +260,8 @@ void runCommand(Answering& answering, const std::vector<std::string>& words) {
         }
         return status;
     });
+    requireWhole(out);
+    requireWhole(err);
     forEachLine(out, [&](const std::string& line) { answering.found(withoutAlignment(line), ""); });
     forEachLine(err, [&](const std::string& line) { answering.said(line); });
 }
