@@ -6,6 +6,7 @@
 #include "cli/hosts/page_answer.h"
 #include "host/noted_open.h"
 #include "scsi/inquiry_command.h"
+#include "scsitool/udid/reporter.h"
 
 namespace cli {
 
@@ -41,6 +42,20 @@ int AnswerWatch::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     return result;
 }
 
+int AnswerWatch::sgIo(int descriptor, host::SgIoRequest& request) {
+    const int result = ForwardingHost::sgIo(descriptor, request);
+    const auto device = m_open.find(descriptor);
+    if (isVendorSpecific(request) && device != m_open.end()) {
+        if (result == -ETIMEDOUT) {
+            noteLater(descriptor, result);
+        } else {
+            noteMissing(m_seen[device->second], udid::kControllerReply,
+                        whyNotCome(result, request));
+        }
+    }
+    return result;
+}
+
 int AnswerWatch::addressWords(int descriptor, host::AddressWords& words) {
     const int result = ForwardingHost::addressWords(descriptor, words);
     noteLater(descriptor, result);
@@ -54,7 +69,7 @@ void AnswerWatch::noteLater(int descriptor, int result) {
     }
 }
 
-void AnswerWatch::noteMissing(SeenAnswer& seen, std::uint8_t page, const std::string& why) {
+void AnswerWatch::noteMissing(SeenAnswer& seen, unsigned page, const std::string& why) {
     // What may be none goes behind what is one.
     if (!why.empty() && (seen.missingPage.empty() || mayBeUnrecordedList(seen.missingPage))) {
         seen.missingPage = missingText(page, why);

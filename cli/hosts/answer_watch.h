@@ -19,8 +19,8 @@ struct SeenAnswer {
     /// The first failure behind that: of the address request, or a page that did not come in time.
     /// A negated errno, 0 for none.
     int laterError = 0;
-    /// The first page that did not come although the device has it, and why: "page 0x80: SCSI
-    /// status 8"; empty for none.
+    /// The first page that did not come although the device has it, or the controller's reply, and
+    /// why: "page 0x80: SCSI status 8"; empty for none.
     std::string missingPage;
 };
 
@@ -35,6 +35,7 @@ class AnswerWatch : public host::ForwardingHost {
     int openDevice(const std::string& path, host::OpenMode mode) override;
     int closeDevice(int descriptor) override;
     int sendCommand(int descriptor, host::CommandBuffer& buffer) override;
+    int sgIo(int descriptor, host::SgIoRequest& request) override;
     int addressWords(int descriptor, host::AddressWords& words) override;
 
     /// What was seen of a device, by the path it was opened by; nothing of one that was not.
@@ -42,7 +43,7 @@ class AnswerWatch : public host::ForwardingHost {
 
   private:
     void noteLater(int descriptor, int result);
-    static void noteMissing(SeenAnswer& seen, std::uint8_t page, const std::string& why);
+    static void noteMissing(SeenAnswer& seen, unsigned page, const std::string& why);
 
     std::unordered_map<int, std::string> m_open;  // descriptor to path
     std::unordered_map<std::string, SeenAnswer> m_seen;

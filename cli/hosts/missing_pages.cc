@@ -5,6 +5,7 @@
 #include "cli/hosts/page_answer.h"
 #include "host/noted_open.h"
 #include "scsi/inquiry_command.h"
+#include "scsitool/udid/reporter.h"
 
 namespace cli {
 namespace {
@@ -50,7 +51,16 @@ int MissingPages::sendCommand(int descriptor, host::CommandBuffer& buffer) {
     return result;
 }
 
-void MissingPages::note(const std::string& path, std::uint8_t page, const std::string& why) {
+int MissingPages::sgIo(int descriptor, host::SgIoRequest& request) {
+    const int result = ForwardingHost::sgIo(descriptor, request);
+    const auto device = m_open.find(descriptor);
+    if (isVendorSpecific(request) && device != m_open.end()) {
+        note(device->second.path, udid::kControllerReply, whyNotCome(result, request));
+    }
+    return result;
+}
+
+void MissingPages::note(const std::string& path, unsigned page, const std::string& why) {
     if (!why.empty()) {
         m_missing[path][page] = why;
         return;

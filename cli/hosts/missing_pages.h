@@ -21,9 +21,10 @@ class MissingPages : public host::ForwardingHost {
     int openDevice(const std::string& path, host::OpenMode mode) override;
     int closeDevice(int descriptor) override;
     int sendCommand(int descriptor, host::CommandBuffer& buffer) override;
+    int sgIo(int descriptor, host::SgIoRequest& request) override;
 
-    /// Page codes with why they did not come.
-    using Pages = std::map<std::uint8_t, std::string>;
+    /// Page codes with why they did not come; udid::kControllerReply is one of them.
+    using Pages = std::map<unsigned, std::string>;
     /// By the path that a device was opened by, those that did not come the last time they were
     /// asked for. No device has an empty entry.
     const std::map<std::string, Pages>& missing() const { return m_missing; }
@@ -34,7 +35,7 @@ class MissingPages : public host::ForwardingHost {
         std::set<std::uint8_t> listed;  // since it was opened
     };
 
-    void note(const std::string& path, std::uint8_t page, const std::string& why);
+    void note(const std::string& path, unsigned page, const std::string& why);
 
     std::unordered_map<int, Listing> m_open;  // by descriptor
     std::map<std::string, Pages> m_missing;

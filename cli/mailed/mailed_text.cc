@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/base/controller_command.h"
 #include "cli/mailed/dump_reader.h"
 #include "cli/mailed/page_kind.h"
 #include "recording/text/hex.h"
@@ -15,8 +16,6 @@ namespace {
 using recording::Bytes;
 using recording::RecordedPage;
 
-// The vendor-specific command that a NetApp controller tells its identifier to.
-constexpr char kControllerCommand[] = "c000000a980a22100000";
 constexpr std::size_t kMostRemarks = 40;
 constexpr std::size_t kMostDevices = 1024;
 

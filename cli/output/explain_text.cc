@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cli/base/controller_command.h"
 #include "cli/base/text.h"
 #include "cli/output/designator_text.h"
 #include "cli/output/inquiry_text.h"
@@ -22,8 +23,6 @@ using udid::Outcome;
 using udid::Piece;
 using udid::Rule;
 
-// The command block that a NetApp controller is asked with, as recorded hosts name the reply.
-constexpr char kControllerCommand[] = "c000000a980a22100000";
 constexpr std::size_t kBytesALine = 16;
 
 std::string sourceKey(unsigned page) {

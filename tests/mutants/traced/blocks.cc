@@ -38,7 +38,9 @@ void watch() {
     const std::size_t size = sizeof(Noted) + programSize();
     // A file with a name: a test looks for the shared memory of the code by its having none.
     const int file = memfd_create("traced", MFD_CLOEXEC);
-    if (file >= 0 && ftruncate(file, static_cast<off_t>(size)) == 0) {
+    if (file < 0)
+        return;
+    if (ftruncate(file, static_cast<off_t>(size)) == 0) {
         // Shared, so that a forked process is seen.
         void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         g_noted = memory == MAP_FAILED ? nullptr : static_cast<Noted*>(memory);
