@@ -58,7 +58,8 @@ def check_rescan(guest, checks, known, added):
     node = disks_of.disks_by_lun(guest, disks_of.host_of_driver(guest, "virtio_scsi"))[NEW_LUN]
     changes = {name: document["changes"][name] for name in ("appeared", "disappeared")}
     checks.equal("rescan --changes names the new disk and no other", changes,
-                 {"appeared": [{"udid": added, "devices": [node], "whole_volume": True}], "disappeared": []})
+                 {"appeared": [{"udid": added, "devices": [node], "identity": "unit", "whole_volume": True}],
+                  "disappeared": []})
     checks.equal("rescan --wait ends when the new disk is there", document["waited"], {"udid": added, "devices": [node]})
     check_vain_wait(guest, checks, added + "X")
     checks.equal("the new disk is in the map", udids(guest), known | {added})
