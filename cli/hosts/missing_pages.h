@@ -12,8 +12,9 @@
 namespace cli {
 
 /// Looks on while devices are asked and keeps which VPD pages did not come although the device
-/// lists them, and which lists of pages did not. The library makes a UDID of what came: without the
-/// serial number of page 0x80 it is another one, and nothing in it says so. For one thread.
+/// lists them, which lists of pages did not, and which controllers' replies. The library makes a
+/// UDID of what came: without the serial number of page 0x80 it is another one, and nothing in it
+/// says so. For one thread.
 class MissingPages : public host::ForwardingHost {
   public:
     using ForwardingHost::ForwardingHost;
